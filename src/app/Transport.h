@@ -1,0 +1,31 @@
+#pragma once
+
+namespace ambrel {
+
+class AppState;
+class AudioEngine;
+
+/// The transport sequences and the steps of speed and pitch: menu, keys, buttons and waveform all
+/// call these. Main thread only.
+namespace transport {
+
+/// From the region's start, if the region is not empty.
+void start(AppState& state, AudioEngine& engine);
+/// Leaves the play head where it is; the next start begins at the region's start again.
+void pause(AppState& state, AudioEngine& engine);
+void togglePlayPause(AppState& state, AudioEngine& engine);
+/// The play head goes back to the region's start.
+void stopAndRewind(AppState& state, AudioEngine& engine);
+/// Plays the region as it now is; isPlaying stays as it is.
+void restartRegion(AppState& state, AudioEngine& engine);
+
+void decreaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, down to 5 %
+void increaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, up to 300 %
+void pitchDown(AppState& state, AudioEngine& engine);     ///< by 1 cent, down to −1200
+void pitchUp(AppState& state, AudioEngine& engine);       ///< by 1 cent, up to 1200
+
+/// Pushes speed, pitch and equaliser of the model into the engine.
+void pushSettings(const AppState& state, AudioEngine& engine);
+
+} // namespace transport
+} // namespace ambrel

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include <QCoroTask>
+#include <QUrl>
+
+#include "audio/EngineGraph.h"
+#include "platform/desktop/BackgroundQueue.h"
+#include "platform/desktop/MainQueue.h"
+#include "platform/desktop/RepeatingTimer.h"
+
+namespace ambrel {
+
+class PlaybackModel;
+
+/// Plays one region of the open file, loops it with or without a pause, and reports the play head.
+///
+/// The rules are here: which frames a region has, what follows its end, and which completions are
+/// stale. Everything runs on the main thread; completions of the graph hop there first. The model
+/// is held weakly and holds the truth about speed, pitch and equaliser: nobody reads them back
+/// here.
+class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
+  public:
+    /// Centre frequencies of the equaliser's bands in Hz, in band order.
+    static constexpr std::array<float, 5> eqFrequencies = {60, 250, 1000, 4000, 12000};
+
+    /// The instance of the application, on the default sound device.
+    static std::shared_ptr<AudioEngine> shared();
+
+    /// Sets up the equaliser: five peaking bands an octave wide at 0 dB, bypassed.
+    static std::shared_ptr<AudioEngine> create(std::unique_ptr<EngineGraph> graph,
+                                               MainQueue& mainQueue);
+    ~AudioEngine();
+
+    /// Where positions and the end of a region are written; not kept alive.
+    void setAppState(std::weak_ptr<PlaybackModel> appState);
+
+    /// Stops, then opens `url` off the main thread, after all files whose loading began before, and
+    /// makes it the file to play, unless a later load has begun meanwhile. Gives the opened file
+    /// either way. Throws AudioFileError; the file to play is then the one before, and stopped.
+    QCoro::Task<std::shared_ptr<AudioFile>> load(QUrl url);
+
+    /// Plays the frames from `start` to `end` (seconds). No effect without a file or unless
+    /// start < end. The caller sets the model's isPlaying.
+    void play(double start, double end);
+    void stop();
+    void pause();
+
+    void setRate(float rate);   ///< 1.0 is normal speed
+    void setPitch(float cents); ///< transposition
+    void setEQEnabled(bool enabled);
+    void setEQGain(double gain, int band); ///< dB; a band that does not exist is ignored
+
+  private:
+    AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue);
+    void setupEngine();
+    void handleCompletion(std::int64_t generation);
+    void startPositionTimer(double fileStart);
+
+    MainQueue& mainQueue_;
+    std::unique_ptr<EngineGraph> engine_;
+    BackgroundQueue opens_;
+    std::shared_ptr<AudioFile> audioFile_;
+    std::int64_t generation_ = 0; ///< taken by every stop and every new segment
+    std::int64_t newestLoad_ = 0;
+    std::unique_ptr<RepeatingTimer> positionTimer_;
+    std::weak_ptr<PlaybackModel> appState_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ambrel {
+
+/// What an output plays: it asks for frames, the source fills them.
+class FrameSource {
+  public:
+    virtual ~FrameSource() = default;
+
+    /// Before the first render() at this rate, and never during one. Called on the thread that
+    /// opens the device; may allocate. `largestRequest` is the most frames one render() asks for.
+    virtual void prepare(int sampleRateHz, std::size_t largestRequest) = 0;
+
+    /// Fills `frames` interleaved stereo frames. Called on the device's thread: must not lock,
+    /// allocate, log, do file I/O or call Qt.
+    virtual void render(float* stereo, std::size_t frames) noexcept = 0;
+};
+
+/// Where finished frames go: a sound device, a clock that stands in for one, or a buffer.
+///
+/// One client thread calls open(), start() and stop(); none of them waits for a device. Frames are
+/// counted from open() on, over every device the output has used since, and never go back.
+class AudioOutput {
+  public:
+    virtual ~AudioOutput() = default;
+
+    /// Begins to open the device; `source` must outlive the output. What goes wrong is mended
+    /// behind this interface (a silent clock takes over), never reported.
+    virtual void open(FrameSource& source) = 0;
+
+    /// From soon on, frames are asked for.
+    virtual void start() = 0;
+
+    /// After a while, frames are no longer asked for.
+    virtual void stop() = 0;
+
+    /// Of all frames that render() has delivered, how many have left the loudspeaker. Wait-free,
+    /// any thread; at most what has been rendered, and never less than before.
+    virtual std::int64_t framesHeard() const noexcept = 0;
+};
+
+} // namespace ambrel
