@@ -19,8 +19,8 @@ class WaveformError : public std::runtime_error {
         readFailed      ///< not a single bucket could be read
     };
 
-    WaveformError(Case which, const std::string& sentence)
-        : std::runtime_error(sentence), which(which) {}
+    WaveformError(Case kind, const std::string& sentence)
+        : std::runtime_error(sentence), which(kind) {}
 
     Case which;
 };
