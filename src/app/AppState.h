@@ -120,6 +120,9 @@ class AppState : public QObject,
   private:
     AppState(SettingsStore& store, MainQueue& mainQueue);
 
+    template <typename Value> void assign(Value& field, Value value, Field name);
+    template <typename Value> void assignSetting(Value& field, Value value, Field name);
+
     SettingsStore& store_;
     MainQueue& mainQueue_;
     std::shared_ptr<WorkItem> settingsSaveTask_;

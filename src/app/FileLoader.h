@@ -1,14 +1,18 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <QCoroTask>
 #include <QUrl>
 #include <QUuid>
 
 #include "platform/desktop/BackgroundQueue.h"
+#include "waveform/WaveformGenerator.h"
 
 namespace ambrel {
 
@@ -30,27 +34,53 @@ class FileLoader {
     /// Receives the sentence for the error alert.
     using ErrorHandler = std::function<void(const QString& message)>;
 
-    FileLoader(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
-               SettingsStore& settings, MainQueue& mainQueue, ErrorHandler showError);
+    /// How the waveform is made; as WaveformGenerator::extract.
+    using Extract = std::function<std::vector<float>(const QUrl& url,
+                                                     const WaveformGenerator::Progress& progress,
+                                                     const std::atomic<bool>& ending)>;
 
-    /// Stops the generator at its next bucket and waits for running reads.
+    FileLoader(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+               SettingsStore& settings, MainQueue& mainQueue, ErrorHandler showError,
+               Extract extract = WaveformGenerator::extract);
+
+    /// Stops generators at their next bucket and waits for them. No load does anything afterwards.
     ~FileLoader();
 
+    FileLoader(const FileLoader&) = delete;
+    FileLoader& operator=(const FileLoader&) = delete;
+
     /// Starts a load and returns at once. With `restoreSettings` the saved settings are applied,
-    /// otherwise the file starts with the defaults.
+    /// otherwise the file starts with the defaults. Errors are shown later, never from this call.
     void loadFile(const QUrl& url, bool restoreSettings);
 
   private:
-    QCoro::Task<> load(QUrl url, bool restoreSettings, QUuid loadID);
+    /// One load, as its steps carry it. The loader may be gone when a step comes to run.
+    struct Load {
+        QUrl url;
+        bool restoreSettings = false;
+        QUuid id;
+        std::weak_ptr<const QUuid> newest;
+
+        bool isLoaderAlive() const { return !newest.expired(); }
+        bool isNewest() const;
+    };
+
+    QCoro::Task<> perform(Load load);
+    void prepare(const Load& load, double duration);
+    auto generateWaveform(const Load& load);
+    void postMessage(const Load& load, const QString& message);
+    void fail(const QString& message);
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
     SettingsStore& settings_;
     MainQueue& mainQueue_;
     ErrorHandler showError_;
-    QUuid currentLoadID_ = QUuid::createUuid();
-    std::shared_ptr<std::atomic<bool>> ending_ = std::make_shared<std::atomic<bool>>(false);
-    BackgroundQueue pool_;
+    Extract extract_;
+    std::shared_ptr<QUuid> currentLoadID_ = std::make_shared<QUuid>(QUuid::createUuid());
+    std::int64_t loadCount_ = 0;
+    std::atomic<bool> ending_ = false;
+    BackgroundQueue generators_;
 };
 
 } // namespace ambrel

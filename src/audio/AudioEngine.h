@@ -58,7 +58,10 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue);
     void setupEngine();
     void handleCompletion(std::int64_t generation);
+    void repeat(std::int64_t generation, const PlaybackModel& appState);
+    void finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState);
     void startPositionTimer(double fileStart);
+    void writePosition(double fileStart);
 
     MainQueue& mainQueue_;
     std::unique_ptr<EngineGraph> engine_;

@@ -1,0 +1,170 @@
+#include "app/AppState.h"
+
+#include <utility>
+
+#include "platform/desktop/MainQueue.h"
+#include "store/SettingsStore.h"
+
+namespace ambrel {
+namespace {
+
+/// How long the settings rest after a change before they are saved.
+constexpr std::chrono::duration<double> kSaveDelay{0.3};
+
+} // namespace
+
+std::shared_ptr<AppState> AppState::create() {
+    return create(SettingsStore::shared(), MainQueue::shared());
+}
+
+std::shared_ptr<AppState> AppState::create(SettingsStore& store, MainQueue& mainQueue) {
+    return std::shared_ptr<AppState>(new AppState(store, mainQueue));
+}
+
+AppState::AppState(SettingsStore& store, MainQueue& mainQueue)
+    : store_(store), mainQueue_(mainQueue) {}
+
+AppState::~AppState() = default;
+
+template <typename Value> void AppState::assign(Value& field, Value value, Field name) {
+    field = std::move(value);
+    Q_EMIT changed(name);
+}
+
+template <typename Value> void AppState::assignSetting(Value& field, Value value, Field name) {
+    assign(field, std::move(value), name);
+    settingsDidChange();
+}
+
+void AppState::setLoadingState(const LoadingState& value) {
+    assign(loadingState_, value, Field::loadingState);
+}
+
+void AppState::setAudioFileURL(const std::optional<QUrl>& value) {
+    assign(audioFileURL_, value, Field::audioFileURL);
+}
+
+void AppState::setAudioDuration(double value) {
+    assign(audioDuration_, value, Field::audioDuration);
+}
+
+void AppState::setWaveformSamples(std::vector<float> value) {
+    assign(waveformSamples_, std::move(value), Field::waveformSamples);
+}
+
+void AppState::setRegionStart(double value) {
+    assign(regionStart_, value, Field::regionStart);
+}
+
+void AppState::setRegionEnd(double value) {
+    assign(regionEnd_, value, Field::regionEnd);
+}
+
+void AppState::setIsPlaying(bool value) {
+    assign(isPlaying_, value, Field::isPlaying);
+}
+
+void AppState::setPlaybackPosition(double value) {
+    assign(playbackPosition_, value, Field::playbackPosition);
+}
+
+void AppState::setZoomLevel(double value) {
+    assign(zoomLevel_, value, Field::zoomLevel);
+}
+
+void AppState::setPanOffset(double value) {
+    assign(panOffset_, value, Field::panOffset);
+}
+
+void AppState::setSpeed(double value) {
+    assignSetting(speed_, value, Field::speed);
+}
+
+void AppState::setSpeedStep(double value) {
+    assignSetting(speedStep_, value, Field::speedStep);
+}
+
+void AppState::setPitch(double value) {
+    assignSetting(pitch_, value, Field::pitch);
+}
+
+void AppState::setEqEnabled(bool value) {
+    assignSetting(eqEnabled_, value, Field::eqEnabled);
+}
+
+void AppState::setEqGains(std::vector<double> value) {
+    assignSetting(eqGains_, std::move(value), Field::eqGains);
+}
+
+void AppState::setLoopEnabled(bool value) {
+    assignSetting(loopEnabled_, value, Field::loopEnabled);
+}
+
+void AppState::setLoopDelaySeconds(std::int64_t value) {
+    assignSetting(loopDelaySeconds_, value, Field::loopDelaySeconds);
+}
+
+void AppState::setLoopDelayMilliseconds(std::int64_t value) {
+    assignSetting(loopDelayMilliseconds_, value, Field::loopDelayMilliseconds);
+}
+
+void AppState::setRecentFiles(const QList<QUrl>& value) {
+    assign(recentFiles_, value, Field::recentFiles);
+}
+
+void AppState::setIsShowingHelp(bool value) {
+    assign(isShowingHelp_, value, Field::isShowingHelp);
+}
+
+FileSettings AppState::currentSettings() const {
+    return {
+        .regionStart = regionStart_,
+        .regionEnd = regionEnd_,
+        .speed = speed_,
+        .speedStep = speedStep_,
+        .pitch = pitch_,
+        .eqEnabled = eqEnabled_,
+        .eqGains = eqGains_,
+        .loopEnabled = loopEnabled_,
+        .loopDelaySeconds = loopDelaySeconds_,
+        .loopDelayMilliseconds = loopDelayMilliseconds_,
+    };
+}
+
+void AppState::applySettings(const FileSettings& settings) {
+    setRegionStart(settings.regionStart);
+    setRegionEnd(settings.regionEnd);
+    setSpeed(settings.speed);
+    setSpeedStep(settings.speedStep);
+    setPitch(settings.pitch);
+    setEqEnabled(settings.eqEnabled);
+    setEqGains(settings.eqGains);
+    setLoopEnabled(settings.loopEnabled);
+    setLoopDelaySeconds(settings.loopDelaySeconds);
+    setLoopDelayMilliseconds(settings.loopDelayMilliseconds);
+}
+
+void AppState::resetToDefaults(double duration) {
+    FileSettings defaults;
+    defaults.regionEnd = duration;
+    applySettings(defaults);
+    setZoomLevel(1);
+    setPanOffset(0);
+    setPlaybackPosition(0);
+    setIsPlaying(false);
+}
+
+void AppState::settingsDidChange() {
+    if (!audioFileURL_)
+        return;
+    if (settingsSaveTask_)
+        settingsSaveTask_->cancel();
+    // What is saved is read when the item runs; under which file is settled now.
+    settingsSaveTask_ = std::make_shared<WorkItem>([weak = weak_from_this(), url = *audioFileURL_] {
+        if (const auto state = weak.lock())
+            state->store_.save(state->currentSettings(), url);
+    });
+    mainQueue_.asyncAfter(kSaveDelay, settingsSaveTask_);
+}
+
+} // namespace ambrel

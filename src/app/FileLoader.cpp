@@ -1,0 +1,123 @@
+#include "app/FileLoader.h"
+
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "app/AppState.h"
+#include "app/Transport.h"
+#include "audio/AudioEngine.h"
+#include "platform/desktop/MainQueue.h"
+#include "platform/sound/AudioFile.h"
+#include "store/SettingsStore.h"
+
+namespace ambrel {
+namespace {
+
+/// Older loads finish their waveforms; with some threads to spare the newest need not wait for one.
+int generatorThreads() {
+    return static_cast<int>(std::thread::hardware_concurrency()) + 2;
+}
+
+double acceptedDuration(const std::shared_ptr<AudioFile>& file) {
+    const double duration = static_cast<double>(file->length()) / file->sampleRate();
+    if (duration > FileLoader::maximumDuration)
+        throw std::runtime_error("File duration exceeds the maximum supported length "
+                                 "(999:59.999).");
+    return duration;
+}
+
+} // namespace
+
+FileLoader::FileLoader(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                       SettingsStore& settings, MainQueue& mainQueue, ErrorHandler showError,
+                       Extract extract)
+    : state_(std::move(state)), engine_(std::move(engine)), settings_(settings),
+      mainQueue_(mainQueue), showError_(std::move(showError)), extract_(std::move(extract)),
+      generators_(mainQueue, generatorThreads()) {}
+
+FileLoader::~FileLoader() {
+    currentLoadID_.reset();
+    ending_ = true;
+}
+
+bool FileLoader::Load::isNewest() const {
+    const auto current = newest.lock();
+    return current && *current == id;
+}
+
+void FileLoader::loadFile(const QUrl& url, bool restoreSettings) {
+    if (const auto& replaced = state_->audioFileURL())
+        settings_.save(state_->currentSettings(), *replaced);
+    *currentLoadID_ = QUuid::createUuid();
+    state_->setLoadingState(LoadingState::loading(QStringLiteral("Opening file...")));
+    state_->setAudioFileURL(url);
+    state_->setWaveformSamples({});
+    perform({url, restoreSettings, *currentLoadID_, currentLoadID_});
+}
+
+auto FileLoader::generateWaveform(const Load& load) {
+    postMessage(load, QStringLiteral("Generating waveform..."));
+    auto generate = [this, load] {
+        std::string last;
+        const auto progress = [&](double, const std::string& message) {
+            if (message != std::exchange(last, message))
+                postMessage(load, QString::fromStdString(message));
+        };
+        return extract_(load.url, progress, ending_);
+    };
+    // The newest begins before all that still wait.
+    return generators_.run(std::move(generate), ++loadCount_);
+}
+
+QCoro::Task<> FileLoader::perform(Load load) {
+    // After every co_await the loader may be gone: then nothing but `load` may be touched.
+    QString failure;
+    try {
+        auto opening = engine_->load(load.url);
+        const double duration = acceptedDuration(co_await opening);
+        if (!load.isLoaderAlive())
+            co_return;
+        if (load.isNewest())
+            prepare(load, duration);
+
+        auto generating = generateWaveform(load);
+        auto peaks = co_await generating;
+        if (load.isNewest()) {
+            state_->setWaveformSamples(std::move(peaks));
+            state_->setLoadingState(LoadingState::loaded());
+        }
+        co_return;
+    } catch (const BackgroundQueue::Ended&) {
+        co_return;
+    } catch (const std::exception& error) {
+        failure = QString::fromUtf8(error.what());
+    }
+    if (load.isNewest())
+        fail(failure);
+}
+
+void FileLoader::prepare(const Load& load, double duration) {
+    state_->setAudioDuration(duration);
+    state_->resetToDefaults(duration);
+    if (load.restoreSettings) {
+        if (const auto settings = settings_.load(load.url))
+            state_->applySettings(*settings);
+    }
+    transport::pushSettings(*state_, *engine_);
+}
+
+void FileLoader::postMessage(const Load& load, const QString& message) {
+    mainQueue_.async([this, load, message] {
+        if (load.isNewest())
+            state_->setLoadingState(LoadingState::loading(message));
+    });
+}
+
+void FileLoader::fail(const QString& message) {
+    state_->setLoadingState(LoadingState::idle());
+    state_->setAudioFileURL(std::nullopt);
+    showError_(message);
+}
+
+} // namespace ambrel
