@@ -1,0 +1,11 @@
+# Fails when a source is not laid out as .clang-format says:  cmake -D CLANG_FORMAT=... -P CheckStyle.cmake
+get_filename_component(root ${CMAKE_CURRENT_LIST_DIR} DIRECTORY)
+set(sources)
+foreach(folder src tests tools bench)
+    file(GLOB_RECURSE found ${root}/${folder}/*.cpp ${root}/${folder}/*.h)
+    list(APPEND sources ${found})
+endforeach()
+execute_process(COMMAND ${CLANG_FORMAT} --dry-run --Werror ${sources} RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+    message(FATAL_ERROR "Lay these out with: clang-format -i FILE...")
+endif()
