@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/sound/Libav.h"
+#include "platform/sound/RegularFile.h"
+
+namespace ambrel {
+
+/// The first audio track of a file as a run of decoded blocks, each with its place in the track.
+///
+/// Places are counted in frames at the rate of the first block; frame 0 is the first frame that
+/// decoding from the start delivers. One thread at a time. The file outlives the track.
+class AudioTrack {
+  public:
+    /// Opens the track and decodes its first block. Throws AudioFileError.
+    explicit AudioTrack(const RegularFile& file);
+    ~AudioTrack();
+
+    AudioTrack(const AudioTrack&) = delete;
+    AudioTrack& operator=(const AudioTrack&) = delete;
+
+    int sampleRate() const noexcept { return sampleRate_; }
+    int channels() const noexcept { return channels_; }
+
+    /// The length that the file states in frames; absent where it states none to be relied on.
+    std::optional<std::int64_t> statedLength() const;
+
+    /// Whether the container may hold padding beyond the stated length.
+    bool padsBeyondStatedLength() const;
+
+    /// Goes to a place from which decoding yields `target` as a decode from the start does: the
+    /// next blocks begin well before it. False where nothing can be decoded there.
+    bool seek(std::int64_t target);
+
+    /// Goes back to the start.
+    bool rewind();
+
+    /// Decodes the next block. False at the end, or where decoding stops for good.
+    bool next();
+
+    const AVFrame& block() const noexcept { return *frame_; }
+
+    /// Where the block begins, in frames.
+    std::int64_t place() const noexcept { return place_; }
+
+    /// Tells how many frames at the track's rate the block came to, when that is not its own count.
+    void setBlockFrames(std::int64_t frames) noexcept { expected_ = place_ + frames; }
+
+    /// Reads the packets from here to the end without decoding them. The place where the last
+    /// one ends.
+    std::int64_t scanToEnd();
+
+  private:
+    void openContainer();
+    void openDecoder();
+    void decodeFirstBlock();
+    bool settle();
+    bool decodeBlock();
+    bool sendPacket();
+    std::optional<std::int64_t> stampedPlace() const;
+    void placeBlock();
+    std::int64_t framesOf(std::int64_t ticks) const;
+    std::int64_t ticksOf(std::int64_t frames) const;
+
+    const RegularFile& file_;
+    std::optional<RegularFileReader> reader_;
+    libav::Owned<AVFormatContext> container_;
+    libav::Owned<AVCodecContext> decoder_;
+    libav::Owned<AVPacket> packet_;
+    libav::Owned<AVFrame> frame_;
+    AVStream* stream_ = nullptr;
+    int sampleRate_ = 0;
+    int channels_ = 0;
+    std::int64_t firstStamp_ = 0;
+    int firstBlockFrames_ = 0;
+    std::optional<std::int64_t> expected_; ///< the place after the last block
+    std::int64_t place_ = 0;
+    bool draining_ = false;
+    bool fresh_ = false; ///< the first block has been decoded and not yet delivered
+};
+
+} // namespace ambrel
