@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+
+#include <QWidget>
+
+#include "waveform/ZoomNavigation.h"
+
+namespace ambrel {
+
+class AppState;
+class AudioEngine;
+
+/// The upper part of the working screen: the waveform on its rounded backdrop, and the zoom bar.
+class WaveformSection : public QWidget {
+    Q_OBJECT
+
+  public:
+    WaveformSection(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                    QWidget* parent = nullptr);
+
+  private:
+    void applyTheme();
+
+    ZoomNavigation navigation_;
+    QWidget* backdrop_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,90 @@
+#include "ui/ZoomBar.h"
+
+#include <utility>
+
+#include <QHBoxLayout>
+
+#include "app/AppState.h"
+#include "ui/PushButton.h"
+#include "ui/TextLabel.h"
+#include "ui/Theme.h"
+#include "waveform/WaveformGeometry.h"
+#include "waveform/ZoomNavigation.h"
+
+namespace ambrel {
+namespace {
+
+/// A button whose text is a sign rather than a word.
+PushButton* makeSignButton(const QString& sign, const QString& name) {
+    auto* const button = new PushButton(sign);
+    button->setAccessibleName(name);
+    button->setToolTip(name);
+    return button;
+}
+
+void enable(PushButton* button, bool enabled) {
+    // Disabled, it would pass the focus on to the next button, which Space then presses.
+    if (!enabled && button->hasFocus())
+        button->clearFocus();
+    button->setEnabled(enabled);
+}
+
+} // namespace
+
+ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QWidget* parent)
+    : QWidget(parent), state_(std::move(state)), navigation_(navigation),
+      panLeft_(new PushButton(Symbol::chevronLeft, tr("Pan left"))),
+      panRight_(new PushButton(Symbol::chevronRight, tr("Pan right"))),
+      zoomText_(new TextLabel(Theme::TextStyle::caption)),
+      zoomOut_(makeSignButton(QStringLiteral("-"), tr("Zoom out"))),
+      zoomIn_(makeSignButton(QStringLiteral("+"), tr("Zoom in"))),
+      fitTrack_(new PushButton(tr("Fit Track"))), fitRegion_(new PushButton(tr("Fit Region"))) {
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    addButton(panLeft_, &ZoomNavigation::panLeft);
+    addButton(panRight_, &ZoomNavigation::panRight);
+    row->addStretch();
+    zoomText_->setMonospaced(true);
+    zoomText_->setAlignment(Qt::AlignCenter);
+    zoomText_->setAccessibleDescription(tr("Zoom level"));
+    row->addWidget(zoomText_);
+    addButton(zoomOut_, &ZoomNavigation::zoomOut);
+    addButton(zoomIn_, &ZoomNavigation::zoomIn);
+    addButton(fitTrack_, &ZoomNavigation::fitTrack);
+    addButton(fitRegion_, &ZoomNavigation::fitRegion);
+    // Time runs from left to right whatever the direction of the language.
+    setLayoutDirection(Qt::LeftToRight);
+
+    connect(&Theme::shared(), &Theme::changed, this, &ZoomBar::applyTheme);
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::zoomLevel || field == AppState::Field::panOffset)
+            showState();
+    });
+    applyTheme();
+    showState();
+}
+
+void ZoomBar::addButton(PushButton* button, void (ZoomNavigation::*action)()) {
+    layout()->addWidget(button);
+    connect(button, &PushButton::clicked, this, [this, action] { (navigation_.*action)(); });
+}
+
+void ZoomBar::applyTheme() {
+    layout()->setSpacing(Theme::length(8));
+    zoomText_->setFixedWidth(Theme::length(42));
+    for (PushButton* const button : {zoomOut_, zoomIn_})
+        button->setFixedWidth(Theme::length(32));
+}
+
+void ZoomBar::showState() {
+    const double zoom = state_->zoomLevel();
+    const bool zoomed = zoom > WaveformGeometry::minimumZoom;
+    zoomText_->setText(QString::number(zoom, 'f', 1) + u'x');
+    enable(panLeft_, zoomed && state_->panOffset() > 0);
+    enable(panRight_, zoomed);
+    enable(zoomOut_, zoomed);
+    enable(zoomIn_, !(zoom >= WaveformGeometry::maximumZoom));
+    enable(fitTrack_, zoom != WaveformGeometry::minimumZoom);
+}
+
+} // namespace ambrel
