@@ -1,0 +1,165 @@
+"""Ambrel as a user meets it: found by accessible name, driven by real keys and a real pointer."""
+
+import json
+import os
+import pathlib
+import re
+import sqlite3
+import subprocess
+import tempfile
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+from desktop import SLOWNESS, wait_until
+
+PROGRAM = pathlib.Path(os.environ["AMBREL_BINARY_DIR"]) / "bin" / "ambrel"
+
+
+class Application:
+    """One run of the program; use it in a with statement, which ends it."""
+
+    def __init__(self, desktop, *arguments):
+        self._environment = desktop.fresh_home()
+        self._log = tempfile.TemporaryFile("w+", dir=desktop.folder)
+        self.process = desktop.spawn(str(PROGRAM), *map(str, arguments), env=self._environment,
+                                     stdin=subprocess.DEVNULL, stdout=self._log, stderr=self._log)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *failure):
+        self.process.kill()
+        self.process.wait()
+        if failure[0]:
+            print(f"--- what the program wrote ---\n{self.log()}---")
+        self._log.close()
+
+    def log(self):
+        self._log.seek(0)
+        return self._log.read()
+
+    def wait_for_end(self, seconds):
+        """The exit status."""
+        return self.process.wait(seconds * SLOWNESS)
+
+    def stored_settings(self, path):
+        """The record that is stored for a file; None when there is none."""
+        store = pathlib.Path(self._environment["XDG_DATA_HOME"]) / "ambrel" / "preferences.sqlite"
+        if not store.exists():
+            return None
+        with sqlite3.connect(store) as database:
+            row = database.execute("SELECT type, value FROM preference WHERE key = ?",
+                                   (f"settings.{path}",)).fetchone()
+        database.close()
+        if row is None:
+            return None
+        assert row[0] == "data", row
+        return json.loads(row[1])
+
+    # Controls
+
+    def find(self, **wanted):
+        """The first visible control with that name, role and description, or None."""
+        return next((control for control in self._controls() if _matches(control, wanted)), None)
+
+    def wait_for(self, seconds=10, **wanted):
+        return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
+
+    def wait_until_gone(self, **wanted):
+        wait_until(lambda: not self.find(**wanted), f"no control with {wanted}")
+
+    def texts(self):
+        """Every name on screen, for messages."""
+        return [control.get_name() for control in self._controls() if control.get_name()]
+
+    def _controls(self):
+        root = Atspi.get_desktop(0)
+        root.set_cache_mask(Atspi.Cache.NONE)
+        for index in range(root.get_child_count()):
+            try:
+                program = root.get_child_at_index(index)
+                if program and program.get_process_id() == self.process.pid:
+                    yield from _visible_below(program)
+            except GLib.Error:
+                pass  # it went away while it was looked at
+
+    # Keys and pointer
+
+    def key(self, *keys):
+        _xdotool("key", "--clearmodifiers", *keys)
+
+    def type(self, text):
+        _xdotool("type", "--clearmodifiers", text)
+
+    def click(self, **wanted):
+        x, y, width, height = extents(self.wait_for(**wanted))
+        _xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
+
+    def drag(self, *points):
+        """Press at the first point, move over the others, release at the last."""
+        steps = ["mousemove", *points[0], "mousedown", 1]
+        for (x1, y1), (x2, y2) in zip(points, points[1:]):
+            for step in range(1, 9):
+                steps += ["mousemove", round(x1 + (x2 - x1) * step / 8),
+                          round(y1 + (y2 - y1) * step / 8)]
+        _xdotool(*steps, "mouseup", 1)
+
+    def mark(self, start_s, end_s):
+        """Drags over the waveform of the whole file; the region it got, (start, end) in seconds."""
+        before = self.region()
+        x, y, width, height = extents(self.wait_for(name="Waveform"))
+        at = [(x + round(time / before[2] * width), y + height // 2) for time in (start_s, end_s)]
+        self.drag(*at)
+        return wait_until(lambda: self.region() != before and self.region()[:2], "another region")
+
+    def region(self):
+        """Start, end and length of the file, in seconds, as a screen reader is told."""
+        text = self.wait_for(name="Waveform").get_description()
+        match = re.fullmatch(r"Region (\S+) to (\S+) of (\S+)", text)
+        assert match, text
+        return tuple(_seconds(time) for time in match.groups())
+
+    def wait_until_loaded(self, seconds=20):
+        self.wait_for(seconds, name="Waveform")
+        self.wait_for_window()
+
+    def wait_for_window(self):
+        """Until the window manager has put the window, or its alert, in place and given it the keys."""
+        wait_until(lambda: any(control.get_state_set().contains(Atspi.StateType.ACTIVE)
+                               for control in self._controls()), "an active window")
+
+
+def extents(control):
+    """x, y, width and height on the screen."""
+    area = Atspi.Component.get_extents(control, Atspi.CoordType.SCREEN)
+    return area.x, area.y, area.width, area.height
+
+
+def is_enabled(control):
+    return control.get_state_set().contains(Atspi.StateType.ENABLED)
+
+
+def _visible_below(control):
+    for index in range(control.get_child_count()):
+        child = control.get_child_at_index(index)
+        if child and child.get_state_set().contains(Atspi.StateType.SHOWING):
+            yield child
+            yield from _visible_below(child)
+
+
+def _matches(control, wanted):
+    found = {"name": control.get_name, "role": control.get_role_name,
+             "description": control.get_description}
+    return all(found[key]() == value for key, value in wanted.items())
+
+
+def _seconds(text):
+    minutes, seconds = text.split(":")
+    return int(minutes) * 60 + float(seconds)
+
+
+def _xdotool(*arguments):
+    subprocess.run(["xdotool", *map(str, arguments)], check=True)

@@ -1,0 +1,66 @@
+"""Files that open, files that do not, and what the window says about them."""
+
+import unittest
+
+from scenario import Scenario
+from sound import tone, write_wav
+
+
+class OpeningTest(Scenario):
+    def assert_refused(self, path, *said):
+        """One alert that names the file and the reason; OK brings the welcome screen back."""
+        program = self.start(path)
+        program.wait_for(name="Error", role="alert")
+        message = next((text for text in program.texts() if path.name in text), None)
+        self.assertIsNotNone(message, program.texts())
+        for words in said:
+            self.assertIn(words, message)
+        program.click(name="OK")
+        program.wait_until_gone(name="OK")
+        program.wait_for(name="Open File...")
+        self.assertIsNone(program.find(name="Waveform"))
+        program.key("ctrl+q")
+        self.assert_ends(program)
+
+    def test_text_named_mp3_is_refused(self):
+        path = self.folder / "take3.mp3"
+        path.write_text("Not a note of music in here.\n" * 40)
+        self.assert_refused(path, "could not be opened")
+
+    def test_missing_file_is_refused(self):
+        self.assert_refused(self.folder / "gone.flac", "could not be opened")
+
+    def test_fifo_is_refused_and_does_not_hang(self):
+        import os
+        path = self.folder / "pipe.wav"
+        os.mkfifo(path)
+        self.assert_refused(path, "could not be opened")
+
+    def test_odd_names_open_like_any_other(self):
+        for name in ("take: 3 #1? 100% \"loud\" & ’soft’.wav", "a\nb 🎸.wav", "-x.wav", "é" * 122 + ".wav"):
+            with self.subTest(name=name):
+                path = write_wav(self.folder / name, tone(440, 0.5))
+                program = self.start_with(path)
+                program.wait_for(name=name)
+                program.key("ctrl+q")
+                self.assert_ends(program)
+                self.assertIsNotNone(program.stored_settings(path))
+
+    def test_file_url_opens(self):
+        path = write_wav(self.folder / "50 % #2.wav", tone(440, 0.5))
+        program = self.start_with(path.as_uri())
+        program.wait_for(name=path.name)
+
+    def test_file_chosen_in_the_open_panel_opens(self):
+        path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))
+        program = self.start()
+        program.wait_for_window()
+        program.key("ctrl+o")
+        program.wait_for(role="dialog")
+        program.type(f"{path}\n")
+        program.wait_until_loaded()
+        program.wait_for(name=path.name)
+
+
+if __name__ == "__main__":
+    unittest.main()

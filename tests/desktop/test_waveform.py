@@ -1,0 +1,58 @@
+"""Zooming and marking in the waveform."""
+
+import unittest
+
+from scenario import Scenario
+from sound import tone, write_wav
+
+
+class WaveformTest(Scenario):
+    def setUp(self):
+        super().setUp()
+        self.program = self.start_with(write_wav(self.folder / "song.wav", tone(440, 10)))
+
+    def assert_bar(self, zoom, enabled):
+        """The zoom text and the buttons that can be pressed."""
+        from application import is_enabled
+        self.program.wait_for(name=zoom, description="Zoom level")
+        buttons = ("Pan left", "Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region")
+        self.assertEqual({name for name in buttons if is_enabled(self.program.find(name=name))},
+                         set(enabled))
+
+    def test_zoom_bar(self):
+        program = self.program
+        self.assert_bar("1.0x", ["Zoom in", "Fit Region"])
+        program.click(name="Zoom in")
+        self.assert_bar("2.0x", ["Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region"])
+        program.click(name="Pan right")
+        self.assert_bar("2.0x", ["Pan left", "Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region"])
+        program.click(name="Zoom out")
+        self.assert_bar("1.0x", ["Zoom in", "Fit Region"])
+        for zoom in ("2.0x", "4.0x", "8.0x", "16.0x", "32.0x", "50.0x"):
+            program.click(name="Zoom in")
+            program.wait_for(name=zoom, description="Zoom level")
+        self.assert_bar("50.0x", ["Pan right", "Zoom out", "Fit Track", "Fit Region"])
+        program.click(name="Fit Track")
+        self.assert_bar("1.0x", ["Zoom in", "Fit Region"])
+
+    def test_fit_region_spreads_the_region_over_nine_tenths(self):
+        self.program.mark(4, 5)
+        self.program.click(name="Fit Region")
+        zoom = self.program.wait_for(description="Zoom level")
+        self.assertAlmostEqual(float(zoom.get_name().rstrip("x")), 9.0, delta=0.2)
+
+    def test_drag_out_of_the_window_and_back_stays_in_the_file(self):
+        from application import extents
+        x, y, width, height = extents(self.program.wait_for(name="Waveform"))
+        middle = y + height // 2
+        self.program.drag((x + width // 2, middle), (x + 4 * width, middle))
+        start_s, end_s, length_s = self.program.region()
+        self.assertAlmostEqual(start_s, 5, delta=0.02)
+        self.assertEqual(end_s, length_s)
+        self.program.drag((x + width // 4, middle), (0, middle), (x + width * 3 // 4, 1000))
+        self.assertAlmostEqual(self.program.region()[0], 2.5, delta=0.02)
+        self.assertAlmostEqual(self.program.region()[1], 7.5, delta=0.02)
+
+
+if __name__ == "__main__":
+    unittest.main()
