@@ -10,8 +10,9 @@ class FrameSource {
   public:
     virtual ~FrameSource() = default;
 
-    /// Before the first render() at this rate, and never during one. Called on the thread that
-    /// opens the device; may allocate. `largestRequest` is the most frames one render() asks for.
+    /// Before the first render() at this rate, and never during one. Called on a thread of the
+    /// output's own that is not the device's, so it may allocate and take its time.
+    /// `largestRequest` is the most frames one render() asks for.
     virtual void prepare(int sampleRateHz, std::size_t largestRequest) = 0;
 
     /// Fills `frames` interleaved stereo frames. Called on the device's thread: must not lock,
