@@ -18,6 +18,11 @@ class FrameSource {
     /// Fills `frames` interleaved stereo frames. Called on the device's thread: must not lock,
     /// allocate, log, do file I/O or call Qt.
     virtual void render(float* stereo, std::size_t frames) noexcept = 0;
+
+    /// Only for an output that is not paced: waits until render() has `frames` frames, and returns
+    /// how many it will have, fewer when what plays ends before or nothing plays. To be called
+    /// before each render().
+    virtual std::size_t awaitFrames(std::size_t frames) { return frames; }
 };
 
 /// Where finished frames go: a sound device, a clock that stands in for one, or a buffer.
@@ -27,6 +32,10 @@ class FrameSource {
 class AudioOutput {
   public:
     virtual ~AudioOutput() = default;
+
+    /// Whether a clock decides when frames are asked for. One that is not paced takes them as fast
+    /// as they can be made, and waits for them.
+    virtual bool isPaced() const noexcept { return true; }
 
     /// Begins to open the device; `source` must outlive the output. What goes wrong is mended
     /// behind this interface (a silent clock takes over), never reported.

@@ -1,0 +1,263 @@
+#include "platform/sound/AudioGraph.h"
+
+#include <atomic>
+#include <mutex>
+
+#include "platform/sound/AudioFile.h"
+#include "platform/sound/AudioOutput.h"
+#include "platform/sound/OutputStage.h"
+#include "platform/sound/PlayerNode.h"
+#include "platform/sound/RenderThread.h"
+#include "platform/sound/SegmentWatch.h"
+
+namespace ambrel {
+
+static_assert(AudioGraph::bandCount == EqualiserUnit::bandCount);
+
+namespace {
+
+/// What the render thread keeps ready beyond the device's largest request. Little, so that a change
+/// is heard soon.
+constexpr int aheadMs = 10;
+
+struct Segment {
+    std::shared_ptr<AudioFile> file;
+    std::int64_t startFrame = 0;
+    std::int64_t frameCount = 0;
+    std::int64_t firstEpoch = 0;
+};
+
+} // namespace
+
+/// The client's commands and the device's rate meet in here; everything else runs by itself. The
+/// mutex is held for as long as it takes to write down a wish, never while anything is waited for.
+class AudioGraph::Impl final : public FrameSource {
+  public:
+    explicit Impl(std::unique_ptr<AudioOutput> output);
+    ~Impl() override;
+
+    void prepare(int sampleRateHz, std::size_t largestRequest) override;
+    void render(float* stereo, std::size_t frames) noexcept override;
+    std::size_t awaitFrames(std::size_t frames) override;
+
+    void start();
+    void schedule(Segment segment, Completion completion);
+    void setPlaying(bool playing);
+    void stop();
+    std::optional<double> playerTime() const;
+
+    SoundSettings settings;
+    bool running = false;
+
+  private:
+    void nextRun(std::int64_t framesBefore);
+    void rest();
+
+    PlayGate gate_;
+    WakeUp renderWake_, watchWake_, demandMet_;
+    std::atomic<std::size_t> demand_{0};
+    std::unique_ptr<AudioOutput> output_;
+    OutputStage stage_;
+    PlayerNode player_;
+    std::unique_ptr<RenderThread> renderThread_; ///< the opening thread's, between renders
+    std::size_t largestRequest_ = 0;             ///< the opening thread's
+    std::unique_ptr<SegmentWatch> watch_;        ///< ends first: it asks the output
+
+    mutable std::mutex mutex_; ///< guards what follows
+    std::int64_t epoch_ = 0;
+    std::optional<Segment> segment_;
+    int rateHz_ = 0; ///< the device's; 0 before it is known
+
+    std::mutex restMutex_; ///< guards the output's start and stop
+    bool resting_ = false;
+};
+
+AudioGraph::Impl::Impl(std::unique_ptr<AudioOutput> output)
+    : output_(std::move(output)), stage_(gate_, renderWake_, watchWake_), player_(renderWake_),
+      watch_(std::make_unique<SegmentWatch>(SegmentWatch::Wiring{
+          watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); }})) {
+    output_->open(*this);
+}
+
+AudioGraph::Impl::~Impl() {
+    watch_ = nullptr;
+    output_ = nullptr;
+}
+
+/// On the thread that opens the device. A device with the same needs goes on where the last one
+/// ended; another rate takes new units, and what plays begins anew where it had come.
+void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
+    {
+        const std::scoped_lock lock(mutex_);
+        if (renderThread_ && rateHz_ == sampleRateHz && largestRequest <= largestRequest_)
+            return;
+    }
+    renderThread_ = nullptr;
+    largestRequest_ = largestRequest;
+    const bool paced = output_->isPaced();
+    const std::size_t ahead =
+        largestRequest + (paced ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
+    renderThread_ =
+        std::make_unique<RenderThread>(RenderThread::Wiring{gate_, settings, player_, renderWake_,
+                                                            demandMet_, paced ? nullptr : &demand_},
+                                       sampleRateHz, ahead);
+    stage_.attach(renderThread_->ring(), sampleRateHz, largestRequest);
+    const std::scoped_lock lock(mutex_);
+    rateHz_ = sampleRateHz;
+    const OutputStage::Progress progress = stage_.progress();
+    const bool begun = segment_ && progress.epoch >= segment_->firstEpoch;
+    if (segment_ && !(begun && progress.ended))
+        nextRun(begun ? static_cast<std::int64_t>(progress.fileFrame) : 0);
+}
+
+void AudioGraph::Impl::render(float* stereo, std::size_t frames) noexcept {
+    stage_.render(stereo, frames);
+}
+
+std::size_t AudioGraph::Impl::awaitFrames(std::size_t frames) {
+    const RenderRing& ring = renderThread_->ring();
+    const PlayGate::State gate = gate_.get();
+    const OutputStage::Progress progress = stage_.progress();
+    if (!gate.playing || (progress.ended && progress.epoch == gate.epoch))
+        return 0;
+    demand_.store(frames, std::memory_order_release);
+    renderWake_.signal();
+    while (ring.frames() < frames && ring.finishedEpoch() != gate.epoch)
+        demandMet_.wait();
+    demand_.store(0, std::memory_order_release);
+    return std::min(frames, ring.frames());
+}
+
+/// With the mutex held: what is left of the segment under a new epoch.
+void AudioGraph::Impl::nextRun(std::int64_t framesBefore) {
+    ++epoch_;
+    player_.play({epoch_, segment_->file, segment_->startFrame + framesBefore,
+                  segment_->frameCount - framesBefore, framesBefore, rateHz_});
+    gate_.set({epoch_, gate_.get().playing});
+    renderWake_.signal();
+}
+
+void AudioGraph::Impl::start() {
+    const std::scoped_lock lock(restMutex_);
+    if (!running || resting_)
+        output_->start();
+    running = true;
+    resting_ = false;
+}
+
+/// On the watch's thread, some time after the last sound.
+void AudioGraph::Impl::rest() {
+    const std::scoped_lock lock(restMutex_);
+    if (watch_->isActive() || !running || resting_)
+        return;
+    output_->stop();
+    resting_ = true;
+}
+
+void AudioGraph::Impl::schedule(Segment segment, Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    segment_ = std::move(segment);
+    segment_->firstEpoch = epoch_ + 1;
+    watch_->add(segment_->firstEpoch, std::move(completion));
+    watch_->setActive(false);
+    gate_.set({epoch_, false});
+    if (rateHz_ > 0)
+        nextRun(0);
+}
+
+void AudioGraph::Impl::setPlaying(bool playing) {
+    {
+        const std::scoped_lock lock(mutex_);
+        if (!segment_)
+            return;
+        watch_->setActive(playing);
+        gate_.set({epoch_, playing});
+        renderWake_.signal();
+    }
+    if (playing && running)
+        start();
+}
+
+void AudioGraph::Impl::stop() {
+    const std::scoped_lock lock(mutex_);
+    if (!segment_)
+        return;
+    segment_.reset();
+    gate_.set({++epoch_, false});
+    PlayerNode::Run nothing;
+    nothing.epoch = epoch_;
+    player_.play(std::move(nothing));
+    renderWake_.signal();
+    watch_->drop();
+    watch_->setActive(false);
+}
+
+std::optional<double> AudioGraph::Impl::playerTime() const {
+    const std::scoped_lock lock(mutex_);
+    if (!segment_)
+        return std::nullopt;
+    return stage_.log().fileFrameAt(output_->framesHeard(), segment_->firstEpoch);
+}
+
+AudioGraph::AudioGraph(std::unique_ptr<AudioOutput> output)
+    : impl_(std::make_unique<Impl>(std::move(output))) {}
+
+AudioGraph::~AudioGraph() = default;
+
+bool AudioGraph::isRunning() const {
+    return impl_->running;
+}
+
+void AudioGraph::start() {
+    impl_->start();
+}
+
+void AudioGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
+                                 std::int64_t frameCount, Completion completion) {
+    impl_->schedule({std::move(file), startFrame, std::max<std::int64_t>(0, frameCount)},
+                    std::move(completion));
+}
+
+void AudioGraph::play() {
+    impl_->setPlaying(true);
+}
+
+void AudioGraph::pause() {
+    impl_->setPlaying(false);
+}
+
+void AudioGraph::stop() {
+    impl_->stop();
+}
+
+std::optional<double> AudioGraph::playerTime() const {
+    return impl_->playerTime();
+}
+
+void AudioGraph::setRate(float rate) {
+    impl_->settings.rate = rate;
+}
+
+void AudioGraph::setPitch(float cents) {
+    impl_->settings.cents = cents;
+}
+
+void AudioGraph::setEqualiserBypass(bool bypass) {
+    impl_->settings.equaliserBypass = bypass;
+}
+
+void AudioGraph::setEqualiserBand(int band, float frequencyHz, float bandwidth, float gain) {
+    if (band < 0 || band >= bandCount)
+        return;
+    SoundSettings::Band& target = impl_->settings.bands[static_cast<std::size_t>(band)];
+    target.frequencyHz = frequencyHz;
+    target.bandwidthOctaves = bandwidth;
+    target.gainDb = gain;
+}
+
+void AudioGraph::setEqualiserGain(int band, float gain) {
+    if (band >= 0 && band < bandCount)
+        impl_->settings.bands[static_cast<std::size_t>(band)].gainDb = gain;
+}
+
+} // namespace ambrel

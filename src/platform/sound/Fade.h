@@ -1,0 +1,34 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numbers>
+#include <vector>
+
+namespace ambrel {
+
+/// The short fade at a start, a pause, a stop and a segment's end: 3 ms of a raised cosine, long
+/// enough not to click and too short to take the edge off an attack.
+class Fade {
+  public:
+    explicit Fade(int sampleRateHz) {
+        const std::size_t frames = std::max<std::size_t>(1, sampleRateHz * 3 / 1000);
+        for (std::size_t i = 0; i < frames; ++i)
+            gains_.push_back(static_cast<float>(
+                0.5 - 0.5 * std::cos(std::numbers::pi * (double(i) + 0.5) / double(frames))));
+    }
+
+    std::size_t frames() const noexcept { return gains_.size(); }
+
+    /// Gain `step` frames into a fade-in: near 0 at step 0, exactly 1 from frames() on. A fade-out
+    /// walks the steps downwards.
+    float gain(std::size_t step) const noexcept {
+        return step < gains_.size() ? gains_[step] : 1.0F;
+    }
+
+  private:
+    std::vector<float> gains_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/sound/Fade.h"
+#include "platform/sound/PlayGate.h"
+#include "platform/sound/PlayheadLog.h"
+#include "platform/sound/RenderRing.h"
+#include "platform/sound/WakeUp.h"
+
+namespace ambrel {
+
+/// The device callback's half of the graph: takes finished frames out of the ring, fades at a
+/// start, a pause and a stop, and writes down what it handed over.
+///
+/// render() does not lock, allocate or wait. attach() is called between two renders.
+class OutputStage {
+  public:
+    /// What is written down about the run handed over last.
+    struct Progress {
+        std::int64_t epoch = 0;
+        double fileFrame = 0; ///< handed over so far, counted from the segment's first
+        bool ended = false;   ///< its last frame was handed over
+    };
+
+    /// `roomMade` is signalled when frames were taken, `segmentEnded` when a run's last was.
+    OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segmentEnded);
+
+    /// Frames come out of `ring` from now on. What was being heard ends here. A run begins once
+    /// `framesToBegin` frames of it are there, or a whole request if that is less.
+    void attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin);
+
+    void render(float* stereo, std::size_t frames) noexcept;
+
+    const PlayheadLog& log() const noexcept { return log_; }
+
+    /// Any thread, while no render() runs; otherwise only `epoch` and `ended` may be relied upon.
+    Progress progress() const noexcept;
+
+    /// Frames handed over when the run ended that progress() tells of. Any thread.
+    std::int64_t endFrame() const noexcept { return endFrame_.load(std::memory_order_relaxed); }
+
+    /// Frames of silence handed over in the middle of a run because none were ready. Any thread.
+    std::int64_t framesMissed() const noexcept { return missed_.load(std::memory_order_relaxed); }
+
+  private:
+    bool mayBegin(PlayGate::State gate, std::size_t frames) noexcept;
+    std::size_t takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept;
+    void finishBlock() noexcept;
+    std::size_t decay(float* stereo, std::size_t frames) noexcept;
+    void applyFade(float* stereo, std::size_t frames, bool out) noexcept;
+    void note(double from, double to, std::size_t frames, std::int64_t at) noexcept;
+
+    const PlayGate& gate_;
+    WakeUp& roomMade_;
+    WakeUp& segmentEnded_;
+    RenderRing* ring_ = nullptr;
+    std::size_t framesToBegin_ = 0;
+    std::optional<Fade> fade_;
+    PlayheadLog log_;
+
+    // The device thread's.
+    std::size_t fadeStep_ = 0;    ///< 0: silent; fade frames: full
+    std::int64_t heardEpoch_ = 0; ///< while fadeStep_ > 0: whose frames are heard
+    std::size_t taken_ = 0;       ///< frames of the first block that were handed over
+    float lastLeft_ = 0, lastRight_ = 0;
+    std::int64_t written_ = 0; ///< frames handed over since the output was opened
+    PlayheadLog::Entry entry_; ///< being gathered during one render()
+
+    std::atomic<std::int64_t> progressEpoch_{0};
+    std::atomic<double> progressFileFrame_{0};
+    std::atomic<std::int64_t> endedEpoch_{0};
+    std::atomic<std::int64_t> endFrame_{0};
+    std::atomic<std::int64_t> missed_{0};
+};
+
+} // namespace ambrel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace ambrel {
+
+/// Which run is to be heard, and whether now: the one word through which the client's commands
+/// reach the render thread and the device callback.
+class PlayGate {
+  public:
+    struct State {
+        std::int64_t epoch = 0;
+        bool playing = false;
+    };
+
+    void set(State state) noexcept {
+        word_.store(state.epoch * 2 + (state.playing ? 1 : 0), std::memory_order_release);
+    }
+
+    State get() const noexcept {
+        const std::int64_t word = word_.load(std::memory_order_acquire);
+        return {word / 2, word % 2 != 0};
+    }
+
+  private:
+    std::atomic<std::int64_t> word_{0};
+};
+
+} // namespace ambrel

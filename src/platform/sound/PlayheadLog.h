@@ -1,0 +1,91 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace ambrel {
+
+/// Which file frames were handed to the device when: what the play head is read from once the
+/// device tells what has been heard.
+///
+/// One thread writes (the device's), one reads (the client's); neither waits. A reader that is
+/// overtaken by the writer skips that entry.
+class PlayheadLog {
+  public:
+    struct Entry {
+        std::int64_t epoch = 0;
+        std::int64_t outputFrame = 0; ///< first frame handed over, as the output counts
+        std::int64_t frames = 0;
+        double fileFrameBegin = 0; ///< counted from the segment's first
+        double fileFrameEnd = 0;
+    };
+
+    void write(const Entry& entry) noexcept {
+        const std::uint64_t number = written_.load(std::memory_order_relaxed);
+        Slot& slot = slots_[number % slots_.size()];
+        // Odd while it is written. Every field is released after that and acquired by the reader
+        // before it looks again, so a mixed entry never passes.
+        slot.number.store(2 * number + 1, std::memory_order_relaxed);
+        slot.epoch.store(entry.epoch, std::memory_order_release);
+        slot.outputFrame.store(entry.outputFrame, std::memory_order_release);
+        slot.frames.store(entry.frames, std::memory_order_release);
+        slot.fileFrameBegin.store(entry.fileFrameBegin, std::memory_order_release);
+        slot.fileFrameEnd.store(entry.fileFrameEnd, std::memory_order_release);
+        slot.number.store(2 * number + 2, std::memory_order_release);
+        written_.store(number + 1, std::memory_order_release);
+    }
+
+    /// The file frame that was heard when `heardFrames` frames had been, looking only at runs from
+    /// `firstEpoch` on; absent before their first frame was heard.
+    std::optional<double> fileFrameAt(std::int64_t heardFrames,
+                                      std::int64_t firstEpoch) const noexcept {
+        const std::uint64_t written = written_.load(std::memory_order_acquire);
+        for (std::uint64_t number = written; number > 0 && number + slots_.size() > written;
+             --number) {
+            const std::optional<Entry> entry = read(number - 1);
+            if (!entry || entry->epoch < firstEpoch)
+                return std::nullopt;
+            if (entry->outputFrame >= heardFrames)
+                continue;
+            if (heardFrames >= entry->outputFrame + entry->frames)
+                return entry->fileFrameEnd;
+            return entry->fileFrameBegin + (entry->fileFrameEnd - entry->fileFrameBegin) *
+                                               double(heardFrames - entry->outputFrame) /
+                                               double(entry->frames);
+        }
+        return std::nullopt;
+    }
+
+  private:
+    struct Slot {
+        std::atomic<std::uint64_t> number{0};
+        std::atomic<std::int64_t> epoch{0};
+        std::atomic<std::int64_t> outputFrame{0};
+        std::atomic<std::int64_t> frames{0};
+        std::atomic<double> fileFrameBegin{0};
+        std::atomic<double> fileFrameEnd{0};
+    };
+
+    std::optional<Entry> read(std::uint64_t number) const noexcept {
+        const Slot& slot = slots_[number % slots_.size()];
+        if (slot.number.load(std::memory_order_acquire) != 2 * number + 2)
+            return std::nullopt;
+        const Entry entry{slot.epoch.load(std::memory_order_acquire),
+                          slot.outputFrame.load(std::memory_order_acquire),
+                          slot.frames.load(std::memory_order_acquire),
+                          slot.fileFrameBegin.load(std::memory_order_acquire),
+                          slot.fileFrameEnd.load(std::memory_order_acquire)};
+        if (slot.number.load(std::memory_order_relaxed) != 2 * number + 2)
+            return std::nullopt;
+        return entry;
+    }
+
+    /// Device requests of several seconds, more than any device delays the sound.
+    std::array<Slot, 1024> slots_{};
+    std::atomic<std::uint64_t> written_{0};
+};
+
+} // namespace ambrel

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <thread>
+
+#include "platform/sound/EqualiserUnit.h"
+#include "platform/sound/Fade.h"
+#include "platform/sound/PlayGate.h"
+#include "platform/sound/PlayerNode.h"
+#include "platform/sound/RenderRing.h"
+#include "platform/sound/TimePitchUnit.h"
+#include "platform/sound/WakeUp.h"
+
+namespace ambrel {
+
+/// What the client sets and the render thread obeys from its next block on. Any thread.
+struct SoundSettings {
+    struct Band {
+        std::atomic<float> frequencyHz{1000};
+        std::atomic<float> bandwidthOctaves{1};
+        std::atomic<float> gainDb{0};
+    };
+    std::atomic<double> rate{1};
+    std::atomic<double> cents{0};
+    std::atomic<bool> equaliserBypass{true};
+    std::array<Band, EqualiserUnit::bandCount> bands;
+};
+
+/// Runs player → time-pitch → equaliser into the ring, a block of 64 frames at a time, and sleeps
+/// while the ring is full, the player has nothing, or nothing is played.
+///
+/// Paced by a device it keeps a fixed number of frames ahead. Pulled offline it makes just the
+/// frames demanded, and only from a player that is far enough ahead, so that neither the speed of
+/// the disk nor that of the machine has a say in what comes out.
+class RenderThread {
+  public:
+    struct Wiring {
+        const PlayGate& gate;
+        const SoundSettings& settings;
+        PlayerNode& player;
+        WakeUp& wake;                           ///< what the thread sleeps on
+        WakeUp& demandMet;                      ///< offline: signalled when frames were pushed
+        const std::atomic<std::size_t>* demand; ///< offline: frames to make; none when paced
+    };
+
+    /// Allocates, warms everything up and starts the thread. `framesAhead`: how many frames are
+    /// kept ready when paced by a device.
+    RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead);
+    ~RenderThread();
+
+    RenderRing& ring() noexcept { return ring_; }
+
+  private:
+    void run();
+    bool step();
+    void begin(const RunPlace& run);
+    std::size_t room() const noexcept;
+    void applySettings() noexcept;
+    void makeFrames(std::size_t frames) noexcept;
+    void fadeEnd(float* stereo, std::size_t frames) const noexcept;
+    double fileFrame() const noexcept;
+
+    Wiring wiring_;
+    std::size_t framesAhead_;
+    RenderRing ring_;
+    TimePitchUnit timePitch_;
+    EqualiserUnit equaliser_;
+    Fade fade_;
+    RunPlace run_;
+    RenderBlock block_;
+    bool finished_ = true; ///< the run's last block was pushed
+    std::atomic<bool> ending_{false};
+    std::thread thread_; ///< last: everything above is there before it runs
+};
+
+} // namespace ambrel

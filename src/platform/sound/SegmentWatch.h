@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/sound/OutputStage.h"
+#include "platform/sound/WakeUp.h"
+
+namespace ambrel {
+
+/// Calls each segment's completion, once, on a thread of its own: when the last frame has been
+/// heard, when the segment is dropped, or at the end of the watch. The same thread notices that
+/// nothing has been playing for a while.
+///
+/// It is apart from the decode thread, which a slow disk may hold up, and from the render thread,
+/// which a completion must not hold up. add(), drop() and setActive() come from the client.
+class SegmentWatch {
+  public:
+    using Completion = std::function<void()>;
+
+    struct Wiring {
+        WakeUp& wake; ///< what the thread sleeps on; the stage signals a run's end here
+        const OutputStage& stage;
+        std::function<std::int64_t()> framesHeard;
+        std::function<void()> idle; ///< called when nothing has been active for idleAfter
+    };
+
+    explicit SegmentWatch(Wiring wiring);
+    ~SegmentWatch();
+
+    /// How long nothing plays before the output may rest.
+    static constexpr std::chrono::seconds idleAfter{5};
+
+    /// A segment whose runs have epochs from `firstEpoch` on. The one before is dropped.
+    void add(std::int64_t firstEpoch, Completion completion);
+    void drop();
+
+    /// Whether something is to be heard.
+    void setActive(bool active);
+    bool isActive() const noexcept { return active_; }
+
+  private:
+    void run();
+    bool endHandedOver() const;
+    std::vector<Completion> takeDue();
+    void wait();
+
+    Wiring wiring_;
+    std::mutex mutex_;
+    std::int64_t firstEpoch_ = 0;
+    Completion current_;
+    std::vector<Completion> dropped_;
+    std::atomic<bool> active_{false};
+    bool idleReported_ = true;
+    std::chrono::steady_clock::time_point idleSince_{};
+    std::atomic<bool> ending_{false};
+    std::thread thread_; ///< last: everything above is there before it runs
+};
+
+} // namespace ambrel
