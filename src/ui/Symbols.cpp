@@ -10,7 +10,9 @@
 
 /// A library that is linked statically keeps its resources only when somebody calls this. It stands
 /// outside every namespace, as the function that Q_INIT_RESOURCE declares does.
-static void initialiseResources() { Q_INIT_RESOURCE(symbols); }
+static void initialiseResources() {
+    Q_INIT_RESOURCE(symbols);
+}
 
 namespace ambrel {
 

@@ -16,6 +16,11 @@ TextLabel::TextLabel(const QString& text, Theme::TextStyle style, Theme::TextCol
     applyTheme();
 }
 
+void TextLabel::setBold(bool bold) {
+    bold_ = bold;
+    applyTheme();
+}
+
 void TextLabel::setMonospaced(bool monospaced) {
     monospaced_ = monospaced;
     applyTheme();
@@ -28,7 +33,9 @@ void TextLabel::setElideMode(Qt::TextElideMode mode) {
 }
 
 void TextLabel::applyTheme() {
-    setFont(monospaced_ ? Theme::monospacedFont(style_) : Theme::font(style_));
+    QFont font = monospaced_ ? Theme::monospacedFont(style_) : Theme::font(style_);
+    font.setBold(font.bold() || bold_);
+    setFont(font);
     update();
 }
 

@@ -18,6 +18,7 @@ class TextLabel : public QLabel {
     TextLabel(const QString& text, Theme::TextStyle style,
               Theme::TextColour colour = Theme::TextColour::primary, QWidget* parent = nullptr);
 
+    void setBold(bool bold);
     /// Digits of equal width.
     void setMonospaced(bool monospaced);
     /// A text that is too long loses its middle (or another part) rather than widening the window.
@@ -33,6 +34,7 @@ class TextLabel : public QLabel {
 
     Theme::TextStyle style_;
     Theme::TextColour colour_;
+    bool bold_ = false;
     bool monospaced_ = false;
     Qt::TextElideMode elideMode_ = Qt::ElideNone;
 };

@@ -1,0 +1,66 @@
+#include "app/AmbrelApp.h"
+
+#include <QApplication>
+#include <QMenuBar>
+#include <QScreen>
+
+#include "app/AppCommands.h"
+#include "audio/AudioEngine.h"
+#include "platform/desktop/MainQueue.h"
+#include "platform/desktop/NotificationCenter.h"
+#include "platform/desktop/TerminationSignals.h"
+#include "store/SettingsStore.h"
+#include "ui/ContentView.h"
+#include "ui/KeyResponderNSView.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+namespace {
+
+constexpr QSize kMinimumSize(680, 580);
+
+/// 780 by 680 points, as far as the screen has room for them.
+QSize firstSize(const QScreen* screen) {
+    const QSize wanted(Theme::length(780), Theme::length(680));
+    return screen ? wanted.boundedTo(screen->availableSize()).expandedTo(kMinimumSize) : wanted;
+}
+
+} // namespace
+
+AmbrelApp::AmbrelApp()
+    : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
+      engine_(AudioEngine::shared()) {
+    appDelegate_.applicationWillFinishLaunching();
+    makeMainWindow();
+}
+
+/// The window goes first: its views and the loader use all the rest.
+AmbrelApp::~AmbrelApp() {
+    mainWindow_.reset();
+}
+
+void AmbrelApp::makeMainWindow() {
+    mainWindow_ = std::make_unique<QMainWindow>();
+    mainWindow_->setWindowTitle(QStringLiteral("Ambrel"));
+    mainWindow_->setMinimumSize(kMinimumSize);
+    mainWindow_->resize(firstSize(mainWindow_->screen()));
+
+    new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
+    content_ = new ContentView({appState_, engine_, SettingsStore::shared(), MainQueue::shared(),
+                                NotificationCenter::shared()});
+    mainWindow_->setCentralWidget(content_);
+    commands::addMenus(*mainWindow_->menuBar(), NotificationCenter::shared());
+}
+
+int AmbrelApp::run(const std::optional<QUrl>& file) {
+    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(),
+                     [this] { appDelegate_.applicationWillTerminate(); });
+    const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
+    mainWindow_->show();
+    appDelegate_.setAppState(appState_);
+    if (file)
+        content_->loadFile(*file, false);
+    return QApplication::exec();
+}
+
+} // namespace ambrel

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include <QMainWindow>
+#include <QUrl>
+
+#include "app/AppDelegate.h"
+#include "app/AppState.h"
+
+namespace ambrel {
+
+class AudioEngine;
+class ContentView;
+
+/// The application put together: one state, one delegate, one main window on the shared services.
+/// Lives on the main thread, inside the QApplication's life.
+class AmbrelApp {
+  public:
+    AmbrelApp();
+    ~AmbrelApp();
+
+    /// Shows the main window, opens `file` as the open panel would, and runs the main loop until
+    /// the application quits. Gives the exit status.
+    int run(const std::optional<QUrl>& file);
+
+  private:
+    void makeMainWindow();
+
+    AppDelegate appDelegate_;
+    std::shared_ptr<AppState> appState_;
+    std::shared_ptr<AudioEngine> engine_;
+    std::unique_ptr<QMainWindow> mainWindow_;
+    ContentView* content_ = nullptr;
+};
+
+} // namespace ambrel

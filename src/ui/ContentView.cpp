@@ -1,0 +1,126 @@
+#include "ui/ContentView.h"
+
+#include <QKeyEvent>
+#include <QVBoxLayout>
+
+#include "app/Notifications.h"
+#include "app/Transport.h"
+#include "audio/AudioEngine.h"
+#include "ui/Divider.h"
+#include "ui/ErrorAlert.h"
+#include "ui/HeaderBar.h"
+#include "ui/LoadingScreen.h"
+#include "ui/OpenPanel.h"
+#include "ui/SheetBlocker.h"
+#include "ui/WelcomeScreen.h"
+#include "ui/WorkingScreen.h"
+
+namespace ambrel {
+
+ContentView::ContentView(const Services& services, QWidget* parent)
+    : QWidget(parent), state_(services.state), engine_(services.engine),
+      column_(new QVBoxLayout(this)),
+      loader_(services.state, services.engine, services.settings, services.mainQueue,
+              [this](const QString& message) { showError(message); }) {
+    engine_->setAppState(state_);
+
+    auto* header = new HeaderBar(state_);
+    column_->setContentsMargins(0, 0, 0, 0);
+    column_->setSpacing(0);
+    column_->addWidget(header);
+    column_->addWidget(new Divider);
+    showScreen();
+
+    connect(header, &HeaderBar::openFileRequested, this, &ContentView::openFile);
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::loadingState)
+            showScreen();
+    });
+    observeNotifications(services.notifications);
+}
+
+ContentView::~ContentView() {
+    // What the loader and the sheets still report finds a view whose members are going.
+    disconnect(state_.get(), nullptr, this, nullptr);
+}
+
+/// Escape leaves the control that has the focus, so that Space plays again.
+void ContentView::keyPressEvent(QKeyEvent* event) {
+    QWidget* holder = window()->focusWidget();
+    if (event->key() != Qt::Key_Escape || !holder || !isAncestorOf(holder))
+        return QWidget::keyPressEvent(event);
+    holder->clearFocus();
+}
+
+void ContentView::observeNotifications(NotificationCenter& notifications) {
+    const auto observe = [this, &notifications](const QString& name, auto action) {
+        observations_.push_back(
+            notifications.observe(name, [action](const QVariant& object) { action(object); }));
+    };
+    const auto observeTransport = [&](const QString& name,
+                                      void (*action)(AppState&, AudioEngine&)) {
+        observe(name, [this, action](const QVariant&) { action(*state_, *engine_); });
+    };
+    observe(notifications::openFile, [this](const QVariant&) { openFile(); });
+    observe(notifications::openRecent, [this](const QVariant& object) {
+        if (const QUrl url = object.toUrl(); url.isLocalFile())
+            loadFile(url, true);
+    });
+    observe(notifications::toggleLoop,
+            [this](const QVariant&) { state_->setLoopEnabled(!state_->loopEnabled()); });
+    observeTransport(notifications::stopReset, transport::stopAndRewind);
+    observeTransport(notifications::decreaseSpeed, transport::decreaseSpeed);
+    observeTransport(notifications::increaseSpeed, transport::increaseSpeed);
+    observeTransport(notifications::pitchUp, transport::pitchUp);
+    observeTransport(notifications::pitchDown, transport::pitchDown);
+}
+
+void ContentView::showScreen() {
+    const LoadingState& loading = state_->loadingState();
+    if (!screen_ || loading.kind != shownKind_) {
+        if (screen_) { // its own button may have brought us here: it goes later
+            screen_->hide();
+            screen_->deleteLater();
+        }
+        loadingScreen_ = nullptr;
+        shownKind_ = loading.kind;
+        if (loading.isLoading()) {
+            screen_ = loadingScreen_ = new LoadingScreen;
+        } else if (loading.isLoaded()) {
+            screen_ = new WorkingScreen(state_, engine_);
+        } else {
+            auto* welcome = new WelcomeScreen;
+            connect(welcome, &WelcomeScreen::openFileRequested, this, &ContentView::openFile);
+            screen_ = welcome;
+        }
+        column_->addWidget(screen_, 1);
+    }
+    if (loadingScreen_)
+        loadingScreen_->setMessage(loading.message);
+}
+
+void ContentView::openFile() {
+    if (openPanel_) {
+        openPanel_->raise();
+        openPanel_->activateWindow();
+        return;
+    }
+    openPanel_ = new OpenPanel(this);
+    connect(openPanel_, &OpenPanel::fileChosen, this,
+            [this](const QUrl& url) { loadFile(url, false); });
+    SheetBlocker::present(openPanel_, window());
+}
+
+void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
+    loader_.loadFile(url, restoreSettings);
+}
+
+void ContentView::showError(const QString& message) {
+    if (!errorAlert_) {
+        errorAlert_ = new ErrorAlert(this);
+        SheetBlocker::present(errorAlert_, window());
+    }
+    errorAlert_->setMessage(message.isEmpty() ? QStringLiteral("Unknown error") : message);
+}
+
+} // namespace ambrel

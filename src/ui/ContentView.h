@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <QPointer>
+#include <QWidget>
+
+#include "app/AppState.h"
+#include "app/FileLoader.h"
+#include "platform/desktop/NotificationCenter.h"
+
+class QBoxLayout;
+
+namespace ambrel {
+
+class AudioEngine;
+class ErrorAlert;
+class LoadingScreen;
+class MainQueue;
+class OpenPanel;
+class SettingsStore;
+
+/// The content of the main window: the header bar, and below it the screen that suits the loading
+/// state. It owns the loading of files, shows the error alert and the open panel, and carries out
+/// what the menus post. Main thread only.
+class ContentView : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// What the view works with. All but the state and the engine outlive it.
+    struct Services {
+        std::shared_ptr<AppState> state;
+        std::shared_ptr<AudioEngine> engine;
+        SettingsStore& settings;
+        MainQueue& mainQueue;
+        NotificationCenter& notifications;
+    };
+
+    /// From here on the engine reports to the state.
+    explicit ContentView(const Services& services, QWidget* parent = nullptr);
+    ~ContentView() override;
+
+    /// Shows the open panel; the file chosen starts with the defaults.
+    void openFile();
+
+    /// As FileLoader::loadFile.
+    void loadFile(const QUrl& url, bool restoreSettings);
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    void observeNotifications(NotificationCenter& notifications);
+    void showScreen();
+    void showError(const QString& message);
+
+    std::shared_ptr<AppState> state_;
+    std::shared_ptr<AudioEngine> engine_;
+    QBoxLayout* column_;
+    QPointer<QWidget> screen_;
+    LoadingScreen* loadingScreen_ = nullptr; ///< the screen, while a file loads
+    LoadingState::Kind shownKind_ = LoadingState::Kind::idle;
+    QPointer<OpenPanel> openPanel_;
+    QPointer<ErrorAlert> errorAlert_;
+    FileLoader loader_;
+    std::vector<std::unique_ptr<NotificationCenter::Observation>> observations_;
+};
+
+} // namespace ambrel

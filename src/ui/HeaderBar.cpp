@@ -1,0 +1,79 @@
+#include "ui/HeaderBar.h"
+
+#include <utility>
+
+#include <QHBoxLayout>
+#include <QPainter>
+
+#include "ui/PushButton.h"
+#include "ui/Spinner.h"
+#include "ui/TextLabel.h"
+
+namespace ambrel {
+namespace {
+
+/// Tooltips take what looks like markup for markup.
+QString plainToolTip(const QString& text) {
+    return Qt::mightBeRichText(text) ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
+                                     : text;
+}
+
+} // namespace
+
+HeaderBar::HeaderBar(std::shared_ptr<AppState> state, QWidget* parent)
+    : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
+      openFile_(new PushButton(QStringLiteral("Open File..."))), spinner_(new Spinner(16)),
+      message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
+      fileName_(new TextLabel(Theme::TextStyle::headline)) {
+    row_->addWidget(openFile_);
+    row_->addStretch(1);
+    row_->addWidget(spinner_);
+    row_->addWidget(message_);
+    row_->addWidget(fileName_);
+    row_->addStretch(1);
+    for (TextLabel* status : {message_, fileName_}) {
+        status->setAccessibleDescription(QStringLiteral("Status"));
+        status->setElideMode(Qt::ElideMiddle);
+    }
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+
+    connect(openFile_, &PushButton::clicked, this, &HeaderBar::openFileRequested);
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::loadingState || field == AppState::Field::audioFileURL)
+            showState();
+    });
+    connect(&Theme::shared(), &Theme::changed, this, &HeaderBar::applyTheme);
+    applyTheme();
+    showState();
+}
+
+void HeaderBar::applyTheme() {
+    const int side = Theme::length(16);
+    const int above = Theme::length(10);
+    row_->setContentsMargins(side, above, side, above);
+    row_->setSpacing(Theme::length(10));
+    // The bar keeps its height when there is nothing in it.
+    setFixedHeight(openFile_->sizeHint().height() + 2 * above);
+}
+
+void HeaderBar::showState() {
+    const LoadingState& loading = state_->loadingState();
+    const bool isLoading = loading.isLoading();
+    const bool namesFile = !isLoading && state_->audioFileURL();
+    const QString name = namesFile ? state_->audioFileURL()->fileName() : QString();
+
+    openFile_->setVisible(!loading.isIdle());
+    openFile_->setEnabled(!isLoading);
+    spinner_->setVisible(isLoading);
+    message_->setVisible(isLoading);
+    message_->setText(loading.message);
+    fileName_->setVisible(namesFile);
+    fileName_->setText(name);
+    fileName_->setToolTip(plainToolTip(name));
+}
+
+void HeaderBar::paintEvent(QPaintEvent*) {
+    QPainter(this).fillRect(rect(), Theme::panelBackground(palette()));
+}
+
+} // namespace ambrel

@@ -1,0 +1,35 @@
+#include "ui/WelcomeScreen.h"
+
+#include <QVBoxLayout>
+
+#include "ui/PushButton.h"
+#include "ui/SymbolView.h"
+#include "ui/TextLabel.h"
+
+namespace ambrel {
+
+WelcomeScreen::WelcomeScreen(QWidget* parent) : QWidget(parent), column_(new QVBoxLayout(this)) {
+    auto* openFile =
+        new PushButton(QStringLiteral("Open File…"), PushButton::Prominence::prominent);
+    auto* title = new TextLabel(QStringLiteral("Ambrel"), Theme::TextStyle::title2);
+    title->setBold(true);
+
+    column_->addStretch();
+    column_->addWidget(new SymbolView(Symbol::waveform, 52, Theme::TextColour::tertiary), 0,
+                       Qt::AlignHCenter);
+    column_->addWidget(title, 0, Qt::AlignHCenter);
+    column_->addWidget(openFile, 0, Qt::AlignHCenter);
+    column_->addStretch();
+
+    connect(openFile, &PushButton::clicked, this, &WelcomeScreen::openFileRequested);
+    connect(&Theme::shared(), &Theme::changed, this, &WelcomeScreen::applyTheme);
+    applyTheme();
+}
+
+void WelcomeScreen::applyTheme() {
+    const int margin = Theme::length(16);
+    column_->setContentsMargins(margin, margin, margin, margin);
+    column_->setSpacing(Theme::length(14));
+}
+
+} // namespace ambrel
