@@ -25,10 +25,8 @@ class SampleConverter {
     int samplesPerFrame() const noexcept { return samplesPerFrame_; }
 
   private:
-    enum class Mix { none, mean, standard };
-
     void configure(const AVFrame& block);
-    bool initialise(Mix mix);
+    void setMatrix(const AVChannelLayout& from);
 
     AudioFile::Layout layout_;
     int sampleRate_;
