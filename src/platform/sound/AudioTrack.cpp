@@ -99,6 +99,7 @@ void AudioTrack::openDecoder() {
 
 void AudioTrack::decodeFirstBlock() {
     draining_ = false;
+    deviation_ = 0;
     expected_ = 0;
     place_ = 0;
     if (!decodeBlock()) {
@@ -132,6 +133,10 @@ bool AudioTrack::padsBeyondStatedLength() const {
     return std::string_view(container_->iformat->name).starts_with("mov");
 }
 
+bool AudioTrack::isVorbis() const {
+    return stream_->codecpar->codec_id == AV_CODEC_ID_VORBIS;
+}
+
 bool AudioTrack::rewind() {
     try {
         openContainer();
@@ -156,6 +161,7 @@ bool AudioTrack::seek(std::int64_t target) {
         draining_ = false;
         fresh_ = false;
         expected_.reset();
+        deviation_ = 0;
         if (!next() || !settle()) {
             return false;
         }
@@ -171,7 +177,7 @@ bool AudioTrack::seek(std::int64_t target) {
 /// The stamp of a Vorbis block between a long and a short one is wrong by up to a block, and the
 /// block's neighbours are right: goes on to a block whose stamp is where the one before it ended.
 bool AudioTrack::settle() {
-    if (stream_->codecpar->codec_id != AV_CODEC_ID_VORBIS) {
+    if (!isVorbis()) {
         return true;
     }
     constexpr int enoughBlocks = 256;
@@ -257,15 +263,21 @@ void AudioTrack::placeBlock() {
     if (!stamped && !expected_) {
         return;
     }
-    // Stamps decide where a seek came out and where blocks are missing; in between, frames are
-    // counted, because stamps wander (by up to a long block in Vorbis) and frames do not.
-    constexpr std::int64_t vorbisBlock = 8192;
-    const std::int64_t tolerance = stream_->codecpar->codec_id == AV_CODEC_ID_VORBIS
-                                       ? vorbisBlock
-                                       : std::max(1, frame_->nb_samples / 2);
-    const bool counted = expected_ && (!stamped || *stamped - *expected_ < tolerance);
-    place_ = counted ? *expected_ : *stamped;
+    if (!expected_ || (stamped && isHole(*stamped - *expected_))) {
+        expected_ = stamped;
+    }
+    place_ = *expected_;
     expected_ = place_ + frame_->nb_samples;
+}
+
+/// Stamps decide where a seek came out and where blocks are missing; in between, frames are
+/// counted, because stamps wander and frames do not.
+bool AudioTrack::isHole(std::int64_t deviation) {
+    const bool repeated = deviation == deviation_;
+    deviation_ = deviation;
+    // A single stamp may be far off in Vorbis, but not two in a row by as much.
+    return isVorbis() ? deviation > 0 && repeated
+                      : deviation >= std::max(1, frame_->nb_samples / 2);
 }
 
 std::int64_t AudioTrack::scanToEnd() {

@@ -61,6 +61,8 @@ class AudioTrack {
     bool sendPacket();
     std::optional<std::int64_t> stampedPlace() const;
     void placeBlock();
+    bool isHole(std::int64_t deviation);
+    bool isVorbis() const;
     std::int64_t framesOf(std::int64_t ticks) const;
     std::int64_t ticksOf(std::int64_t frames) const;
 
@@ -76,6 +78,7 @@ class AudioTrack {
     std::int64_t firstStamp_ = 0;
     int firstBlockFrames_ = 0;
     std::optional<std::int64_t> expected_; ///< the place after the last block
+    std::int64_t deviation_ = 0;           ///< of the last block's stamp from its place
     std::int64_t place_ = 0;
     bool draining_ = false;
     bool fresh_ = false; ///< the first block has been decoded and not yet delivered

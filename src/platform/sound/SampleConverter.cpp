@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <stdexcept>
 
 extern "C" {
@@ -20,6 +21,27 @@ constexpr int maximumBlockFrames = 1 << 24;
 
 std::uint64_t maskOf(const AVChannelLayout& layout) {
     return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
+}
+
+/// Samples of float formats may hold anything. What is no number, or so loud that it can only be
+/// damage, would spoil everything it is added to from here to the loudspeaker: it becomes silence.
+void silenceDamage(float* samples, std::int64_t count) {
+    constexpr float loudest = 65536.0F;
+    for (std::int64_t i = 0; i < count; ++i) {
+        samples[i] = std::fabs(samples[i]) <= loudest ? samples[i] : 0.0F;
+    }
+}
+
+bool isFloat(int format) {
+    switch (format) {
+    case AV_SAMPLE_FMT_FLT:
+    case AV_SAMPLE_FMT_FLTP:
+    case AV_SAMPLE_FMT_DBL:
+    case AV_SAMPLE_FMT_DBLP:
+        return true;
+    default:
+        return false;
+    }
 }
 
 void check(int result) {
@@ -54,6 +76,7 @@ std::int64_t SampleConverter::prepare(const AVFrame& block) {
         swr_convert(swr_.get(), &out, room, const_cast<const std::uint8_t**>(block.extended_data),
                     block.nb_samples);
     check(made);
+    silenceDamage(resampled_.data(), std::int64_t{made} * samplesPerFrame_);
     return made;
 }
 
@@ -73,8 +96,14 @@ bool SampleConverter::write(const AVFrame& block, std::int64_t first, std::int64
         in[plane] = block.extended_data[plane] + skip;
     }
     auto* target = reinterpret_cast<std::uint8_t*>(out);
-    return swr_convert(swr_.get(), &target, static_cast<int>(count), in.data(),
-                       static_cast<int>(count)) == count;
+    if (swr_convert(swr_.get(), &target, static_cast<int>(count), in.data(),
+                    static_cast<int>(count)) != count) {
+        return false;
+    }
+    if (isFloat(format_)) {
+        silenceDamage(out, count * samplesPerFrame_);
+    }
+    return true;
 }
 
 void SampleConverter::configure(const AVFrame& block) {
@@ -84,6 +113,19 @@ void SampleConverter::configure(const AVFrame& block) {
     blockRate_ = block.sample_rate;
     channelMask_ = maskOf(block.ch_layout);
 
+    const bool asItIs = channels_ == samplesPerFrame_;
+    const bool meant = samplesPerFrame_ == 1 || channels_ == 1;
+    // Channels without a known place go to both sides.
+    if (!initialise(asItIs  ? Mix::none
+                    : meant ? Mix::mean
+                            : Mix::standard) &&
+        !initialise(Mix::mean)) {
+        swr_.reset();
+        throw std::runtime_error("its samples cannot be converted");
+    }
+}
+
+bool SampleConverter::initialise(Mix mix) {
     AVChannelLayout from{};
     if (channelMask_ == 0 || av_channel_layout_from_mask(&from, channelMask_) < 0) {
         av_channel_layout_default(&from, channels_);
@@ -91,30 +133,24 @@ void SampleConverter::configure(const AVFrame& block) {
     AVChannelLayout to{};
     av_channel_layout_default(&to, samplesPerFrame_);
     SwrContext* swr = nullptr;
-    check(swr_alloc_set_opts2(&swr, &to, AV_SAMPLE_FMT_FLT, sampleRate_, &from,
-                              static_cast<AVSampleFormat>(format_), blockRate_, 0, nullptr));
-    swr_.reset(swr);
-    if (channels_ != samplesPerFrame_) {
-        av_opt_set_sample_fmt(swr, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0);
-        setMatrix(from);
+    if (swr_alloc_set_opts2(&swr, &to, AV_SAMPLE_FMT_FLT, sampleRate_, &from,
+                            static_cast<AVSampleFormat>(format_), blockRate_, 0, nullptr) < 0) {
+        return false;
     }
-    check(swr_init(swr));
-}
-
-void SampleConverter::setMatrix(const AVChannelLayout& from) {
-    std::vector<double> matrix(static_cast<std::size_t>(samplesPerFrame_) * channels_);
-    if (samplesPerFrame_ == 1 || channels_ == 1) {
-        std::fill(matrix.begin(), matrix.end(), 1.0 / channels_);
-    } else {
-        AVChannelLayout to = AV_CHANNEL_LAYOUT_STEREO;
-        // Rows that would add up to more than 1 are scaled down: the mix never clips.
-        constexpr double sqrtHalf = 0.70710678118654752440;
-        if (swr_build_matrix2(&from, &to, sqrtHalf, sqrtHalf, 0.0, 1.0, 1.0, matrix.data(),
-                              channels_, AV_MATRIX_ENCODING_NONE, nullptr) < 0) {
-            std::fill(matrix.begin(), matrix.end(), 1.0 / channels_);
+    swr_.reset(swr);
+    if (mix != Mix::none) {
+        av_opt_set_sample_fmt(swr, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0);
+        // Sums of weights above 1 are scaled down, so that the mix never clips.
+        av_opt_set_double(swr, "rematrix_maxval", 1.0, 0);
+    }
+    if (mix == Mix::mean) {
+        const std::vector<double> matrix(static_cast<std::size_t>(samplesPerFrame_) * channels_,
+                                         1.0 / channels_);
+        if (swr_set_matrix(swr, matrix.data(), channels_) < 0) {
+            return false;
         }
     }
-    check(swr_set_matrix(swr_.get(), matrix.data(), channels_));
+    return swr_init(swr) >= 0;
 }
 
 } // namespace ambrel

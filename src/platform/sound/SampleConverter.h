@@ -25,8 +25,10 @@ class SampleConverter {
     int samplesPerFrame() const noexcept { return samplesPerFrame_; }
 
   private:
+    enum class Mix { none, mean, standard };
+
     void configure(const AVFrame& block);
-    void setMatrix(const AVChannelLayout& from);
+    bool initialise(Mix mix);
 
     AudioFile::Layout layout_;
     int sampleRate_;
