@@ -1,0 +1,83 @@
+#include "platform/store/PreferenceConnection.h"
+
+#include <utility>
+
+#include <SQLiteCpp/Exception.h>
+#include <sqlite3.h>
+
+#include "platform/store/PreferenceFile.h"
+
+namespace ambrel {
+namespace {
+
+int primaryCode(const SQLite::Exception& error) {
+    return error.getErrorCode() & 0xff;
+}
+
+bool isDamage(const SQLite::Exception& error) {
+    return primaryCode(error) == SQLITE_CORRUPT || primaryCode(error) == SQLITE_NOTADB;
+}
+
+bool isHeldLock(const SQLite::Exception& error) {
+    return primaryCode(error) == SQLITE_BUSY || primaryCode(error) == SQLITE_LOCKED;
+}
+
+} // namespace
+
+PreferenceConnection::PreferenceConnection(PreferenceFile& file,
+                                           std::chrono::milliseconds busyTimeout, Salvage salvage,
+                                           std::function<void()> logGrown)
+    : file_(file), busyTimeout_(busyTimeout), salvage_(std::move(salvage)),
+      logGrown_(std::move(logGrown)) {}
+
+void PreferenceConnection::setBusyTimeout(std::chrono::milliseconds timeout) {
+    busyTimeout_ = timeout;
+    if (database_)
+        database_->setBusyTimeout(timeout);
+}
+
+bool PreferenceConnection::perform(const std::function<void(PreferenceDatabase&)>& operation) {
+    constexpr int kTries = 3; // on the damaged file, on its successor, on that of another thread
+    for (int i = 0; i < kTries && !file_.isAbandoned(); ++i) {
+        try {
+            operation(opened());
+            if (generation_ == file_.generation())
+                return true;
+        } catch (const PreferenceDatabase::NewerVersion&) {
+            file_.abandon();
+        } catch (const SQLite::Exception& error) {
+            if (isDamage(error)) {
+                replaceDamaged();
+                continue;
+            }
+            // What never opened will not; what did may find space or a lock again.
+            if (!isHeldLock(error) && !file_.hasOpened())
+                file_.abandon();
+            return false;
+        }
+    }
+    return false;
+}
+
+PreferenceDatabase& PreferenceConnection::opened() {
+    if (database_ && generation_ == file_.generation())
+        return *database_;
+    database_.reset();
+    file_.makeFolder();
+    generation_ = file_.generation();
+    identity_ = file_.identity();
+    database_ = std::make_unique<PreferenceDatabase>(file_.path(), busyTimeout_);
+    if (logGrown_)
+        database_->deferCheckpoints(logGrown_);
+    file_.noteOpened();
+    return *database_;
+}
+
+void PreferenceConnection::replaceDamaged() {
+    if (database_ && generation_ == file_.generation())
+        database_->salvage(salvage_);
+    database_.reset();
+    file_.moveAside(generation_, identity_);
+}
+
+} // namespace ambrel

@@ -1,0 +1,132 @@
+#include "platform/store/PreferenceDatabase.h"
+
+#include <utility>
+
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <sqlite3.h>
+
+#include "platform/store/PreferenceRow.h"
+
+namespace ambrel {
+namespace {
+
+constexpr int kVersion = 1;
+
+/// In pages of 4096 bytes.
+constexpr int kLongLog = 250;
+
+constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+
+/// Commits that another program left behind when it was killed.
+bool hasLog(const std::filesystem::path& file) {
+    std::error_code absent;
+    const auto size = std::filesystem::file_size(file.string() + "-wal", absent);
+    return !absent && size > 0;
+}
+
+} // namespace
+
+PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file,
+                                       std::chrono::milliseconds busyTimeout)
+    : hadLog_(hasLog(file)), database_(file, kOpenFlags, int(busyTimeout.count())) {
+    if (version() > kVersion) {
+        // Closing would move a later program's log into its database.
+        sqlite3_db_config(database_.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, int(hadLog_),
+                          nullptr);
+        throw NewerVersion("the preferences were written by a later version");
+    }
+    database_.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+    if (version() < kVersion)
+        layOut();
+    value({}); // a table that is not ours shows now
+}
+
+int PreferenceDatabase::version() {
+    return database_.execAndGet("PRAGMA user_version").getInt();
+}
+
+void PreferenceDatabase::layOut() {
+    SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+    database_.exec("CREATE TABLE IF NOT EXISTS preference("
+                   "key TEXT PRIMARY KEY, type TEXT NOT NULL, value)");
+    database_.exec("PRAGMA user_version = " + std::to_string(kVersion));
+    transaction.commit();
+}
+
+void PreferenceDatabase::setBusyTimeout(std::chrono::milliseconds timeout) {
+    database_.setBusyTimeout(int(timeout.count()));
+}
+
+void PreferenceDatabase::deferCheckpoints(std::function<void()> grown) {
+    logGrown_ = std::move(grown);
+    const auto hook = [](void* self, sqlite3*, const char*, int pages) {
+        if (pages > kLongLog)
+            static_cast<PreferenceDatabase*>(self)->logGrown_();
+        return SQLITE_OK;
+    };
+    sqlite3_wal_hook(database_.getHandle(), hook, this); // takes the place of SQLite's own
+}
+
+void PreferenceDatabase::checkpoint() {
+    database_.exec("PRAGMA wal_checkpoint(PASSIVE)");
+}
+
+std::optional<PreferenceDatabase::Value> PreferenceDatabase::value(const QString& key) {
+    SQLite::Statement query(database_, "SELECT type, value FROM preference WHERE key = ?");
+    query.bind(1, key.toStdString());
+    if (!query.executeStep())
+        return {};
+    return PreferenceRow::read(query.getColumn(0), query.getColumn(1));
+}
+
+QStringList PreferenceDatabase::keys(const QString& prefix) {
+    const std::string first = prefix.toStdString();
+    SQLite::Statement query(database_, "SELECT key FROM preference WHERE key >= ? ORDER BY key");
+    query.bind(1, first);
+    QStringList found;
+    while (query.executeStep()) {
+        const std::string key = query.getColumn(0).getString();
+        if (!key.starts_with(first))
+            break; // keys with the prefix lie together
+        found << QString::fromStdString(key);
+    }
+    return found;
+}
+
+void PreferenceDatabase::write(const std::function<Changes()>& changes) {
+    SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement set(database_, "INSERT INTO preference(key, type, value) VALUES(?, ?, ?) "
+                                     "ON CONFLICT(key) DO UPDATE "
+                                     "SET type = excluded.type, value = excluded.value");
+    SQLite::Statement remove(database_, "DELETE FROM preference WHERE key = ?");
+    for (const auto& [key, value] : changes()) {
+        SQLite::Statement& statement = value ? set : remove;
+        statement.bind(1, key.toStdString());
+        if (value)
+            PreferenceRow::bind(statement, 2, *value);
+        statement.exec();
+        statement.reset();
+    }
+    transaction.commit();
+}
+
+void PreferenceDatabase::salvage(const std::function<void(const QString&, const Value&)>& row) {
+    // From both ends towards the damage.
+    for (const char* order : {"ASC", "DESC"}) {
+        try {
+            SQLite::Statement query(
+                database_,
+                std::string("SELECT key, type, value FROM preference ORDER BY rowid ") + order);
+            while (query.executeStep()) {
+                if (const auto value = PreferenceRow::read(query.getColumn(1), query.getColumn(2)))
+                    row(QString::fromStdString(query.getColumn(0).getString()), *value);
+            }
+            return; // nothing was in the way
+        } catch (const SQLite::Exception&) {
+            continue;
+        }
+    }
+}
+
+} // namespace ambrel

@@ -1,0 +1,291 @@
+#include "platform/store/Preferences.h"
+
+#include <cmath>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include <QDir>
+#include <QStandardPaths>
+
+#include "platform/store/PreferenceConnection.h"
+#include "platform/store/PreferenceFile.h"
+
+namespace ambrel {
+namespace {
+
+using namespace std::chrono_literals;
+using Changes = PreferenceDatabase::Changes;
+
+constexpr auto kMainBusyTimeout = 10ms; // less than a frame of the screen
+constexpr auto kPoolBusyTimeout = 5s;
+constexpr auto kLastBusyTimeout = 500ms; // at the end
+constexpr auto kRetryInterval = 500ms;
+
+} // namespace
+
+/// Every write goes to `kept_` first and leaves it once a transaction has it. A transaction takes
+/// all that is kept, and takes it under the database's lock, so that an older value never overtakes
+/// a newer one, whichever connection writes.
+class Preferences::Impl {
+  public:
+    explicit Impl(const std::filesystem::path& path)
+        : file_(path), main_(file_, kMainBusyTimeout, salvage(), [this] { requestCheckpoint(); }),
+          pool_(file_, kPoolBusyTimeout, salvage()) {
+        main_.perform([](PreferenceDatabase&) {});
+        keeper_ = std::thread([this] { keep(); });
+    }
+
+    ~Impl() {
+        {
+            const std::lock_guard lock(mutex_);
+            isEnding_ = true;
+        }
+        wake_.notify_all();
+        keeper_.join();
+        if (kept_.empty())
+            return;
+        main_.setBusyTimeout(kLastBusyTimeout);
+        flush(main_);
+    }
+
+    std::optional<Value> value(const QString& key) {
+        {
+            const std::lock_guard lock(mutex_);
+            if (const auto kept = kept_.find(key); kept != kept_.end())
+                return kept->second.value;
+        }
+        std::optional<Value> found;
+        perform([&](PreferenceDatabase& database) { found = database.value(key); });
+        return found;
+    }
+
+    QStringList keys(const QString& prefix) {
+        Changes kept;
+        {
+            const std::lock_guard lock(mutex_);
+            for (auto at = kept_.lower_bound(prefix);
+                 at != kept_.end() && at->first.startsWith(prefix); ++at)
+                kept.emplace(at->first, at->second.value);
+        }
+        QStringList found;
+        perform([&](PreferenceDatabase& database) { found = database.keys(prefix); });
+        found.removeIf([&](const QString& key) { return kept.contains(key); });
+        for (const auto& [key, value] : kept) {
+            if (value)
+                found << key;
+        }
+        return found;
+    }
+
+    void write(const Changes& changes) {
+        if (changes.empty())
+            return;
+        {
+            const std::lock_guard lock(mutex_);
+            for (const auto& [key, value] : changes)
+                kept_[key] = {value, ++lastNumber_};
+        }
+        if (isMainThread()) {
+            flush(main_);
+        } else {
+            const std::lock_guard lock(poolMutex_);
+            flush(pool_);
+        }
+        retryIfKept();
+    }
+
+  private:
+    struct Kept {
+        std::optional<Value> value; ///< absent: to be removed
+        std::uint64_t number;       ///< of the write
+    };
+
+    bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
+
+    bool perform(const std::function<void(PreferenceDatabase&)>& operation) {
+        if (isMainThread())
+            return main_.perform(operation);
+        const std::lock_guard lock(poolMutex_);
+        return pool_.perform(operation);
+    }
+
+    /// Writes all that is kept.
+    void flush(PreferenceConnection& connection) {
+        std::map<QString, Kept> taken;
+        const auto take = [&] {
+            Changes changes;
+            const std::lock_guard lock(mutex_);
+            taken = kept_;
+            for (const auto& [key, kept] : taken)
+                changes.emplace(key, kept.value);
+            return changes;
+        };
+        if (!connection.perform([&](PreferenceDatabase& database) { database.write(take); }))
+            return;
+        const std::lock_guard lock(mutex_);
+        for (const auto& [key, written] : taken) {
+            const auto kept = kept_.find(key);
+            if (kept != kept_.end() && kept->second.number == written.number)
+                kept_.erase(kept);
+        }
+    }
+
+    /// What a damaged database still gives is written to its successor, unless it is newer here.
+    PreferenceConnection::Salvage salvage() {
+        return [this](const QString& key, const Value& value) {
+            const std::lock_guard lock(mutex_);
+            kept_.try_emplace(key, value, ++lastNumber_);
+        };
+    }
+
+    void retryIfKept() {
+        {
+            const std::lock_guard lock(mutex_);
+            isRetryWanted_ = !kept_.empty() && !file_.isAbandoned();
+            if (!isRetryWanted_)
+                return;
+        }
+        wake_.notify_all();
+    }
+
+    void requestCheckpoint() {
+        {
+            const std::lock_guard lock(mutex_);
+            isCheckpointWanted_ = true;
+        }
+        wake_.notify_all();
+    }
+
+    /// The thread that writes what the others could not, and moves the log into the database.
+    void keep() {
+        std::unique_lock lock(mutex_);
+        while (true) {
+            wake_.wait(lock, [&] { return isEnding_ || isRetryWanted_ || isCheckpointWanted_; });
+            wake_.wait_for(lock, kRetryInterval, [&] { return isEnding_ || isCheckpointWanted_; });
+            if (isEnding_)
+                return;
+            const bool isRetrying = std::exchange(isRetryWanted_, false);
+            const bool isCheckpointing = std::exchange(isCheckpointWanted_, false);
+            lock.unlock();
+            serve(isRetrying, isCheckpointing);
+            if (isRetrying)
+                retryIfKept();
+            lock.lock();
+        }
+    }
+
+    void serve(bool isRetrying, bool isCheckpointing) {
+        const std::lock_guard lock(poolMutex_);
+        pool_.setBusyTimeout(kMainBusyTimeout); // the next try is not far, and the end may be
+        if (isRetrying)
+            flush(pool_);
+        if (isCheckpointing)
+            pool_.perform([](PreferenceDatabase& database) { database.checkpoint(); });
+        pool_.setBusyTimeout(kPoolBusyTimeout);
+    }
+
+    const std::thread::id mainThread_ = std::this_thread::get_id();
+    PreferenceFile file_;
+    PreferenceConnection main_; ///< the main thread's
+
+    std::mutex poolMutex_; ///< held for as long as an operation takes: never by the main thread
+    PreferenceConnection pool_; ///< every other thread's, under poolMutex_
+
+    std::mutex mutex_; ///< guards what follows, for moments only
+    std::map<QString, Kept> kept_;
+    std::uint64_t lastNumber_ = 0;
+    bool isRetryWanted_ = false;
+    bool isCheckpointWanted_ = false;
+    bool isEnding_ = false;
+    std::condition_variable wake_;
+    std::thread keeper_;
+};
+
+Preferences::Preferences(const std::filesystem::path& database)
+    : impl_(std::make_unique<Impl>(database)) {}
+
+Preferences::~Preferences() = default;
+
+Preferences& Preferences::shared() {
+    static Preferences preferences(defaultPath());
+    return preferences;
+}
+
+std::filesystem::path Preferences::defaultPath() {
+    QString folder = qEnvironmentVariable("XDG_DATA_HOME");
+    if (!QDir::isAbsolutePath(folder)) // unset, or to be ignored
+        folder = QDir::homePath() + QStringLiteral("/.local/share");
+    return QFile::encodeName(folder + QStringLiteral("/ambrel/preferences.sqlite")).toStdString();
+}
+
+std::optional<Preferences::Value> Preferences::value(const QString& key) const {
+    return impl_->value(key);
+}
+
+namespace {
+
+template <typename T> std::optional<T> as(const std::optional<Preferences::Value>& value) {
+    if (value && std::holds_alternative<T>(*value))
+        return std::get<T>(*value);
+    return {};
+}
+
+} // namespace
+
+std::optional<QByteArray> Preferences::data(const QString& key) const {
+    return as<QByteArray>(value(key));
+}
+
+std::optional<QString> Preferences::string(const QString& key) const {
+    return as<QString>(value(key));
+}
+
+std::optional<QStringList> Preferences::strings(const QString& key) const {
+    return as<QStringList>(value(key));
+}
+
+std::optional<bool> Preferences::boolean(const QString& key) const {
+    return as<bool>(value(key));
+}
+
+std::optional<std::int64_t> Preferences::integer(const QString& key) const {
+    const auto found = value(key);
+    if (const auto number = as<double>(found)) {
+        constexpr double kLimit = 0x1p63;
+        if (*number != std::trunc(*number) || *number < -kLimit || *number >= kLimit)
+            return {};
+        return static_cast<std::int64_t>(*number);
+    }
+    return as<std::int64_t>(found);
+}
+
+std::optional<double> Preferences::real(const QString& key) const {
+    const auto found = value(key);
+    if (const auto number = as<std::int64_t>(found))
+        return static_cast<double>(*number);
+    return as<double>(found);
+}
+
+void Preferences::set(const QString& key, const Value& value) {
+    impl_->write({{key, value}});
+}
+
+void Preferences::remove(const QString& key) {
+    impl_->write({{key, std::nullopt}});
+}
+
+QStringList Preferences::keys(const QString& prefix) const {
+    return impl_->keys(prefix);
+}
+
+void Preferences::removeAll(const QString& prefix) {
+    Changes removals;
+    for (const QString& key : impl_->keys(prefix))
+        removals.emplace(key, std::nullopt);
+    impl_->write(removals);
+}
+
+} // namespace ambrel
