@@ -16,8 +16,8 @@ constexpr RubberBandStretcher::Options options = RubberBandStretcher::OptionProc
                                                  RubberBandStretcher::OptionEngineFiner |
                                                  RubberBandStretcher::OptionPitchHighConsistency;
 
-/// The engine answers in hops, so how far it is behind swings by one; the least within this span
-/// of output is what counts.
+/// The engine answers in hops, so it is ahead of its course by up to one; how far it is behind at
+/// worst within this span of output is what counts.
 constexpr double observedSeconds = 0.1;
 constexpr double correctAboveSeconds = 0.003;
 constexpr double rightBelowSeconds = 0.001;
@@ -62,7 +62,7 @@ void Stretcher::reset(double rate, double cents) noexcept {
     engine_->reset();
     rate_ = rate;
     correction_ = 0;
-    leastBehind_ = 0;
+    mostBehind_ = 0;
     observed_ = 0;
     discard_ = 0;
     taken_ = 0;
@@ -131,13 +131,13 @@ double Stretcher::committed() const noexcept {
 }
 
 void Stretcher::correct(double behindFrames) noexcept {
-    if (observed_ == 0 || behindFrames < leastBehind_)
-        leastBehind_ = behindFrames;
+    if (observed_ == 0 || behindFrames > mostBehind_)
+        mostBehind_ = behindFrames;
     observed_ += feedFrames / rate_;
     if (observed_ < observedSeconds * sampleRateHz_)
         return;
     observed_ = 0;
-    const double seconds = leastBehind_ / sampleRateHz_;
+    const double seconds = mostBehind_ / sampleRateHz_;
     const double size = std::abs(seconds);
     double wanted = correction_;
     if (size > correctAboveSeconds)

@@ -73,9 +73,9 @@ class Stretcher {
     std::unique_ptr<RubberBand::RubberBandStretcher> engine_;
     std::size_t pad_ = 0;
     double rate_ = 1;
-    double correction_ = 0;  ///< relative, of the time ratio
-    double leastBehind_ = 0; ///< in the span observed
-    double observed_ = 0;    ///< length of that span so far, output frames
+    double correction_ = 0; ///< relative, of the time ratio
+    double mostBehind_ = 0; ///< in the span observed
+    double observed_ = 0;   ///< length of that span so far, output frames
     std::int64_t discard_ = 0;
     std::int64_t taken_ = 0; ///< since reset(), thrown away included
     std::array<std::array<float, feedFrames>, 2> in_{};

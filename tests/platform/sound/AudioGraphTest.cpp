@@ -1,9 +1,12 @@
 #include <QtTest>
 
 #include <future>
+#include <random>
 
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/OfflineOutput.h"
+#include "support/ClockedOutput.h"
+#include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 
 using namespace ambrel;
@@ -36,6 +39,41 @@ struct Offline {
     AudioGraph graph;
 };
 
+/// A graph on a device that runs by a clock.
+struct Clocked {
+    explicit Clocked(std::size_t request = 512, double speed = 1)
+        : output(new test::ClockedOutput(rateHz, request, speed)),
+          graph(std::unique_ptr<AudioOutput>(output)) {
+        graph.start();
+    }
+
+    void play(
+        const std::shared_ptr<AudioFile>& file, std::int64_t count,
+        AudioGraph::Completion completion = [] {}) {
+        graph.scheduleSegment(file, 0, count, std::move(completion));
+        graph.play();
+    }
+
+    /// Frames before the first that is not silent.
+    static std::size_t silenceBefore(const std::vector<float>& mono) {
+        return std::size_t(std::find_if(mono.begin(), mono.end(), [](float s) { return s != 0; }) -
+                           mono.begin());
+    }
+
+    std::vector<float> heard() const { return test::channelOf(output->frames(), 0); }
+    bool isSilentFor(std::size_t frames) const {
+        const std::vector<float> all = heard();
+        return all.size() > frames && test::rms(std::span(all).subspan(all.size() - frames)) == 0;
+    }
+    bool hasPlayed(std::size_t frames) const {
+        const std::vector<float> all = heard();
+        return all.size() > silenceBefore(all) + frames;
+    }
+
+    test::ClockedOutput* output;
+    AudioGraph graph;
+};
+
 } // namespace
 
 class AudioGraphTest : public QObject {
@@ -45,6 +83,16 @@ class AudioGraphTest : public QObject {
     void passesASegmentThroughUntouched_data();
     void passesASegmentThroughUntouched();
     void equalCallsGiveEqualFrames();
+    void convertsToTheDevicesRate();
+    void changesAreHeardAtTheirFrame();
+    void pausesAndGoesOnWithoutAClick();
+    void stopsWithoutAClick();
+    void everyCompletionComesOnce();
+    void completesWhenTheLastFrameWasHeard();
+    void tellsTheFrameBeingHeard();
+    void goesOnWhenTheDeviceIsReplaced();
+    void aFileThatBreaksOffEndsInSilence();
+    void bearsAnyNumber();
 };
 
 void AudioGraphTest::passesASegmentThroughUntouched_data() {
@@ -91,6 +139,171 @@ void AudioGraphTest::equalCallsGiveEqualFrames() {
         return heard;
     };
     QCOMPARE(render(), render());
+}
+
+void AudioGraphTest::convertsToTheDevicesRate() {
+    Offline offline(48000);
+    offline.graph.scheduleSegment(SyntheticFile::sine(rateHz, rateHz * 2, 1000), 0, rateHz * 2,
+                                  [] {});
+    offline.graph.play();
+    const auto heard = test::channelOf(offline.pullAll(), 1);
+    QCOMPARE(heard.size(), std::size_t(96000));
+    const test::Tone tone =
+        test::measureTone(std::span(heard).subspan(4800, 96000 - 9600), 48000, 1000);
+    QVERIFY(std::abs(test::centsBetween(tone.hz, 1000)) < 0.01);
+    QVERIFY2(tone.toResidualDb >= 100, qPrintable(QString::number(tone.toResidualDb)));
+}
+
+void AudioGraphTest::changesAreHeardAtTheirFrame() {
+    // The equaliser has no delay: what it changes shows at the very frame of the call.
+    const auto file = SyntheticFile::numbered(rateHz, 20000);
+    Offline offline;
+    offline.graph.setEqualiserBand(2, 1000, 1, 12);
+    offline.graph.scheduleSegment(file, 0, 20000, [] {});
+    offline.graph.play();
+    std::vector<float> heard(2 * 20000);
+    offline.output->pull(heard.data(), 7001);
+    offline.graph.setEqualiserBypass(false);
+    offline.output->pull(heard.data() + 2 * 7001, 20000 - 7001);
+    for (std::int64_t i = fadeFrames; i < 7001; ++i)
+        QCOMPARE(heard[std::size_t(2 * i)], file->at(i).first);
+    QVERIFY(heard[2 * 7003] != file->at(7003).first);
+}
+
+void AudioGraphTest::pausesAndGoesOnWithoutAClick() {
+    Clocked clocked;
+    const auto file = SyntheticFile::sine(rateHz, rateHz * 60, 220);
+    clocked.play(file, file->length());
+    QTRY_VERIFY(clocked.hasPlayed(8000));
+    clocked.graph.pause();
+    QTRY_VERIFY(clocked.isSilentFor(4000));
+    const std::size_t before = clocked.heard().size();
+    clocked.graph.play();
+    QTRY_VERIFY(clocked.heard().size() > before + 8000 && !clocked.isSilentFor(2000));
+    QVERIFY(test::sharpestBend(clocked.heard()) < 0.02);
+    clocked.graph.stop();
+}
+
+void AudioGraphTest::stopsWithoutAClick() {
+    // At any place of the wave, in the middle of a stretch too, and the next segment at once.
+    Clocked clocked;
+    const auto file = SyntheticFile::sine(rateHz, rateHz * 60, 220);
+    for (const float rate : {1.0F, 0.7F}) {
+        clocked.graph.setRate(rate);
+        for (int i = 0; i < 4; ++i) {
+            clocked.play(file, file->length());
+            const std::size_t before = clocked.heard().size();
+            QTRY_VERIFY(clocked.heard().size() > before + 5000 + std::size_t(i) * 77);
+            clocked.graph.stop();
+        }
+    }
+    QTRY_VERIFY(clocked.isSilentFor(4000));
+    QVERIFY2(test::sharpestBend(clocked.heard()) < 0.02,
+             qPrintable(QString::number(test::sharpestBend(clocked.heard()))));
+}
+
+void AudioGraphTest::everyCompletionComesOnce() {
+    std::vector<std::atomic<int>> completions(120);
+    std::mt19937 random(11);
+    {
+        Clocked clocked(256, 20);
+        const auto file = SyntheticFile::sine(rateHz, rateHz, 300);
+        for (std::atomic<int>& count : completions) {
+            clocked.graph.setRate(random() % 2 ? 1.0F : 2.5F);
+            clocked.play(file, std::int64_t(random() % 3000), [&count] { ++count; });
+            if (random() % 3 == 0)
+                clocked.graph.pause();
+            if (random() % 4 == 0)
+                clocked.graph.play();
+            if (random() % 4 == 0)
+                QTRY_VERIFY_WITH_TIMEOUT(count == 1 || clocked.isSilentFor(512), 5000);
+            if (random() % 2)
+                clocked.graph.stop();
+        }
+    }
+    for (const std::atomic<int>& count : completions)
+        QCOMPARE(count.load(), 1);
+}
+
+void AudioGraphTest::completesWhenTheLastFrameWasHeard() {
+    Clocked clocked(512, 1);
+    constexpr std::int64_t count = 9000;
+    std::promise<std::int64_t> heardAtEnd;
+    clocked.play(SyntheticFile::numbered(rateHz, count), count,
+                 [&] { heardAtEnd.set_value(clocked.output->framesHeard()); });
+    const std::int64_t heard = heardAtEnd.get_future().get();
+    const auto begin = std::int64_t(Clocked::silenceBefore(clocked.heard()));
+    QVERIFY(heard >= begin + count - 1);
+    QCOMPARE(clocked.graph.playerTime(), std::optional<double>(count));
+}
+
+void AudioGraphTest::tellsTheFrameBeingHeard() {
+    Clocked clocked(512, 1);
+    QVERIFY(!clocked.graph.playerTime());
+    const auto file = SyntheticFile::numbered(rateHz, rateHz * 30);
+    clocked.play(file, file->length());
+    QVERIFY(clocked.graph.playerTime().value_or(0) < 1024);
+    QTRY_VERIFY(clocked.graph.playerTime().value_or(0) > 4000);
+    double last = 0;
+    for (int i = 0; i < 200; ++i) {
+        const std::int64_t before = clocked.output->framesHeard();
+        const double now = clocked.graph.playerTime().value();
+        const std::int64_t after = clocked.output->framesHeard();
+        const auto begin = double(Clocked::silenceBefore(clocked.heard()));
+        QVERIFY(now >= last && now >= double(before) - begin - 1 &&
+                now <= double(after) - begin + 1);
+        last = now;
+    }
+    clocked.graph.stop();
+    QVERIFY(!clocked.graph.playerTime());
+}
+
+void AudioGraphTest::goesOnWhenTheDeviceIsReplaced() {
+    Clocked clocked(512, 4);
+    std::promise<void> completed;
+    const auto file = SyntheticFile::sine(rateHz, rateHz * 2, 441);
+    clocked.play(file, file->length(), [&] { completed.set_value(); });
+    QTRY_VERIFY(clocked.graph.playerTime().value_or(0) > 20000);
+    const double before = clocked.graph.playerTime().value();
+    clocked.output->replaceDevice(48000, 700);
+    QTRY_VERIFY(clocked.graph.playerTime().value_or(0) > before + 10000);
+    completed.get_future().get();
+    QCOMPARE(clocked.graph.playerTime(), std::optional<double>(double(file->length())));
+    const std::vector<float> heard = clocked.heard();
+    QVERIFY(std::count_if(heard.begin(), heard.end(), [](float s) { return s != 0; }) > 85000);
+}
+
+void AudioGraphTest::aFileThatBreaksOffEndsInSilence() {
+    const auto file = SyntheticFile::numbered(rateHz, 50000);
+    file->brokenFrom = 20000;
+    Offline offline;
+    offline.graph.scheduleSegment(file, 1000, 40000, [] {});
+    offline.graph.play();
+    const auto heard = test::channelOf(offline.pullAll(), 0);
+    QCOMPARE(heard.size(), std::size_t(40000));
+    QCOMPARE(heard[18999], file->at(19999).first);
+    QCOMPARE(test::rms(std::span(heard).subspan(19000)), 0.0);
+}
+
+void AudioGraphTest::bearsAnyNumber() {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const auto file = std::make_shared<SyntheticFile>(rateHz, 8000, [nan](std::int64_t frame) {
+        return frame % 1000 == 0 ? std::pair(nan, 1e38F) : std::pair(0.1F, -INFINITY);
+    });
+    Offline offline;
+    for (const float value : {nan, 1e38F, -1e38F, -1.0F}) {
+        offline.graph.setRate(value);
+        offline.graph.setPitch(value);
+        offline.graph.setEqualiserBypass(false);
+        for (int band = -2; band < 7; ++band) {
+            offline.graph.setEqualiserBand(band, value, value, value);
+            offline.graph.setEqualiserGain(band, value);
+        }
+        offline.graph.scheduleSegment(file, -50, 8100, [] {});
+        offline.graph.play();
+        const std::vector<float> heard = offline.pullAll();
+        QVERIFY(std::all_of(heard.begin(), heard.end(), [](float s) { return std::isfinite(s); }));
+    }
 }
 
 QTEST_GUILESS_MAIN(AudioGraphTest)

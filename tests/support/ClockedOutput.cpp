@@ -1,0 +1,53 @@
+#include "support/ClockedOutput.h"
+
+#include <chrono>
+
+namespace ambrel::test {
+
+ClockedOutput::ClockedOutput(int sampleRateHz, std::size_t request, double speed)
+    : sampleRateHz_(sampleRateHz), request_(request), speed_(speed) {}
+
+ClockedOutput::~ClockedOutput() {
+    ending_ = true;
+    if (thread_.joinable())
+        thread_.join();
+}
+
+void ClockedOutput::open(FrameSource& source) {
+    source_ = &source;
+    source.prepare(sampleRateHz_, request_);
+    thread_ = std::thread([this] { run(); });
+}
+
+void ClockedOutput::replaceDevice(int sampleRateHz, std::size_t request) {
+    const std::scoped_lock lock(mutex_);
+    sampleRateHz_ = sampleRateHz;
+    request_ = request;
+    source_->prepare(sampleRateHz, request);
+}
+
+std::vector<float> ClockedOutput::frames() const {
+    const std::scoped_lock lock(mutex_);
+    return frames_;
+}
+
+void ClockedOutput::run() {
+    auto next = std::chrono::steady_clock::now();
+    while (!ending_) {
+        {
+            const std::scoped_lock lock(mutex_);
+            if (running_) {
+                const std::size_t before = frames_.size();
+                frames_.resize(before + 2 * request_);
+                source_->render(frames_.data() + before, request_);
+                heard_ = written_.load();
+                written_ += static_cast<std::int64_t>(request_);
+            }
+            next += std::chrono::nanoseconds(
+                static_cast<std::int64_t>(1e9 * double(request_) / sampleRateHz_ / speed_));
+        }
+        std::this_thread::sleep_until(next);
+    }
+}
+
+} // namespace ambrel::test

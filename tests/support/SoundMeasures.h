@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace ambrel::test {
+
+/// One channel (0 or 1) of interleaved stereo.
+std::vector<float> channelOf(std::span<const float> stereo, std::size_t channel);
+
+struct Tone {
+    double hz = 0;
+    double amplitude = 0;
+    double toResidualDb = 0; ///< energy of the tone over everything else
+};
+
+/// The steady tone near `nearHz`: its frequency from the advance of its phase, its strength from a
+/// least-squares fit over all samples.
+Tone measureTone(std::span<const float> mono, int sampleRateHz, double nearHz);
+
+/// Distance of two frequencies in cents.
+double centsBetween(double hz, double referenceHz);
+
+/// The largest second difference: how sharply the sound bends anywhere. A click stands far out.
+double sharpestBend(std::span<const float> mono);
+
+double rms(std::span<const float> mono);
+
+/// Where the energy of [from, to) lies on average, in samples.
+double centreOfEnergy(std::span<const float> mono, std::size_t from, std::size_t to);
+
+} // namespace ambrel::test
