@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "audio/PlaybackModel.h"
+#include "audio/SoundEngineGraph.h"
 #include "platform/sound/AudioFile.h"
 
 namespace ambrel {
@@ -20,6 +21,11 @@ std::int64_t frameAt(double seconds, int sampleRateHz) {
 }
 
 } // namespace
+
+std::shared_ptr<AudioEngine> AudioEngine::shared() {
+    static const auto instance = create(std::make_unique<SoundEngineGraph>(), MainQueue::shared());
+    return instance;
+}
 
 std::shared_ptr<AudioEngine> AudioEngine::create(std::unique_ptr<EngineGraph> graph,
                                                  MainQueue& mainQueue) {

@@ -4,8 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include <QFile>
-
+#include "audio/LocalPath.h"
 #include "platform/sound/AudioFile.h"
 
 namespace ambrel {
@@ -72,9 +71,8 @@ void reduce(AudioFile& file, std::int64_t first, std::int64_t end, std::int64_t 
 
 std::shared_ptr<AudioFile> openMono(const QUrl& url) {
     using Reason = AudioFileError::Reason;
-    const QByteArray path = QFile::encodeName(url.toLocalFile());
     try {
-        return AudioFile::open(path.toStdString(), AudioFile::Layout::mono);
+        return AudioFile::open(localPath(url), AudioFile::Layout::mono);
     } catch (const AudioFileError& error) {
         switch (error.reason) {
         case Reason::noAudio:
