@@ -1,10 +1,8 @@
 #include <QtTest>
 
 #include "audio/AudioEngine.h"
-#include "audio/LocalPath.h"
 #include "audio/PlaybackModel.h"
 #include "audio/SoundEngineGraph.h"
-#include "platform/sound/AudioFile.h"
 #include "platform/sound/NullOutput.h"
 #include "support/MediaMaker.h"
 
@@ -50,10 +48,6 @@ class SoundEngineGraphTest : public QObject {
     void playsARegionToItsEnd();
     void restsBetweenPasses();
     void mayEndWhilePlaying();
-    void opensFilesWhateverTheirNames_data();
-    void opensFilesWhateverTheirNames();
-    void refusesWhatIsNoLocalFile_data();
-    void refusesWhatIsNoLocalFile();
 
   private:
     void playRegion();
@@ -123,41 +117,6 @@ void SoundEngineGraphTest::mayEndWhilePlaying() {
     queue_->async([&] { isDelivered = true; });
     QTRY_VERIFY(isDelivered);
     QVERIFY2(model_->isPlaying, "the segment's end came from an engine that is gone");
-}
-
-void SoundEngineGraphTest::opensFilesWhateverTheirNames_data() {
-    QTest::addColumn<QString>("name");
-    for (const char* name : {"two words.wav", "\"quoted\" 'twice'.wav", "100%25.wav", "a#b?c.wav",
-                             "take:3.wav", "line\nbreak.wav", "Übung 🎸.wav", "&amp;.wav"})
-        QTest::newRow(name) << QString::fromUtf8(name);
-    QTest::newRow("as long as may be") << QString(246, QChar(u'x')) + QStringLiteral(".wav");
-}
-
-void SoundEngineGraphTest::opensFilesWhateverTheirNames() {
-    QFETCH(QString, name);
-    const auto path = media_.wav(name.toStdString(), test::MediaMaker::tone(440, 0.1));
-    const auto url = QUrl::fromLocalFile(QString::fromStdString(path.string()));
-    SoundEngineGraph graph(std::make_unique<NullOutput>());
-    QCOMPARE(graph.open(url)->length(), 4410);
-}
-
-void SoundEngineGraphTest::refusesWhatIsNoLocalFile_data() {
-    QTest::addColumn<QUrl>("url");
-    QTest::newRow("nothing") << QUrl();
-    QTest::newRow("web address") << QUrl(QStringLiteral("https://example.org/take.mp3"));
-    QTest::newRow("null in its name") << QUrl(QStringLiteral("file:///etc/hostname%00.wav"));
-}
-
-void SoundEngineGraphTest::refusesWhatIsNoLocalFile() {
-    QFETCH(QUrl, url);
-    try {
-        localPath(url);
-        QFAIL("taken for a local file");
-    } catch (const AudioFileError& error) {
-        QVERIFY(QString::fromUtf8(error.what())
-                    .endsWith(QStringLiteral("could not be opened: it is not a file on this "
-                                             "computer.")));
-    }
 }
 
 QTEST_GUILESS_MAIN(SoundEngineGraphTest)
