@@ -49,10 +49,8 @@ if(AMBREL_SANITIZE MATCHES address)
         "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
 elseif(AMBREL_SANITIZE STREQUAL "thread")
     set(AMBREL_TEST_PREFIX "tsan.")
-    # Qt starts processes by vfork, after which ThreadSanitizer takes the parent for a forked child and
-    # would end it at its next thread.
     list(APPEND AMBREL_TEST_ENVIRONMENT
-        "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/tsan.supp:halt_on_error=1:second_deadlock_stack=1:die_after_fork=0")
+        "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/tsan.supp:halt_on_error=1:second_deadlock_stack=1")
 endif()
 
 # A static library of all sources of the given folders (below src/).
