@@ -67,6 +67,7 @@ PreferenceDatabase& PreferenceConnection::opened() {
     generation_ = file_.generation();
     identity_ = file_.identity();
     database_ = std::make_unique<PreferenceDatabase>(file_.path(), busyTimeout_);
+    identity_ = file_.identity(); // it may just have been made
     if (logGrown_)
         database_->deferCheckpoints(logGrown_);
     file_.noteOpened();

@@ -270,11 +270,15 @@ std::optional<double> Preferences::real(const QString& key) const {
 }
 
 void Preferences::set(const QString& key, const Value& value) {
-    impl_->write({{key, value}});
+    Changes change;
+    change.emplace(key, value);
+    impl_->write(change);
 }
 
 void Preferences::remove(const QString& key) {
-    impl_->write({{key, std::nullopt}});
+    Changes change;
+    change.emplace(key, std::nullopt);
+    impl_->write(change);
 }
 
 QStringList Preferences::keys(const QString& prefix) const {
