@@ -3,10 +3,10 @@
 #include <utility>
 
 #include <QApplication>
-#include <QIcon>
 
 #include "app/AppState.h"
 #include "store/SettingsStore.h"
+#include "ui/Symbols.h"
 
 namespace ambrel {
 
@@ -19,7 +19,7 @@ void AppDelegate::applicationWillFinishLaunching() {
     QApplication::setApplicationDisplayName(QStringLiteral("Ambrel"));
     QApplication::setApplicationVersion(QStringLiteral(AMBREL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("ambrel"));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/ambrel.svg")));
+    QApplication::setWindowIcon(applicationIcon());
     QApplication::setQuitOnLastWindowClosed(true);
 }
 

@@ -96,4 +96,9 @@ QIcon symbolIcon(Symbol symbol, QPalette::ColorRole colour) {
     return QIcon(new SymbolIconEngine(symbol, colour));
 }
 
+QIcon applicationIcon() {
+    initialiseResources();
+    return QIcon(QStringLiteral(":/icons/ambrel.svg"));
+}
+
 } // namespace ambrel

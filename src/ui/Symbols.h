@@ -19,4 +19,7 @@ void paintSymbol(QPainter& painter, Symbol symbol, const QRectF& box, const QCol
 /// painting, so that it follows a change of palette by itself.
 QIcon symbolIcon(Symbol symbol, QPalette::ColorRole colour = QPalette::ButtonText);
 
+/// The icon of the application.
+QIcon applicationIcon();
+
 } // namespace ambrel
