@@ -94,6 +94,7 @@ void ContentView::showScreen() {
             screen_ = welcome;
         }
         column_->addWidget(screen_, 1);
+        screen_->show(); // the layout would do so a turn later, with nothing shown in between
     }
     if (loadingScreen_)
         loadingScreen_->setMessage(loading.message);

@@ -8,6 +8,7 @@
 #include "app/AppState.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
+#include "platform/desktop/KeyCode.h"
 
 namespace ambrel {
 namespace {
@@ -33,7 +34,7 @@ void KeyResponderNSView::showEvent(QShowEvent* event) {
 }
 
 void KeyResponderNSView::keyPressEvent(QKeyEvent* event) {
-    if (event->key() != Qt::Key_Space || event->modifiers().testFlag(Qt::ControlModifier))
+    if (keyCodeOf(*event) != KeyCode::space || event->modifiers().testFlag(Qt::ControlModifier))
         return QWidget::keyPressEvent(event);
     if (!event->isAutoRepeat()) // held down, it would start and pause many times a second
         transport::togglePlayPause(*state_, *engine_);

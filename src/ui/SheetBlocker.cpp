@@ -21,6 +21,8 @@ SheetBlocker::SheetBlocker(QDialog* sheet, QWidget* window)
 }
 
 bool SheetBlocker::eventFilter(QObject* watched, QEvent* event) {
+    if (!sheet_->isVisible()) // closed, and about to be deleted
+        return QObject::eventFilter(watched, event);
     switch (event->type()) {
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:

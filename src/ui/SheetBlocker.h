@@ -12,7 +12,7 @@ namespace ambrel {
 /// front. Qt's own modality would do the same but also keep the window from being closed, and
 /// closing it must end the application at any moment.
 ///
-/// Owned by the dialog, and in force for as long as that lives.
+/// Owned by the dialog, and in force for as long as that is open.
 class SheetBlocker : public QObject {
     Q_OBJECT
 

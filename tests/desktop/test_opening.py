@@ -17,7 +17,7 @@ class OpeningTest(Scenario):
             self.assertIn(words, message)
         program.click(name="OK")
         program.wait_until_gone(name="OK")
-        program.wait_for(name="Open File...")
+        program.wait_for(name="Open File…")
         self.assertIsNone(program.find(name="Waveform"))
         program.key("ctrl+q")
         self.assert_ends(program)

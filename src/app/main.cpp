@@ -1,0 +1,63 @@
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+
+#include <QApplication>
+#include <QDir>
+#include <QLocale>
+
+#include "app/AmbrelApp.h"
+#include "app/CommandLine.h"
+
+namespace {
+
+constexpr int kBadUse = 2;
+
+void print(std::FILE* stream, const QString& text) {
+    std::fputs(text.toUtf8().constData(), stream);
+    std::fflush(stream);
+}
+
+/// Without a display Qt explains at length and aborts. One sentence and a status say it better.
+void leaveWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type != QtFatalMsg)
+        return;
+    print(stderr, QStringLiteral("ambrel: There is no display to open a window on.\n"));
+    std::_Exit(kBadUse);
+}
+
+QStringList decoded(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QFile::decodeName(argv[i]);
+    return arguments;
+}
+
+/// Numbers are shown and read the same way everywhere.
+void useNeutralNumbers() {
+    std::setlocale(LC_NUMERIC, "C");
+    QLocale::setDefault(QLocale::c());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const auto commandLine = ambrel::CommandLine::parse(decoded(argc, argv), QDir::currentPath());
+    if (!commandLine.error.isEmpty()) {
+        print(stderr, QStringLiteral("ambrel: %1\n").arg(commandLine.error));
+        return kBadUse;
+    }
+    if (!commandLine.answer.isEmpty()) {
+        print(stdout, commandLine.answer);
+        return EXIT_SUCCESS;
+    }
+
+    const QtMessageHandler usual = qInstallMessageHandler(leaveWithoutDisplay);
+    argc = std::min(argc, 1); // the rest is read already, and Qt would take some of it for its own
+    QApplication application(argc, argv);
+    qInstallMessageHandler(usual);
+    useNeutralNumbers();
+
+    ambrel::AmbrelApp app;
+    return app.run(commandLine.file);
+}
