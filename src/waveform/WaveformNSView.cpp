@@ -118,12 +118,6 @@ bool WaveformNSView::event(QEvent* event) {
     return QWidget::event(event);
 }
 
-void WaveformNSView::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange)
-        update();
-    QWidget::changeEvent(event);
-}
-
 void WaveformNSView::hideEvent(QHideEvent* event) {
     endDrag();
     QWidget::hideEvent(event);
