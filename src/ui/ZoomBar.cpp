@@ -41,17 +41,17 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
       fitTrack_(new PushButton(tr("Fit Track"))), fitRegion_(new PushButton(tr("Fit Region"))) {
     auto* const row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
-    addButton(panLeft_, &ZoomNavigation::panLeft);
-    addButton(panRight_, &ZoomNavigation::panRight);
+    addButton(panLeft_, [this] { navigation_.panLeft(); });
+    addButton(panRight_, [this] { navigation_.panRight(); });
     row->addStretch();
     zoomText_->setMonospaced(true);
     zoomText_->setAlignment(Qt::AlignCenter);
     zoomText_->setAccessibleDescription(tr("Zoom level"));
     row->addWidget(zoomText_);
-    addButton(zoomOut_, &ZoomNavigation::zoomOut);
-    addButton(zoomIn_, &ZoomNavigation::zoomIn);
-    addButton(fitTrack_, &ZoomNavigation::fitTrack);
-    addButton(fitRegion_, &ZoomNavigation::fitRegion);
+    addButton(zoomOut_, [this] { navigation_.zoomOut(); });
+    addButton(zoomIn_, [this] { navigation_.zoomIn(); });
+    addButton(fitTrack_, [this] { navigation_.fitTrack(); });
+    addButton(fitRegion_, [this] { navigation_.fitRegion(); });
     // Time runs from left to right whatever the direction of the language.
     setLayoutDirection(Qt::LeftToRight);
 
@@ -64,9 +64,9 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
     showState();
 }
 
-void ZoomBar::addButton(PushButton* button, void (ZoomNavigation::*action)()) {
+void ZoomBar::addButton(PushButton* button, std::function<void()> action) {
     layout()->addWidget(button);
-    connect(button, &PushButton::clicked, this, [this, action] { (navigation_.*action)(); });
+    connect(button, &PushButton::clicked, this, std::move(action));
 }
 
 void ZoomBar::applyTheme() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include <QWidget>
@@ -20,7 +21,7 @@ class ZoomBar : public QWidget {
     ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QWidget* parent = nullptr);
 
   private:
-    void addButton(PushButton* button, void (ZoomNavigation::*action)());
+    void addButton(PushButton* button, std::function<void()> action);
     void applyTheme();
     void showState();
 
