@@ -35,12 +35,10 @@ class AppStateTest : public QObject {
     void init();
     void cleanup();
 
-    void notifiesOnEveryAssignment();
     void assignsSettingsInOrderAsTheyAre();
     void resetsToTheDefaults();
     void savesOnceAfterABurst();
     void savesEverySettingButTheRegion();
-    void savesTheRegionWhenTold();
     void savesNothingWhileNoFileIsOpen();
     void savesUnderTheFileThatWasOpen();
     void savesNothingWhenGone();
@@ -77,20 +75,20 @@ void AppStateTest::waitForSaves() {
     QTRY_VERIFY(isOver);
 }
 
-void AppStateTest::notifiesOnEveryAssignment() {
-    state_->setZoomLevel(1);
-    state_->setZoomLevel(1);
-    state_->setLoadingState(LoadingState::loading(QStringLiteral("Opening file...")));
-    QCOMPARE(changes_, (QList<Field>{Field::zoomLevel, Field::zoomLevel, Field::loadingState}));
-    QCOMPARE(state_->loadingState().message, QStringLiteral("Opening file..."));
-}
-
 void AppStateTest::assignsSettingsInOrderAsTheyAre() {
+    const QList<Field> all{Field::regionStart,
+                           Field::regionEnd,
+                           Field::speed,
+                           Field::speedStep,
+                           Field::pitch,
+                           Field::eqEnabled,
+                           Field::eqGains,
+                           Field::loopEnabled,
+                           Field::loopDelaySeconds,
+                           Field::loopDelayMilliseconds};
     state_->applySettings(someSettings());
-    QCOMPARE(changes_,
-             (QList<Field>{Field::regionStart, Field::regionEnd, Field::speed, Field::speedStep,
-                           Field::pitch, Field::eqEnabled, Field::eqGains, Field::loopEnabled,
-                           Field::loopDelaySeconds, Field::loopDelayMilliseconds}));
+    state_->applySettings(someSettings());
+    QCOMPARE(changes_, all + all); // an equal value is news too
     QCOMPARE(state_->currentSettings(), someSettings());
 }
 
@@ -163,12 +161,7 @@ void AppStateTest::savesEverySettingButTheRegion() {
     for (std::size_t i = 0; i < saving.size(); ++i)
         QVERIFY2(store_->load(fileOf(i)), qPrintable(QString::number(i)));
     QVERIFY(!store_->load(fileA));
-}
-
-void AppStateTest::savesTheRegionWhenTold() {
-    state_->setAudioFileURL(fileA);
-    state_->setRegionEnd(2);
-    state_->settingsDidChange();
+    state_->settingsDidChange(); // what an editor of the region calls
     QTRY_VERIFY(store_->load(fileA));
     QCOMPARE(store_->load(fileA)->regionEnd, 2.0);
 }

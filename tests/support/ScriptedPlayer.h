@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+
+#include "app/AppState.h"
+#include "audio/AudioEngine.h"
+#include "platform/desktop/MainQueue.h"
+#include "support/ScriptedGraph.h"
+#include "support/TemporarySettings.h"
+
+namespace ambrel::test {
+
+/// Model and engine as in the program, on a scripted graph and an empty store.
+struct ScriptedPlayer {
+    ScriptedPlayer() { engine->setAppState(state); }
+
+    TemporarySettings settings;
+    MainQueue queue;
+    std::shared_ptr<AppState> state = AppState::create(settings.store(), queue);
+    ScriptedGraph* graph = new ScriptedGraph; ///< the engine's
+    std::shared_ptr<AudioEngine> engine =
+        AudioEngine::create(std::unique_ptr<EngineGraph>(graph), queue);
+};
+
+} // namespace ambrel::test
