@@ -1,5 +1,6 @@
 #include "support/ClockedOutput.h"
 
+#include <algorithm>
 #include <chrono>
 
 namespace ambrel::test {
@@ -29,6 +30,16 @@ void ClockedOutput::replaceDevice(int sampleRateHz, std::size_t request) {
 std::vector<float> ClockedOutput::frames() const {
     const std::scoped_lock lock(mutex_);
     return frames_;
+}
+
+std::vector<float> ClockedOutput::lastFrames(std::size_t count) const {
+    const std::scoped_lock lock(mutex_);
+    return {frames_.end() - std::ptrdiff_t(std::min(2 * count, frames_.size())), frames_.end()};
+}
+
+float ClockedOutput::leftAt(std::int64_t frame) const {
+    const std::scoped_lock lock(mutex_);
+    return frames_.at(std::size_t(2 * frame));
 }
 
 void ClockedOutput::run() {

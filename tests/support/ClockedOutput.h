@@ -30,6 +30,10 @@ class ClockedOutput final : public AudioOutput {
     std::int64_t framesWritten() const { return written_; }
     /// The frames given so far, interleaved.
     std::vector<float> frames() const;
+    /// The last of them, at most `count`.
+    std::vector<float> lastFrames(std::size_t count) const;
+    /// One sample of the left channel.
+    float leftAt(std::int64_t frame) const;
 
   private:
     void run();

@@ -13,6 +13,7 @@ void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesT
     framesToBegin_ = framesToBegin;
     fade_.emplace(sampleRateHz);
     fadeStep_ = 0;
+    decaying_ = false;
     taken_ = 0;
 }
 
@@ -30,9 +31,9 @@ void OutputStage::render(float* stereo, std::size_t frames) noexcept {
             break;
         const bool out = !gate.playing || gate.epoch != heardEpoch_;
         const RenderBlock* block = ring_->front();
-        done += block && block->epoch == heardEpoch_
-                    ? takeFromBlock(stereo + 2 * done, frames - done, out)
-                    : decay(stereo + 2 * done, frames - done);
+        decaying_ = decaying_ || !block || block->epoch != heardEpoch_;
+        done += !decaying_ ? takeFromBlock(stereo + 2 * done, frames - done, out)
+                           : decay(stereo + 2 * done, frames - done);
     }
     std::memset(stereo + 2 * done, 0, 2 * (frames - done) * sizeof(float));
     written_ += static_cast<std::int64_t>(frames - done);
@@ -46,7 +47,8 @@ void OutputStage::render(float* stereo, std::size_t frames) noexcept {
 bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
     bool dropped = false;
     const RenderBlock* block = ring_->front();
-    while (block && block->epoch != gate.epoch) {
+    // Newer ones may be there already, if the gate was moved after this request began.
+    while (block && block->epoch < gate.epoch) {
         ring_->pop();
         taken_ = 0;
         dropped = true;
@@ -54,13 +56,14 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
     }
     if (dropped)
         roomMade_.signal();
-    if (!block || !gate.playing)
+    if (!block || block->epoch != gate.epoch || !gate.playing)
         return false;
     if (ring_->frames() - taken_ < std::min(frames, framesToBegin_) &&
         ring_->finishedEpoch() != gate.epoch)
         return false;
     heardEpoch_ = gate.epoch;
     fadeStep_ = 1;
+    decaying_ = false;
     return true;
 }
 
@@ -104,6 +107,7 @@ void OutputStage::finishBlock() noexcept {
 }
 
 /// No frames although some should be heard: lets the last sample die away rather than break off.
+/// Frames that come meanwhile wait until it is gone; what is heard then fades in.
 std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
     const std::size_t count = std::min(frames, fadeStep_);
     const float from = fade_->gain(fadeStep_ - 1);

@@ -117,13 +117,13 @@ const RunPlace* PlayerNode::open(std::int64_t epoch) noexcept {
     if (opened_.epoch == epoch)
         return &opened_;
     bool dropped = false;
-    while (blocks_.read_available() > 0 && blocks_.front().run.epoch != epoch) {
+    while (blocks_.read_available() > 0 && blocks_.front().run.epoch < epoch) {
         blocks_.pop();
         dropped = true;
     }
     if (dropped)
         wake_.signal();
-    if (blocks_.read_available() == 0)
+    if (blocks_.read_available() == 0 || blocks_.front().run.epoch != epoch)
         return nullptr;
     taken_ = 0;
     opened_ = blocks_.front().run;

@@ -44,7 +44,7 @@ class PlayerNode final : public FrameInput {
     /// @name The render thread's side
     /// @{
 
-    /// Drops all frames of other runs that come before those of run `epoch`, and gives the run's
+    /// Drops the frames of runs before run `epoch`, and gives the run's
     /// place when its first frames are there, nullptr before.
     const RunPlace* open(std::int64_t epoch) noexcept;
 

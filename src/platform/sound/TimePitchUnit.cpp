@@ -108,7 +108,8 @@ void TimePitchUnit::beginJoining() noexcept {
 std::size_t TimePitchUnit::join(FrameInput& source, float* stereo, std::size_t frames) noexcept {
     // first_ is the input frame that the stretcher gives next; what lies before next_ is old.
     frames = std::min(frames, joinFrames);
-    for (std::size_t fed = 0; fed < frames * catchUpSpeed; fed += Stretcher::feedFrames) {
+    for (std::size_t fed = 0; fading_ || fed < frames * catchUpSpeed;
+         fed += Stretcher::feedFrames) {
         const auto ready = static_cast<std::int64_t>(stretcher_.available());
         const std::int64_t fadeEnd =
             next_ + static_cast<std::int64_t>(fadeFrames_ - faded_ + frames);

@@ -62,8 +62,8 @@ struct Clocked {
 
     std::vector<float> heard() const { return test::channelOf(output->frames(), 0); }
     bool isSilentFor(std::size_t frames) const {
-        const std::vector<float> all = heard();
-        return all.size() > frames && test::rms(std::span(all).subspan(all.size() - frames)) == 0;
+        const std::vector<float> last = output->lastFrames(frames);
+        return last.size() == 2 * frames && test::rms(last) == 0;
     }
     bool hasPlayed(std::size_t frames) const {
         const std::vector<float> all = heard();
@@ -177,10 +177,10 @@ void AudioGraphTest::pausesAndGoesOnWithoutAClick() {
     QTRY_VERIFY(clocked.hasPlayed(8000));
     clocked.graph.pause();
     QTRY_VERIFY(clocked.isSilentFor(4000));
-    const std::size_t before = clocked.heard().size();
+    const std::int64_t before = clocked.output->framesWritten();
     clocked.graph.play();
-    QTRY_VERIFY(clocked.heard().size() > before + 8000 && !clocked.isSilentFor(2000));
-    QVERIFY(test::sharpestBend(clocked.heard()) < 0.02);
+    QTRY_VERIFY(clocked.output->framesWritten() > before + 8000 && !clocked.isSilentFor(2000));
+    QVERIFY(test::sharpestBend(clocked.heard()) < 0.03);
     clocked.graph.stop();
 }
 
@@ -192,13 +192,13 @@ void AudioGraphTest::stopsWithoutAClick() {
         clocked.graph.setRate(rate);
         for (int i = 0; i < 4; ++i) {
             clocked.play(file, file->length());
-            const std::size_t before = clocked.heard().size();
-            QTRY_VERIFY(clocked.heard().size() > before + 5000 + std::size_t(i) * 77);
+            const std::int64_t before = clocked.output->framesWritten();
+            QTRY_VERIFY(clocked.output->framesWritten() > before + 5000 + i * 77);
             clocked.graph.stop();
         }
     }
     QTRY_VERIFY(clocked.isSilentFor(4000));
-    QVERIFY2(test::sharpestBend(clocked.heard()) < 0.02,
+    QVERIFY2(test::sharpestBend(clocked.heard()) < 0.03,
              qPrintable(QString::number(test::sharpestBend(clocked.heard()))));
 }
 
@@ -206,17 +206,18 @@ void AudioGraphTest::everyCompletionComesOnce() {
     std::vector<std::atomic<int>> completions(120);
     std::mt19937 random(11);
     {
-        Clocked clocked(256, 20);
+        Clocked clocked(256, 4);
         const auto file = SyntheticFile::sine(rateHz, rateHz, 300);
         for (std::atomic<int>& count : completions) {
             clocked.graph.setRate(random() % 2 ? 1.0F : 2.5F);
             clocked.play(file, std::int64_t(random() % 3000), [&count] { ++count; });
-            if (random() % 3 == 0)
+            const bool paused = random() % 3 == 0;
+            if (paused)
                 clocked.graph.pause();
-            if (random() % 4 == 0)
+            if (paused && random() % 2)
                 clocked.graph.play();
-            if (random() % 4 == 0)
-                QTRY_VERIFY_WITH_TIMEOUT(count == 1 || clocked.isSilentFor(512), 5000);
+            else if (!paused && random() % 3 == 0)
+                QTRY_COMPARE_WITH_TIMEOUT(count.load(), 1, 30000);
             if (random() % 2)
                 clocked.graph.stop();
         }
@@ -244,16 +245,21 @@ void AudioGraphTest::tellsTheFrameBeingHeard() {
     clocked.play(file, file->length());
     QVERIFY(clocked.graph.playerTime().value_or(0) < 1024);
     QTRY_VERIFY(clocked.graph.playerTime().value_or(0) > 4000);
+    // The frame it tells is the one that the device is giving at that moment.
+    int looked = 0;
+    int right = 0;
     double last = 0;
-    for (int i = 0; i < 200; ++i) {
-        const std::int64_t before = clocked.output->framesHeard();
+    while (looked < 100) {
+        const std::int64_t heard = clocked.output->framesHeard();
         const double now = clocked.graph.playerTime().value();
-        const std::int64_t after = clocked.output->framesHeard();
-        const auto begin = double(Clocked::silenceBefore(clocked.heard()));
-        QVERIFY(now >= last && now >= double(before) - begin - 1 &&
-                now <= double(after) - begin + 1);
+        QVERIFY(now >= last);
         last = now;
+        if (clocked.output->framesHeard() != heard)
+            continue;
+        ++looked;
+        right += clocked.output->leftAt(heard - 1) == file->at(std::int64_t(now) - 1).first;
     }
+    QVERIFY2(right > 90, qPrintable(QString::number(right)));
     clocked.graph.stop();
     QVERIFY(!clocked.graph.playerTime());
 }
