@@ -16,7 +16,6 @@ void AppDelegate::setAppState(std::shared_ptr<AppState> appState) {
 
 void AppDelegate::applicationWillFinishLaunching() {
     QApplication::setApplicationName(QStringLiteral("ambrel"));
-    QApplication::setApplicationDisplayName(QStringLiteral("Ambrel"));
     QApplication::setApplicationVersion(QStringLiteral(AMBREL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("ambrel"));
     QApplication::setWindowIcon(applicationIcon());

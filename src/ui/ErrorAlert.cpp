@@ -1,5 +1,6 @@
 #include "ui/ErrorAlert.h"
 
+#include <QAbstractButton>
 #include <QLabel>
 
 namespace ambrel {
@@ -28,6 +29,7 @@ ErrorAlert::ErrorAlert(QWidget* parent) : QMessageBox(parent) {
     setWindowTitle(QStringLiteral("Error"));
     setIcon(QMessageBox::Critical);
     setStandardButtons(QMessageBox::Ok);
+    button(QMessageBox::Ok)->setIcon({});
     setTextFormat(Qt::PlainText);
     setTextInteractionFlags(Qt::TextSelectableByMouse);
 }

@@ -30,9 +30,10 @@ OpenPanel::OpenPanel(QWidget* parent) : QFileDialog(parent, QStringLiteral("Open
     setOption(QFileDialog::HideNameFilterDetails);
     setNameFilters(
         {QStringLiteral("Audio files (%1)").arg(audioPatterns()), QStringLiteral("All files (*)")});
-    connect(this, &QFileDialog::urlSelected, this, [this](const QUrl& url) {
-        if (url.isLocalFile())
-            Q_EMIT fileChosen(url);
+    connect(this, &QFileDialog::accepted, this, [this] {
+        const QList<QUrl> chosen = selectedUrls();
+        if (!chosen.isEmpty() && chosen.first().isLocalFile())
+            Q_EMIT fileChosen(chosen.first());
     });
 }
 

@@ -1,7 +1,6 @@
 #include "ui/PushButton.h"
 
-#include <QApplication>
-#include <QEvent>
+#include <QPainter>
 
 #include "ui/Theme.h"
 
@@ -39,34 +38,39 @@ QSize PushButton::sizeHint() const {
                  std::max(size.height(), Theme::length(24)));
 }
 
-void PushButton::changeEvent(QEvent* event) {
-    QPushButton::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange)
-        applyAccent();
-}
-
 void PushButton::applyTheme() {
     const int edge = Theme::length(12);
     setIconSize(QSize(edge, edge));
     setFont(Theme::font(Theme::TextStyle::body));
-    applyAccent();
     updateGeometry();
 }
 
-void PushButton::applyAccent() {
-    if (prominence_ != Prominence::prominent || applyingAccent_)
-        return;
-    applyingAccent_ = true;
-    const QPalette surrounding =
-        parentWidget() ? parentWidget()->palette() : QApplication::palette();
-    QPalette own;
-    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
-        own.setColor(group, QPalette::Button, Theme::accent(surrounding));
-        own.setColor(group, QPalette::ButtonText,
-                     surrounding.color(QPalette::Active, QPalette::HighlightedText));
+void PushButton::paintEvent(QPaintEvent* event) {
+    if (prominence_ == Prominence::prominent)
+        paintProminent();
+    else
+        QPushButton::paintEvent(event);
+}
+
+/// Styles shade a tinted button so much that its text is hard to read, each in a way of its own.
+void PushButton::paintProminent() {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const double radius = Theme::length(6);
+    const QColor accent = Theme::accent(palette());
+    const QRectF ring = QRectF(rect()).adjusted(1, 1, -1, -1);
+    const QRectF face = ring.adjusted(2, 2, -2, -2);
+
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(isDown() ? accent.darker(120) : underMouse() ? accent.lighter(108) : accent);
+    painter.drawRoundedRect(face, radius, radius);
+    if (hasFocus()) {
+        painter.setPen(QPen(accent, 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(ring, radius + 2, radius + 2);
     }
-    setPalette(own);
-    applyingAccent_ = false;
+    painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 
 } // namespace ambrel

@@ -27,15 +27,14 @@ class PushButton : public QPushButton {
     QSize minimumSizeHint() const override { return sizeHint(); }
 
   protected:
-    void changeEvent(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
   private:
     PushButton(Prominence prominence, QWidget* parent);
     void applyTheme();
-    void applyAccent();
+    void paintProminent();
 
     Prominence prominence_;
-    bool applyingAccent_ = false;
 };
 
 } // namespace ambrel

@@ -2,6 +2,7 @@
 
 import unittest
 
+from desktop import wait_until
 from scenario import Scenario
 from sound import tone, write_wav
 
@@ -57,7 +58,12 @@ class OpeningTest(Scenario):
         program.wait_for_window()
         program.key("ctrl+o")
         program.wait_for(role="dialog")
-        program.type(f"{path}\n")
+        program.type(path)
+
+        def accepted():
+            program.key("Return")  # as often as it takes: the dialog looks the file up in its own time
+            return not program.find(role="dialog")
+        wait_until(accepted, "the file being taken")
         program.wait_until_loaded()
         program.wait_for(name=path.name)
 

@@ -1,9 +1,12 @@
 #include <QAccessible>
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include "app/Notifications.h"
@@ -284,6 +287,19 @@ class ContentViewWindowTest : public QObject {
         w.content->openFile();
         QCOMPARE(w.window.findChildren<OpenPanel*>().size(), 1);
         QVERIFY(w.window.close());
+    }
+
+    void theFileChosenInTheOpenPanelIsLoaded() {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(u"take 1.wav"_qs);
+        QFile(path).open(QIODevice::WriteOnly);
+        Window w;
+        w.content->openFile();
+        auto* panel = w.window.findChild<OpenPanel*>();
+        panel->findChild<QLineEdit*>()->setText(path);
+        QMetaObject::invokeMethod(panel, "accept");
+        QVERIFY(w.state->loadingState().isLoading());
+        QCOMPARE(w.state->audioFileURL(), QUrl::fromLocalFile(path));
     }
 
     void stepsOfThePlayHeadLayNothingOut() {
