@@ -34,7 +34,7 @@ QSize PushButton::sizeHint() const {
     if (prominence_ != Prominence::plain)
         return QSize(std::max(size.width() + Theme::length(28), Theme::length(190)),
                      Theme::length(36));
-    return QSize(std::max(size.width(), Theme::length(32)),
+    return QSize(std::max(size.width() + Theme::length(12), Theme::length(32)),
                  std::max(size.height(), Theme::length(24)));
 }
 

@@ -1,0 +1,127 @@
+// ambrel-screenshots FOLDER RECORDING
+//
+// Writes pictures of the window's three screens to FOLDER, in a light and a dark palette, at its
+// first and its smallest size, and with a body font of 14 points. The working screen shows
+// RECORDING. For other scales of the screen set QT_SCALE_FACTOR. Needs no display:
+// QT_QPA_PLATFORM=offscreen.
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+#include <QApplication>
+#include <QDir>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QTemporaryDir>
+
+#include "app/AppCommands.h"
+#include "app/AppState.h"
+#include "audio/AudioEngine.h"
+#include "platform/desktop/MainQueue.h"
+#include "platform/desktop/NotificationCenter.h"
+#include "platform/store/Preferences.h"
+#include "store/SettingsStore.h"
+#include "ui/ContentView.h"
+#include "ui/KeyResponderNSView.h"
+#include "waveform/WaveformGenerator.h"
+
+using namespace ambrel;
+
+namespace {
+
+QPalette darkPalette() {
+    QPalette palette(QColor(0x3A, 0x3A, 0x3C), QColor(0x24, 0x24, 0x26));
+    palette.setColor(QPalette::Base, QColor(0x1C, 0x1C, 0x1E));
+    palette.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xE4));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    return palette;
+}
+
+struct Look {
+    QString name;
+    QPalette palette;
+    QSize size;
+    double fontPoints;
+};
+
+class Gallery {
+  public:
+    Gallery(QDir folder, const QString& recording)
+        : folder_(std::move(folder)), recording_(QUrl::fromLocalFile(recording)),
+          peaks_(WaveformGenerator::extract(
+              recording_, [](double, const std::string&) {}, ending_)) {}
+
+    void take(const Look& look) {
+        QApplication::setPalette(look.palette);
+        QFont body = QApplication::font();
+        body.setPointSizeF(look.fontPoints);
+        QApplication::setFont(body);
+
+        QMainWindow window;
+        new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
+        window.setCentralWidget(
+            new ContentView({state_, AudioEngine::shared(), settings_, MainQueue::shared(),
+                             NotificationCenter::shared()}));
+        commands::addMenus(*window.menuBar(), NotificationCenter::shared());
+        window.resize(look.size);
+        window.show();
+        state_->setLoadingState(LoadingState::idle());
+        save(window, look, QStringLiteral("welcome"));
+        state_->setAudioFileURL(recording_);
+        state_->setLoadingState(
+            LoadingState::loading(QStringLiteral("Generating waveform... 40%")));
+        save(window, look, QStringLiteral("loading"));
+        showRecording();
+        save(window, look, QStringLiteral("working"));
+        state_->setAudioFileURL(std::nullopt);
+    }
+
+  private:
+    void showRecording() {
+        state_->setAudioDuration(10);
+        state_->setRegionStart(2.4);
+        state_->setRegionEnd(4.8);
+        state_->setPlaybackPosition(3.506);
+        state_->setIsPlaying(true);
+        state_->setWaveformSamples(peaks_);
+        state_->setLoadingState(LoadingState::loaded());
+    }
+
+    void save(QWidget& window, const Look& look, const QString& screen) {
+        QCoreApplication::processEvents();
+        const QString path = folder_.filePath(QStringLiteral("%1-%2.png").arg(screen, look.name));
+        if (!window.grab().save(path))
+            std::fprintf(stderr, "%s could not be written.\n", qPrintable(path));
+    }
+
+    QDir folder_;
+    QUrl recording_;
+    std::atomic<bool> ending_ = false;
+    std::vector<float> peaks_;
+    QTemporaryDir home_;
+    Preferences preferences_{home_.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
+    SettingsStore settings_{preferences_};
+    std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication application(argc, argv);
+    const QStringList arguments = QApplication::arguments();
+    if (arguments.size() != 3) {
+        std::fputs("Usage: ambrel-screenshots FOLDER RECORDING\n", stderr);
+        return 2;
+    }
+    const QPalette light = QApplication::palette();
+    const double fontPoints = QApplication::font().pointSizeF();
+    Gallery gallery(QDir(arguments[1]), QDir::current().absoluteFilePath(arguments[2]));
+    for (const Look& look :
+         {Look{QStringLiteral("light"), light, QSize(780, 680), fontPoints},
+          Look{QStringLiteral("dark"), darkPalette(), QSize(780, 680), fontPoints},
+          Look{QStringLiteral("small"), light, QSize(680, 580), fontPoints},
+          Look{QStringLiteral("large-font"), light, QSize(680, 580), 14}})
+        gallery.take(look);
+    return EXIT_SUCCESS;
+}
