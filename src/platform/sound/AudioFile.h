@@ -26,7 +26,13 @@ class AudioFileError : public std::runtime_error {
 ///
 /// A frame is one sample of every channel; frame 0 is the first frame meant to be heard (encoder
 /// delay removed) and length() counts to the last (padding removed). Reading a range gives the same
-/// samples whatever was read before it.
+/// samples whatever was read before it. A block in the middle that does not decode reads as silence
+/// where its place is known. A change of rate or channels midway is converted to what the track
+/// began with.
+///
+/// Samples come as they were decoded, above ±1 where the file is that loud; what is no number reads
+/// as 0. The file stays open while this lives: renamed or removed, it reads on; cut short or
+/// overwritten, it reads what is there.
 ///
 /// Threads: open() and read() may block on the disk and belong off the main thread. One thread at a
 /// time may read; sampleRate(), length() and path() are settled by open() and may be read from any.
@@ -34,8 +40,9 @@ class AudioFile {
   public:
     /// What a frame is delivered as.
     enum class Layout {
-        stereo, ///< two samples, left and right: mono on both, more channels mixed down
-        mono    ///< one sample: the mean of all channels of the track
+        stereo, ///< two samples, left and right: mono on both; more channels mixed down, all of
+                ///< them weighted so that full scale in every channel stays within full scale
+        mono ///< one sample: the mean of all channels of the track
     };
 
     /// Opens the first audio track of a regular file. `path` is absolute.

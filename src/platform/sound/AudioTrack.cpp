@@ -4,6 +4,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <new>
+#include <string_view>
+
+#include "platform/sound/Mp3Frames.h"
 
 namespace ambrel {
 namespace {
@@ -129,6 +132,23 @@ std::optional<std::int64_t> AudioTrack::statedLength() const {
     return std::nullopt;
 }
 
+std::int64_t AudioTrack::findEnd() {
+    if (std::string_view(container_->iformat->name) != "mp3" || firstPacket_.offset < 0 ||
+        firstPacket_.stamp == AV_NOPTS_VALUE) {
+        const std::optional<std::int64_t> stated = statedLength();
+        return stated ? *stated : scanToEnd();
+    }
+    // FFmpeg finds a place in an MP3 by reading every packet before it, unless it is told some.
+    constexpr int step = 16;
+    const Mp3Walk walk = walkMp3Frames(
+        file_, firstPacket_.offset, step,
+        [this](std::int64_t frame, std::int64_t offset, int bytes) {
+            av_add_index_entry(stream_, offset, firstPacket_.stamp + frame * firstPacket_.ticks,
+                               bytes, 0, AVINDEX_KEYFRAME);
+        });
+    return walk.reachedTheEnd ? walk.frames * walk.samplesPerFrame : scanToEnd();
+}
+
 bool AudioTrack::padsBeyondStatedLength() const {
     return std::string_view(container_->iformat->name).starts_with("mov");
 }
@@ -139,13 +159,43 @@ bool AudioTrack::isVorbis() const {
 
 bool AudioTrack::rewind() {
     try {
-        openContainer();
-        openDecoder();
-        decodeFirstBlock();
+        if (!seekToFirstBlock()) {
+            openContainer();
+            openDecoder();
+            decodeFirstBlock();
+        }
         return true;
     } catch (const std::exception&) {
         return false;
     }
+}
+
+void AudioTrack::restartDecoder() {
+    avcodec_flush_buffers(decoder_.get());
+    landedAt_ = -1;
+    draining_ = false;
+    fresh_ = false;
+    expected_.reset();
+    deviation_ = 0;
+}
+
+/// Saves opening the container again, which can take long and forgets where packets were found.
+bool AudioTrack::seekToFirstBlock() {
+    if (firstPacket_.offset < 0 || firstPacket_.stamp == AV_NOPTS_VALUE ||
+        av_seek_frame(container_.get(), stream_->index, firstPacket_.stamp, AVSEEK_FLAG_BACKWARD) <
+            0) {
+        return false;
+    }
+    restartDecoder();
+    // The packet counts as well as the block: one further on, the decoder would miss its overlap.
+    if (!decodeBlock() || landedAt_ != firstPacket_.offset || frame_->pts != firstStamp_ ||
+        frame_->nb_samples != firstBlockFrames_) {
+        return false;
+    }
+    place_ = 0;
+    expected_ = firstBlockFrames_;
+    fresh_ = true;
+    return true;
 }
 
 bool AudioTrack::seek(std::int64_t target) {
@@ -157,11 +207,7 @@ bool AudioTrack::seek(std::int64_t target) {
                           AVSEEK_FLAG_BACKWARD) < 0) {
             return false;
         }
-        avcodec_flush_buffers(decoder_.get());
-        draining_ = false;
-        fresh_ = false;
-        expected_.reset();
-        deviation_ = 0;
+        restartDecoder();
         if (!next() || !settle()) {
             return false;
         }
@@ -232,6 +278,12 @@ bool AudioTrack::sendPacket() {
             continue;
         }
         const bool ours = packet_->stream_index == stream_->index;
+        if (ours && landedAt_ < 0) {
+            landedAt_ = packet_->pos;
+        }
+        if (ours && firstPacket_.offset < 0) {
+            firstPacket_ = {packet_->pos, packet_->pts, packet_->duration};
+        }
         const int sent = ours ? avcodec_send_packet(decoder_.get(), packet_.get()) : -1;
         av_packet_unref(packet_.get());
         if (sent >= 0) {

@@ -24,6 +24,10 @@ class AudioTrack {
     int sampleRate() const noexcept { return sampleRate_; }
     int channels() const noexcept { return channels_; }
 
+    /// Where the track ends, in frames, as far as that shows without decoding: what the file
+    /// states, or what its packets come to. To be called before the first block is taken.
+    std::int64_t findEnd();
+
     /// The length that the file states in frames; absent where it states none to be relied on.
     std::optional<std::int64_t> statedLength() const;
 
@@ -48,14 +52,13 @@ class AudioTrack {
     /// Tells how many frames at the track's rate the block came to, when that is not its own count.
     void setBlockFrames(std::int64_t frames) noexcept { expected_ = place_ + frames; }
 
-    /// Reads the packets from here to the end without decoding them. The place where the last
-    /// one ends.
-    std::int64_t scanToEnd();
-
   private:
     void openContainer();
     void openDecoder();
     void decodeFirstBlock();
+    void restartDecoder();
+    bool seekToFirstBlock();
+    std::int64_t scanToEnd();
     bool settle();
     bool decodeBlock();
     bool sendPacket();
@@ -75,6 +78,13 @@ class AudioTrack {
     AVStream* stream_ = nullptr;
     int sampleRate_ = 0;
     int channels_ = 0;
+    struct Packet {
+        std::int64_t offset = -1; ///< in bytes; below 0 where it is not known
+        std::int64_t stamp = 0;
+        std::int64_t ticks = 0; ///< its duration
+    };
+    Packet firstPacket_;
+    std::int64_t landedAt_ = -1; ///< offset of the first packet since the last seek
     std::int64_t firstStamp_ = 0;
     int firstBlockFrames_ = 0;
     std::optional<std::int64_t> expected_; ///< the place after the last block

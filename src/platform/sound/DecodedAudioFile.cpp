@@ -98,7 +98,7 @@ std::int64_t DecodedAudioFile::readFrames(std::int64_t first, std::int64_t count
 
 std::int64_t DecodedAudioFile::findLength() {
     const std::optional<std::int64_t> stated = track_.statedLength();
-    const std::int64_t assumed = stated ? *stated : track_.scanToEnd();
+    const std::int64_t assumed = track_.findEnd();
     const auto margin = static_cast<std::int64_t>(endProbeSeconds * sampleRate());
     const Ending ending = decodeToEnd(std::max<std::int64_t>(0, assumed - margin));
     std::int64_t length = ending.end;

@@ -168,7 +168,8 @@ void AudioFileTest::readsAnyRangeAsALinearDecode() {
     } else {
         QCOMPARE(linear.size(), reference.size());
     }
-    QVERIFY(std::equal(linear.begin(), linear.end(), reference.begin()));
+    const double limit = format.exact ? silent : -50.0;
+    QVERIFY(differenceInDecibels(linear, reference.data()) <= limit);
 
     std::mt19937 random(7);
     for (int i = 0; i < 30; ++i) {
@@ -179,7 +180,7 @@ void AudioFileTest::readsAnyRangeAsALinearDecode() {
         QCOMPARE(static_cast<std::int64_t>(file->read(first, range)), count);
         const double difference = differenceInDecibels(range, linear.data() + first * 2);
         QVERIFY2(
-            difference <= (format.exact ? silent : -50.0),
+            difference <= limit,
             qPrintable(
                 QStringLiteral("%1 frames at %2: %3 dB").arg(count).arg(first).arg(difference)));
     }
@@ -308,15 +309,15 @@ void AudioFileTest::playsCutFilesAsFarAsTheyDecode() {
     bytes.truncate(bytes.size() * percent / 100);
     const auto file = AudioFile::open(media_.write("cut-" + std::string(format.file), bytes));
 
-    const auto cut = readAll(*file);
+    std::vector<float> cut = readAll(*file);
     QCOMPARE(static_cast<std::int64_t>(cut.size() / 2), file->length());
     QVERIFY2(cut.size() < full.size(), "all of it, of a part");
     const double share = static_cast<double>(cut.size()) / static_cast<double>(full.size());
     QVERIFY2(share > percent / 100.0 - 0.2, qPrintable(QString::number(share)));
     // All but what the last, broken block made of it.
-    const std::size_t sound = cut.size() > 20000 ? cut.size() - 20000 : 0;
-    QVERIFY(
-        std::equal(cut.begin(), cut.begin() + static_cast<std::ptrdiff_t>(sound), full.begin()));
+    cut.resize(cut.size() > 20000 ? cut.size() - 20000 : 0);
+    QVERIFY(cut.empty() ||
+            differenceInDecibels(cut, full.data()) <= (format.exact ? silent : -50.0));
 }
 
 void AudioFileTest::playsDamagedFilesAlikeFromAnywhere_data() {
