@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <new>
 #include <string_view>
+
+extern "C" {
+#include <libavutil/mathematics.h>
+}
 
 #include "platform/sound/Mp3Frames.h"
 
@@ -16,198 +18,111 @@ using Reason = AudioFileError::Reason;
 /// Rates beyond these come out of damaged headers only.
 constexpr int maximumSampleRate = 6'144'000;
 
-/// Packets in a row that cannot be read before the file is given up.
-constexpr int maximumReadErrors = 64;
-
 /// What a decoder must be fed before its output no longer depends on where it started.
 constexpr double preRollSeconds = 0.2;
 constexpr double opusPreRollSeconds = 1.0;
 
-/// How much of a file is read to find out what it holds.
-constexpr std::int64_t probeBytes = 2'000'000;
-
-/// A file may name others (play lists do); none of them is opened.
-int refuseOtherFiles(AVFormatContext*, AVIOContext** context, const char*, int, AVDictionary**) {
-    *context = nullptr;
-    return AVERROR(EPERM);
-}
+/// Places beyond this (thousands of years) come out of damaged stamps only.
+constexpr std::int64_t furthestPlace = std::int64_t{1} << 50;
 
 } // namespace
 
-AudioTrack::AudioTrack(const RegularFile& file)
-    : file_(file), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
-    if (packet_ == nullptr || frame_ == nullptr) {
-        throw std::bad_alloc();
-    }
-    openContainer();
-    openDecoder();
-    decodeFirstBlock();
+AudioTrack::AudioTrack(const RegularFile& file) : file_(file), decoder_(file) {
+    takeFirstBlock();
 }
 
-AudioTrack::~AudioTrack() = default;
-
-void AudioTrack::openContainer() {
-    decoder_.reset();
-    container_.reset();
-    reader_.emplace(file_);
-    AVFormatContext* context = avformat_alloc_context();
-    if (context == nullptr) {
-        throw std::bad_alloc();
-    }
-    context->pb = reader_->context();
-    context->io_open = refuseOtherFiles;
-    context->probesize = probeBytes;
-    // The name helps to tell formats apart that look alike; only its ending is looked at.
-    const std::string name = file_.path().filename().string();
-    if (avformat_open_input(&context, name.c_str(), nullptr, nullptr) < 0) {
-        throw cannotOpen(file_.path(), Reason::unreadable, "its format is not known");
-    }
-    container_.reset(context);
-    if (avformat_find_stream_info(context, nullptr) < 0) {
-        throw cannotOpen(file_.path(), Reason::unreadable, "its format is not known");
-    }
-    stream_ = nullptr;
-    for (unsigned i = 0; i < context->nb_streams; ++i) {
-        AVStream* const stream = context->streams[i];
-        if (stream_ == nullptr && stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-            stream_ = stream;
-        } else {
-            stream->discard = AVDISCARD_ALL;
-        }
-    }
-    if (stream_ == nullptr) {
-        throw cannotOpen(file_.path(), Reason::noAudio, "no audio stream was found");
-    }
-}
-
-void AudioTrack::openDecoder() {
-    const AVCodec* const codec = avcodec_find_decoder(stream_->codecpar->codec_id);
-    if (codec == nullptr) {
-        throw cannotOpen(file_.path(), Reason::unreadable, "there is no decoder for its sound");
-    }
-    decoder_.reset(avcodec_alloc_context3(codec));
-    if (decoder_ == nullptr) {
-        throw std::bad_alloc();
-    }
-    decoder_->thread_count = 1;
-    if (avcodec_parameters_to_context(decoder_.get(), stream_->codecpar) >= 0) {
-        // Without it the decoder does not move the stamp of a block whose start it cuts off.
-        decoder_->pkt_timebase = stream_->time_base;
-        if (avcodec_open2(decoder_.get(), codec, nullptr) >= 0) {
-            return;
-        }
-    }
-    throw cannotOpen(file_.path(), Reason::unreadable, "its sound cannot be decoded");
-}
-
-void AudioTrack::decodeFirstBlock() {
-    draining_ = false;
-    deviation_ = 0;
-    expected_ = 0;
-    place_ = 0;
-    if (!decodeBlock()) {
+void AudioTrack::takeFirstBlock() {
+    if (!decoder_.next()) {
         throw cannotOpen(file_.path(), Reason::unreadable, "it holds no sound that can be decoded");
     }
-    if (frame_->sample_rate < 1 || frame_->sample_rate > maximumSampleRate) {
+    if (block().sample_rate < 1 || block().sample_rate > maximumSampleRate) {
         throw cannotOpen(file_.path(), Reason::unreadable, "its sample rate makes no sense");
     }
-    sampleRate_ = frame_->sample_rate;
-    channels_ = frame_->ch_layout.nb_channels;
-    firstStamp_ = frame_->pts == AV_NOPTS_VALUE ? 0 : frame_->pts;
-    firstBlockFrames_ = frame_->nb_samples;
+    sampleRate_ = block().sample_rate;
+    channels_ = block().ch_layout.nb_channels;
+    firstStamp_ = block().pts == AV_NOPTS_VALUE ? 0 : block().pts;
+    firstBlockFrames_ = block().nb_samples;
+    standAtStart();
+}
+
+void AudioTrack::standAtStart() {
+    place_ = 0;
     expected_ = firstBlockFrames_;
+    deviation_ = 0;
     fresh_ = true;
 }
 
 std::optional<std::int64_t> AudioTrack::statedLength() const {
-    if (container_->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
+    const AVFormatContext& container = decoder_.container();
+    const AVStream& stream = decoder_.stream();
+    std::int64_t length = 0;
+    if (container.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
         return std::nullopt;
     }
-    if (stream_->duration != AV_NOPTS_VALUE && stream_->duration > 0) {
-        return av_rescale_q(stream_->duration, stream_->time_base, {1, sampleRate_});
+    if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) {
+        length = framesOf(stream.duration);
+    } else if (container.duration != AV_NOPTS_VALUE && container.duration > 0) {
+        length = av_rescale_q(container.duration, AV_TIME_BASE_Q, {1, sampleRate_});
     }
-    if (container_->duration != AV_NOPTS_VALUE && container_->duration > 0) {
-        return av_rescale_q(container_->duration, AV_TIME_BASE_Q, {1, sampleRate_});
-    }
-    return std::nullopt;
+    return length > 0 && length < furthestPlace ? std::optional(length) : std::nullopt;
 }
 
 std::int64_t AudioTrack::findEnd() {
-    if (std::string_view(container_->iformat->name) != "mp3" || firstPacket_.offset < 0 ||
-        firstPacket_.stamp == AV_NOPTS_VALUE) {
+    const AudioDecoder::Packet& first = decoder_.firstPacket();
+    if (std::string_view(decoder_.container().iformat->name) != "mp3" || first.offset < 0 ||
+        first.stamp == AV_NOPTS_VALUE) {
         const std::optional<std::int64_t> stated = statedLength();
-        return stated ? *stated : scanToEnd();
+        return stated ? *stated : scannedLength();
     }
     // FFmpeg finds a place in an MP3 by reading every packet before it, unless it is told some.
     constexpr int step = 16;
     const Mp3Walk walk = walkMp3Frames(
-        file_, firstPacket_.offset, step,
-        [this](std::int64_t frame, std::int64_t offset, int bytes) {
-            av_add_index_entry(stream_, offset, firstPacket_.stamp + frame * firstPacket_.ticks,
-                               bytes, 0, AVINDEX_KEYFRAME);
+        file_, first.offset, step, [&](std::int64_t frame, std::int64_t offset, int bytes) {
+            decoder_.addSeekPoint(first.stamp + frame * first.ticks, offset, bytes);
         });
-    return walk.reachedTheEnd ? walk.frames * walk.samplesPerFrame : scanToEnd();
+    return walk.reachedTheEnd ? walk.frames * walk.samplesPerFrame : scannedLength();
+}
+
+std::int64_t AudioTrack::scannedLength() {
+    return std::clamp<std::int64_t>(framesOf(av_sat_sub64(decoder_.scanToEnd(), firstStamp_)), 0,
+                                    furthestPlace);
 }
 
 bool AudioTrack::padsBeyondStatedLength() const {
-    return std::string_view(container_->iformat->name).starts_with("mov");
+    return std::string_view(decoder_.container().iformat->name).starts_with("mov");
 }
 
 bool AudioTrack::isVorbis() const {
-    return stream_->codecpar->codec_id == AV_CODEC_ID_VORBIS;
+    return decoder_.stream().codecpar->codec_id == AV_CODEC_ID_VORBIS;
 }
 
 bool AudioTrack::rewind() {
+    // Saves opening the container again, which can take long and forgets where packets were found.
+    if (decoder_.seekToStart() && block().pts == firstStamp_ &&
+        block().nb_samples == firstBlockFrames_) {
+        standAtStart();
+        return true;
+    }
     try {
-        if (!seekToFirstBlock()) {
-            openContainer();
-            openDecoder();
-            decodeFirstBlock();
-        }
+        decoder_.open();
+        takeFirstBlock();
         return true;
     } catch (const std::exception&) {
         return false;
     }
 }
 
-void AudioTrack::restartDecoder() {
-    avcodec_flush_buffers(decoder_.get());
-    landedAt_ = -1;
-    draining_ = false;
-    fresh_ = false;
-    expected_.reset();
-    deviation_ = 0;
-}
-
-/// Saves opening the container again, which can take long and forgets where packets were found.
-bool AudioTrack::seekToFirstBlock() {
-    if (firstPacket_.offset < 0 || firstPacket_.stamp == AV_NOPTS_VALUE ||
-        av_seek_frame(container_.get(), stream_->index, firstPacket_.stamp, AVSEEK_FLAG_BACKWARD) <
-            0) {
-        return false;
-    }
-    restartDecoder();
-    // The packet counts as well as the block: one further on, the decoder would miss its overlap.
-    if (!decodeBlock() || landedAt_ != firstPacket_.offset || frame_->pts != firstStamp_ ||
-        frame_->nb_samples != firstBlockFrames_) {
-        return false;
-    }
-    place_ = 0;
-    expected_ = firstBlockFrames_;
-    fresh_ = true;
-    return true;
-}
-
 bool AudioTrack::seek(std::int64_t target) {
-    const bool opus = stream_->codecpar->codec_id == AV_CODEC_ID_OPUS;
+    const bool opus = decoder_.stream().codecpar->codec_id == AV_CODEC_ID_OPUS;
     double preRoll = (opus ? opusPreRollSeconds : preRollSeconds) * sampleRate_;
     for (int attempt = 0; attempt < 4 && static_cast<double>(target) > preRoll; ++attempt) {
         const auto from = target - static_cast<std::int64_t>(preRoll);
-        if (av_seek_frame(container_.get(), stream_->index, firstStamp_ + ticksOf(from),
-                          AVSEEK_FLAG_BACKWARD) < 0) {
+        if (!decoder_.seek(av_sat_add64(firstStamp_, ticksOf(from)))) {
             return false;
         }
-        restartDecoder();
+        fresh_ = false;
+        expected_.reset();
+        deviation_ = 0;
         if (!next() || !settle()) {
             return false;
         }
@@ -229,14 +144,14 @@ bool AudioTrack::settle() {
     constexpr int enoughBlocks = 256;
     std::optional<std::int64_t> stamped;
     for (int i = 0; i < enoughBlocks && (!stamped || stamped != expected_); ++i) {
-        expected_ = place_ + frame_->nb_samples;
-        if (!decodeBlock()) {
+        expected_ = place_ + block().nb_samples;
+        if (!decoder_.next()) {
             return false;
         }
         stamped = stampedPlace();
         place_ = stamped.value_or(*expected_);
     }
-    expected_ = place_ + frame_->nb_samples;
+    expected_ = place_ + block().nb_samples;
     return true;
 }
 
@@ -245,7 +160,7 @@ bool AudioTrack::next() {
         fresh_ = false;
         return true;
     }
-    while (decodeBlock()) {
+    while (decoder_.next()) {
         placeBlock();
         if (expected_) {
             return true;
@@ -254,54 +169,17 @@ bool AudioTrack::next() {
     return false;
 }
 
-bool AudioTrack::decodeBlock() {
-    for (;;) {
-        const int result = avcodec_receive_frame(decoder_.get(), frame_.get());
-        if (result >= 0 && frame_->nb_samples > 0) {
-            return true;
-        }
-        if (result == AVERROR_EOF || (result == AVERROR(EAGAIN) && !sendPacket())) {
-            return false;
-        }
-    }
-}
-
-bool AudioTrack::sendPacket() {
-    int errors = 0;
-    while (!draining_) {
-        const int result = av_read_frame(container_.get(), packet_.get());
-        if (result == AVERROR_EOF || (result < 0 && ++errors > maximumReadErrors)) {
-            draining_ = true;
-            return avcodec_send_packet(decoder_.get(), nullptr) >= 0;
-        }
-        if (result < 0) {
-            continue;
-        }
-        const bool ours = packet_->stream_index == stream_->index;
-        if (ours && landedAt_ < 0) {
-            landedAt_ = packet_->pos;
-        }
-        if (ours && firstPacket_.offset < 0) {
-            firstPacket_ = {packet_->pos, packet_->pts, packet_->duration};
-        }
-        const int sent = ours ? avcodec_send_packet(decoder_.get(), packet_.get()) : -1;
-        av_packet_unref(packet_.get());
-        if (sent >= 0) {
-            return true;
-        }
-        // A packet that is no sound is left out; its stamp leaves a hole, which reads as silence.
-    }
-    return false;
-}
-
 std::optional<std::int64_t> AudioTrack::stampedPlace() const {
-    if (frame_->pts == AV_NOPTS_VALUE) {
+    if (block().pts == AV_NOPTS_VALUE) {
         return std::nullopt;
     }
-    const std::int64_t place = framesOf(frame_->pts - firstStamp_);
-    const AVRational tick = stream_->time_base;
+    const std::int64_t place = framesOf(av_sat_sub64(block().pts, firstStamp_));
+    if (place < -furthestPlace || place > furthestPlace) {
+        return std::nullopt;
+    }
+    const AVRational tick = decoder_.stream().time_base;
     const bool coarse = static_cast<std::int64_t>(tick.num) * sampleRate_ > tick.den;
-    const int blockFrames = stream_->codecpar->frame_size;
+    const int blockFrames = decoder_.stream().codecpar->frame_size;
     if (!coarse || blockFrames <= 1) {
         return place;
     }
@@ -319,7 +197,7 @@ void AudioTrack::placeBlock() {
         expected_ = stamped;
     }
     place_ = *expected_;
-    expected_ = place_ + frame_->nb_samples;
+    expected_ = place_ + block().nb_samples;
 }
 
 /// Stamps decide where a seek came out and where blocks are missing; in between, frames are
@@ -329,37 +207,15 @@ bool AudioTrack::isHole(std::int64_t deviation) {
     deviation_ = deviation;
     // A single stamp may be far off in Vorbis, but not two in a row by as much.
     return isVorbis() ? deviation > 0 && repeated
-                      : deviation >= std::max(1, frame_->nb_samples / 2);
-}
-
-std::int64_t AudioTrack::scanToEnd() {
-    std::int64_t end = 0;
-    std::int64_t counted = 0;
-    int errors = 0;
-    for (;;) {
-        const int result = av_read_frame(container_.get(), packet_.get());
-        if (result == AVERROR_EOF || (result < 0 && ++errors > maximumReadErrors)) {
-            return std::max(framesOf(end), framesOf(counted));
-        }
-        if (result < 0) {
-            continue;
-        }
-        if (packet_->stream_index == stream_->index) {
-            counted += packet_->duration;
-            if (packet_->pts != AV_NOPTS_VALUE) {
-                end = packet_->pts + packet_->duration - firstStamp_;
-            }
-        }
-        av_packet_unref(packet_.get());
-    }
+                      : deviation >= std::max(1, block().nb_samples / 2);
 }
 
 std::int64_t AudioTrack::framesOf(std::int64_t ticks) const {
-    return av_rescale_q(ticks, stream_->time_base, {1, sampleRate_});
+    return av_rescale_q(ticks, decoder_.stream().time_base, {1, sampleRate_});
 }
 
 std::int64_t AudioTrack::ticksOf(std::int64_t frames) const {
-    return av_rescale_q_rnd(frames, {1, sampleRate_}, stream_->time_base, AV_ROUND_DOWN);
+    return av_rescale_q_rnd(frames, {1, sampleRate_}, decoder_.stream().time_base, AV_ROUND_DOWN);
 }
 
 } // namespace ambrel

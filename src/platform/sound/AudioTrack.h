@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/sound/Libav.h"
+#include "platform/sound/AudioDecoder.h"
 #include "platform/sound/RegularFile.h"
 
 namespace ambrel {
@@ -16,10 +16,6 @@ class AudioTrack {
   public:
     /// Opens the track and decodes its first block. Throws AudioFileError.
     explicit AudioTrack(const RegularFile& file);
-    ~AudioTrack();
-
-    AudioTrack(const AudioTrack&) = delete;
-    AudioTrack& operator=(const AudioTrack&) = delete;
 
     int sampleRate() const noexcept { return sampleRate_; }
     int channels() const noexcept { return channels_; }
@@ -38,13 +34,10 @@ class AudioTrack {
     /// next blocks begin well before it. False where nothing can be decoded there.
     bool seek(std::int64_t target);
 
-    /// Goes back to the start.
-    bool rewind();
-
     /// Decodes the next block. False at the end, or where decoding stops for good.
     bool next();
 
-    const AVFrame& block() const noexcept { return *frame_; }
+    const AVFrame& block() const noexcept { return decoder_.block(); }
 
     /// Where the block begins, in frames.
     std::int64_t place() const noexcept { return place_; }
@@ -53,45 +46,28 @@ class AudioTrack {
     void setBlockFrames(std::int64_t frames) noexcept { expected_ = place_ + frames; }
 
   private:
-    void openContainer();
-    void openDecoder();
-    void decodeFirstBlock();
-    void restartDecoder();
-    bool seekToFirstBlock();
-    std::int64_t scanToEnd();
+    void takeFirstBlock();
+    void standAtStart();
+    bool rewind();
     bool settle();
-    bool decodeBlock();
-    bool sendPacket();
-    std::optional<std::int64_t> stampedPlace() const;
     void placeBlock();
     bool isHole(std::int64_t deviation);
     bool isVorbis() const;
+    std::optional<std::int64_t> stampedPlace() const;
+    std::int64_t scannedLength();
     std::int64_t framesOf(std::int64_t ticks) const;
     std::int64_t ticksOf(std::int64_t frames) const;
 
     const RegularFile& file_;
-    std::optional<RegularFileReader> reader_;
-    libav::Owned<AVFormatContext> container_;
-    libav::Owned<AVCodecContext> decoder_;
-    libav::Owned<AVPacket> packet_;
-    libav::Owned<AVFrame> frame_;
-    AVStream* stream_ = nullptr;
+    AudioDecoder decoder_;
     int sampleRate_ = 0;
     int channels_ = 0;
-    struct Packet {
-        std::int64_t offset = -1; ///< in bytes; below 0 where it is not known
-        std::int64_t stamp = 0;
-        std::int64_t ticks = 0; ///< its duration
-    };
-    Packet firstPacket_;
-    std::int64_t landedAt_ = -1; ///< offset of the first packet since the last seek
     std::int64_t firstStamp_ = 0;
     int firstBlockFrames_ = 0;
     std::optional<std::int64_t> expected_; ///< the place after the last block
     std::int64_t deviation_ = 0;           ///< of the last block's stamp from its place
     std::int64_t place_ = 0;
-    bool draining_ = false;
-    bool fresh_ = false; ///< the first block has been decoded and not yet delivered
+    bool fresh_ = false; ///< the block has been decoded and not yet delivered by next()
 };
 
 } // namespace ambrel
