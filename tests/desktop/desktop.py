@@ -126,7 +126,7 @@ class Desktop:
         socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
         self._daemon(
             "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
-            "--exit-idle-time=-1", "--realtime=no", "--high-priority=no",
+            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
             "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
             "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
                   f"rate={self.RATE} channels=2")
