@@ -78,6 +78,15 @@ class Recording:
         loud = np.flatnonzero(np.abs(mono) > SILENCE)
         return mono[loud[0]:loud[-1] + 1] if len(loud) else mono[:0]
 
+    def stretches(self, gap_s=0.1):
+        """What was heard, cut where nothing was for so long."""
+        heard = self.heard()
+        loud = np.flatnonzero(np.abs(heard) > SILENCE)
+        gaps = np.flatnonzero(np.diff(loud) > gap_s * Desktop.RATE)
+        starts = np.concatenate([loud[:1], loud[gaps + 1]])
+        ends = np.concatenate([loud[gaps], loud[-1:]])
+        return [heard[start:end + 1] for start, end in zip(starts, ends)]
+
 
 def level_db(samples, frequency_hz, rate=Desktop.RATE):
     """Level of one frequency in a recording, dB of full scale."""

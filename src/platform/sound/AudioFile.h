@@ -42,7 +42,7 @@ class AudioFile {
     enum class Layout {
         stereo, ///< two samples, left and right: mono on both; more channels mixed down, all of
                 ///< them weighted so that full scale in every channel stays within full scale
-        mono ///< one sample: the mean of all channels of the track
+        mono    ///< one sample: the mean of all channels of the track
     };
 
     /// Opens the first audio track of a regular file. `path` is absolute.
