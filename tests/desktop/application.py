@@ -66,7 +66,11 @@ class Application:
         return next((control for control in self._controls() if _matches(control, wanted)), None)
 
     def wait_for(self, seconds=10, **wanted):
-        return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
+        try:
+            return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
+        except AssertionError as failure:
+            failure.add_note(f"There were: {self.texts()}")
+            raise
 
     def wait_until_gone(self, **wanted):
         wait_until(lambda: not self.find(**wanted), f"no control with {wanted}")

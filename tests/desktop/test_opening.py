@@ -1,5 +1,6 @@
 """Files that open, files that do not, and what the window says about them."""
 
+import os
 import unittest
 
 from desktop import wait_until
@@ -32,7 +33,6 @@ class OpeningTest(Scenario):
         self.assert_refused(self.folder / "gone.flac", "could not be opened")
 
     def test_fifo_is_refused_and_does_not_hang(self):
-        import os
         path = self.folder / "pipe.wav"
         os.mkfifo(path)
         self.assert_refused(path, "could not be opened")
