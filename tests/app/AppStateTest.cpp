@@ -1,4 +1,4 @@
-#include <QtTest>
+#include <QTest>
 
 #include "app/AppState.h"
 #include "platform/desktop/MainQueue.h"

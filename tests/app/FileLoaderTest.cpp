@@ -2,7 +2,7 @@
 #include <future>
 #include <optional>
 
-#include <QtTest>
+#include <QTest>
 
 #include "app/FileLoader.h"
 #include "support/ScriptedPlayer.h"

@@ -1,6 +1,6 @@
 #include <optional>
 
-#include <QtTest>
+#include <QTest>
 
 #include "app/Transport.h"
 #include "support/ScriptedPlayer.h"

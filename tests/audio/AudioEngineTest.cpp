@@ -2,7 +2,7 @@
 #include <limits>
 #include <thread>
 
-#include <QtTest>
+#include <QTest>
 
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"

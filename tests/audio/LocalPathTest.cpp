@@ -1,4 +1,4 @@
-#include <QtTest>
+#include <QTest>
 
 #include "audio/LocalPath.h"
 #include "platform/sound/AudioFile.h"

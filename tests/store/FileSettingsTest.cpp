@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include <QtTest>
+#include <QTest>
 
 using namespace ambrel;
 

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include <QtTest>
+#include <QTest>
 
 #include "platform/store/Preferences.h"
 

@@ -1,6 +1,10 @@
+#include <QApplication>
 #include <QCoroTask>
-#include <QtTest>
-#include <QtWidgets>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QVBoxLayout>
 
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"

@@ -1,7 +1,7 @@
 #include <atomic>
 #include <cmath>
 
-#include <QtTest>
+#include <QTest>
 
 #include "platform/sound/AudioFile.h"
 #include "support/MediaMaker.h"

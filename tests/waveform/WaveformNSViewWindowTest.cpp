@@ -1,8 +1,13 @@
 #include <cmath>
 #include <limits>
 
-#include <QtTest>
-#include <QtWidgets>
+#include <QAccessible>
+#include <QApplication>
+#include <QNativeGestureEvent>
+#include <QPainter>
+#include <QPointingDevice>
+#include <QTest>
+#include <QWheelEvent>
 
 #include "waveform/WaveformNSView.h"
 

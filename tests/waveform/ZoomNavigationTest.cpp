@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include <QtTest>
+#include <QTest>
 
 #include "app/AppState.h"
 #include "platform/desktop/MainQueue.h"

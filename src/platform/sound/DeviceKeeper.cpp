@@ -16,7 +16,7 @@ constexpr auto retryInterval = 1s;
 constexpr auto idleTime = 3s;
 
 /// Between two looks at the device's position. HeardClock bridges them.
-constexpr auto watchInterval = 20ms;
+constexpr auto positionCheckInterval = 20ms;
 
 /// A stream that has asked for nothing for so long is given up, though nothing was reported.
 constexpr auto longestStall = 2s;
@@ -69,7 +69,7 @@ SoundClock::time_point DeviceKeeper::watch(SoundClock::time_point now) {
         link_->gate.prepare(sampleRateHz_, feed_->largestRequest());
     }
     tellHeard();
-    return now + watchInterval;
+    return now + positionCheckInterval;
 }
 
 void DeviceKeeper::open() {

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include <QCoroTask>
-#include <QtTest>
+#include <QTest>
 
 #include "platform/desktop/MainQueue.h"
 

@@ -1,7 +1,7 @@
 #include "platform/desktop/KeyCode.h"
 
 #include <QKeyEvent>
-#include <QtTest>
+#include <QTest>
 
 using namespace ambrel;
 

@@ -2,7 +2,7 @@
 
 #include <thread>
 
-#include <QtTest>
+#include <QTest>
 
 #include "platform/desktop/RepeatingTimer.h"
 

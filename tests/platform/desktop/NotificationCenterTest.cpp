@@ -1,6 +1,6 @@
 #include "platform/desktop/NotificationCenter.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace ambrel;
 

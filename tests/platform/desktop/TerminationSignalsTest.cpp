@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include <QtTest>
+#include <QTest>
 
 using namespace ambrel;
 

@@ -7,7 +7,7 @@
 
 #include <QtEndian>
 
-#include <QtTest>
+#include <QTest>
 
 #include "platform/sound/AudioFile.h"
 #include "support/MediaMaker.h"

@@ -5,7 +5,8 @@
 #include <limits>
 #include <thread>
 
-#include <QtTest>
+#include <QProcess>
+#include <QTest>
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <csignal>
 #include <sys/resource.h>
