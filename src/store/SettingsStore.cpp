@@ -1,6 +1,7 @@
 #include "store/SettingsStore.h"
 
 #include "platform/store/Preferences.h"
+#include "store/StoredPath.h"
 
 namespace ambrel {
 namespace {
@@ -8,7 +9,7 @@ namespace {
 const QString kPrefix = QStringLiteral("settings.");
 
 QString keyFor(const QUrl& file) {
-    return kPrefix + file.path(QUrl::FullyDecoded);
+    return kPrefix + storedPath(file);
 }
 
 } // namespace

@@ -1,23 +1,24 @@
 #pragma once
 
-#include <memory>
-
 #include <QTemporaryDir>
 
 #include "platform/store/Preferences.h"
+#include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 
 namespace ambrel::test {
 
-/// An empty settings store in a folder of its own, for as long as it lives.
+/// Empty stores in a folder of their own, for as long as it lives.
 class TemporarySettings {
   public:
     SettingsStore& store() { return store_; }
+    RecentFilesStore& recentFiles() { return recentFiles_; }
 
   private:
     QTemporaryDir folder_;
     Preferences preferences_{folder_.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
     SettingsStore store_{preferences_};
+    RecentFilesStore recentFiles_{preferences_};
 };
 
 } // namespace ambrel::test

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+namespace ambrel {
+
+/// The path under which every store keeps what belongs to a file: decoded, as the URL gives it,
+/// without scheme, host or query.
+inline QString storedPath(const QUrl& file) {
+    return file.path(QUrl::FullyDecoded);
+}
+
+} // namespace ambrel
