@@ -61,9 +61,10 @@ elseif(AMBREL_SANITIZE STREQUAL "thread")
         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/tsan.supp:halt_on_error=1:second_deadlock_stack=1")
 endif()
 
-# A static library of all sources of the given folders (below src/).
+# A static library of the sources of the given folders (below src/): all but EXCLUDE, or those that
+# match an expression of ONLY.
 function(ambrel_library name)
-    cmake_parse_arguments(LIB "" "" "FOLDERS;EXCLUDE;LINK" ${ARGN})
+    cmake_parse_arguments(LIB "" "" "FOLDERS;EXCLUDE;ONLY;LINK" ${ARGN})
     set(sources)
     foreach(folder IN LISTS LIB_FOLDERS)
         file(GLOB found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp
@@ -73,6 +74,10 @@ function(ambrel_library name)
     foreach(pattern IN LISTS LIB_EXCLUDE)
         list(FILTER sources EXCLUDE REGEX "${pattern}")
     endforeach()
+    if(LIB_ONLY)
+        list(JOIN LIB_ONLY "|" wanted)
+        list(FILTER sources INCLUDE REGEX "${wanted}")
+    endif()
     add_library(${name} STATIC ${sources})
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PUBLIC ambrel_options ${LIB_LINK})

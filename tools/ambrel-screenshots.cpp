@@ -21,6 +21,7 @@
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"
+#include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
 #include "ui/KeyResponderNSView.h"
@@ -50,7 +51,11 @@ class Gallery {
     Gallery(QDir folder, const QString& recording)
         : folder_(std::move(folder)), recording_(QUrl::fromLocalFile(recording)),
           peaks_(WaveformGenerator::extract(
-              recording_, [](double, const std::string&) {}, ending_)) {}
+              recording_, [](double, const std::string&) {}, ending_)) {
+        for (int number = 10; number > 0; --number)
+            recentFiles_.push(QUrl::fromLocalFile(
+                QStringLiteral("/music/Take %1, slow blues in A.flac").arg(number)));
+    }
 
     void take(const Look& look) {
         QApplication::setPalette(look.palette);
@@ -61,9 +66,9 @@ class Gallery {
         QMainWindow window;
         new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
         window.setCentralWidget(
-            new ContentView({state_, AudioEngine::shared(), settings_, MainQueue::shared(),
-                             NotificationCenter::shared()}));
-        commands::addMenus(*window.menuBar(), NotificationCenter::shared());
+            new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_,
+                             MainQueue::shared(), NotificationCenter::shared()}));
+        commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared());
         window.resize(look.size);
         window.show();
         state_->setLoadingState(LoadingState::idle());
@@ -102,6 +107,7 @@ class Gallery {
     QTemporaryDir home_;
     Preferences preferences_{home_.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
     SettingsStore settings_{preferences_};
+    RecentFilesStore recentFiles_{preferences_};
     std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
 };
 

@@ -5,10 +5,12 @@
 #include <QScreen>
 
 #include "app/AppCommands.h"
+#include "app/RecentFilesMenu.h"
 #include "audio/AudioEngine.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
 #include "ui/KeyResponderNSView.h"
@@ -29,13 +31,14 @@ QSize firstSize(const QScreen* screen) {
 
 AmbrelApp::AmbrelApp()
     : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
-      engine_(AudioEngine::shared()) {
+      engine_(AudioEngine::shared()), keyHandler_(engine_) {
     appDelegate_.applicationWillFinishLaunching();
     makeMainWindow();
 }
 
 /// The window goes first: its views and the loader use all the rest.
 AmbrelApp::~AmbrelApp() {
+    keyHandler_.stop();
     mainWindow_.reset();
 }
 
@@ -46,10 +49,13 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    content_ = new ContentView({appState_, engine_, SettingsStore::shared(), MainQueue::shared(),
-                                NotificationCenter::shared()});
+    content_ =
+        new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
+                         MainQueue::shared(), NotificationCenter::shared()});
     mainWindow_->setCentralWidget(content_);
-    commands::addMenus(*mainWindow_->menuBar(), NotificationCenter::shared());
+    const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
+                                                NotificationCenter::shared());
+    QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
 }
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
@@ -58,6 +64,7 @@ int AmbrelApp::run(const std::optional<QUrl>& file) {
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
     mainWindow_->show();
     appDelegate_.setAppState(appState_);
+    keyHandler_.start(appState_);
     if (file)
         content_->loadFile(*file, false);
     return QApplication::exec();

@@ -8,6 +8,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/AppState.h"
+#include "ui/KeyHandler.h"
 
 namespace ambrel {
 
@@ -31,6 +32,7 @@ class AmbrelApp {
     AppDelegate appDelegate_;
     std::shared_ptr<AppState> appState_;
     std::shared_ptr<AudioEngine> engine_;
+    KeyHandler keyHandler_;
     std::unique_ptr<QMainWindow> mainWindow_;
     ContentView* content_ = nullptr;
 };

@@ -5,32 +5,65 @@
 #include <QMenuBar>
 
 #include "app/Notifications.h"
+#include "app/RecentFilesMenu.h"
 #include "platform/desktop/NotificationCenter.h"
 
 namespace ambrel::commands {
 namespace {
 
-void addCommand(QMenu& menu, const QString& title, const QKeySequence& shortcut,
-                const QString& notification, NotificationCenter& notifications) {
-    QAction* action = menu.addAction(title);
-    action->setShortcut(shortcut);
+struct Command {
+    QString title;
+    QKeySequence shortcut;
+    QString notification;
+};
+
+void addCommand(QMenu& menu, const Command& command, NotificationCenter& notifications) {
+    QAction* action = menu.addAction(command.title);
+    action->setShortcut(command.shortcut);
     QObject::connect(action, &QAction::triggered, action,
-                     [&notifications, notification] { notifications.post(notification); });
+                     [&notifications, name = command.notification] { notifications.post(name); });
 }
 
-} // namespace
-
-void addMenus(QMenuBar& menuBar, NotificationCenter& notifications) {
-    QMenu* file = menuBar.addMenu(QStringLiteral("&File"));
-    addCommand(*file, QStringLiteral("Open File..."), Qt::CTRL | Qt::Key_O, notifications::openFile,
-               notifications);
-    file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("Quit"));
+void addQuit(QMenu& menu) {
+    QAction* quit = menu.addAction(QStringLiteral("Quit"));
     quit->setShortcutContext(Qt::ApplicationShortcut); // also while an alert is open
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
     quit->setMenuRole(QAction::QuitRole);
     // Not QCoreApplication::quit(), which asks every window first: nothing may hold it up.
     QObject::connect(quit, &QAction::triggered, quit, [] { QCoreApplication::exit(0); });
+}
+
+} // namespace
+
+RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles,
+                          NotificationCenter& notifications) {
+    const auto addMenu = [&](const QString& title, std::initializer_list<Command> items) {
+        QMenu* menu = menuBar.addMenu(title);
+        for (const Command& item : items)
+            addCommand(*menu, item, notifications);
+        return menu;
+    };
+    QMenu* file =
+        addMenu(QStringLiteral("&File"),
+                {{QStringLiteral("Open File..."), Qt::CTRL | Qt::Key_O, notifications::openFile}});
+    auto* openRecent =
+        new RecentFilesMenu(QStringLiteral("Open Recent"), recentFiles, notifications, file);
+    file->addMenu(openRecent);
+    file->addSeparator();
+    addQuit(*file);
+
+    addMenu(QStringLiteral("&Playback"),
+            {{QStringLiteral("Stop and Reset"), Qt::CTRL | Qt::Key_R, notifications::stopReset},
+             {QStringLiteral("Toggle Loop"), Qt::CTRL | Qt::Key_L, notifications::toggleLoop}});
+    addMenu(QStringLiteral("&Speed"), {{QStringLiteral("Decrease Speed"), Qt::CTRL | Qt::Key_Left,
+                                        notifications::decreaseSpeed},
+                                       {QStringLiteral("Increase Speed"), Qt::CTRL | Qt::Key_Right,
+                                        notifications::increaseSpeed}});
+    addMenu(
+        QStringLiteral("P&itch"),
+        {{QStringLiteral("Pitch Up 1 Cent"), Qt::CTRL | Qt::Key_Up, notifications::pitchUp},
+         {QStringLiteral("Pitch Down 1 Cent"), Qt::CTRL | Qt::Key_Down, notifications::pitchDown}});
+    return openRecent;
 }
 
 } // namespace ambrel::commands

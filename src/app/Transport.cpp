@@ -59,6 +59,10 @@ void stopAndRewind(AppState& state, AudioEngine& engine) {
     state.setPlaybackPosition(state.regionStart());
 }
 
+void toggleLoop(AppState& state, AudioEngine&) {
+    state.setLoopEnabled(!state.loopEnabled());
+}
+
 void restartRegion(AppState& state, AudioEngine& engine) {
     engine.stop();
     engine.play(state.regionStart(), state.regionEnd());

@@ -16,6 +16,8 @@ void pause(AppState& state, AudioEngine& engine);
 void togglePlayPause(AppState& state, AudioEngine& engine);
 /// The play head goes back to the region's start.
 void stopAndRewind(AppState& state, AudioEngine& engine);
+/// The model alone: what plays reads the switch at the region's end.
+void toggleLoop(AppState& state, AudioEngine& engine);
 /// Plays the region as it now is; isPlaying stays as it is.
 void restartRegion(AppState& state, AudioEngine& engine);
 

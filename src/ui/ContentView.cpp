@@ -6,6 +6,7 @@
 #include "app/Notifications.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
+#include "store/RecentFilesStore.h"
 #include "ui/Divider.h"
 #include "ui/ErrorAlert.h"
 #include "ui/HeaderBar.h"
@@ -19,12 +20,13 @@ namespace ambrel {
 
 ContentView::ContentView(const Services& services, QWidget* parent)
     : QWidget(parent), state_(services.state), engine_(services.engine),
-      column_(new QVBoxLayout(this)),
+      recentFiles_(services.recentFiles), column_(new QVBoxLayout(this)),
       loader_(services.state, services.engine, services.settings, services.mainQueue,
               [this](const QString& message) { showError(message); }) {
+    refillRecentFiles();
     engine_->setAppState(state_);
 
-    auto* header = new HeaderBar(state_);
+    auto* header = new HeaderBar(state_, recentFiles_, services.notifications);
     column_->setContentsMargins(0, 0, 0, 0);
     column_->setSpacing(0);
     column_->addWidget(header);
@@ -32,6 +34,7 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     showScreen();
 
     connect(header, &HeaderBar::openFileRequested, this, &ContentView::openFile);
+    connect(header, &HeaderBar::recentFilesWanted, this, &ContentView::refillRecentFiles);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::loadingState)
             showScreen();
@@ -52,6 +55,12 @@ void ContentView::keyPressEvent(QKeyEvent* event) {
     holder->clearFocus();
 }
 
+void ContentView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        refillRecentFiles();
+}
+
 void ContentView::observeNotifications(NotificationCenter& notifications) {
     const auto observe = [this, &notifications](const QString& name, auto action) {
         observations_.push_back(
@@ -66,8 +75,8 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
         if (const QUrl url = object.toUrl(); url.isLocalFile())
             loadFile(url, true);
     });
-    observe(notifications::toggleLoop,
-            [this](const QVariant&) { state_->setLoopEnabled(!state_->loopEnabled()); });
+    observe(notifications::clearRecents, [this](const QVariant&) { clearRecents(); });
+    observeTransport(notifications::toggleLoop, transport::toggleLoop);
     observeTransport(notifications::stopReset, transport::stopAndRewind);
     observeTransport(notifications::decreaseSpeed, transport::decreaseSpeed);
     observeTransport(notifications::increaseSpeed, transport::increaseSpeed);
@@ -82,22 +91,36 @@ void ContentView::showScreen() {
             screen_->hide();
             screen_->deleteLater();
         }
-        loadingScreen_ = nullptr;
         shownKind_ = loading.kind;
-        if (loading.isLoading()) {
-            screen_ = loadingScreen_ = new LoadingScreen;
-        } else if (loading.isLoaded()) {
-            screen_ = new WorkingScreen(state_, engine_);
-        } else {
-            auto* welcome = new WelcomeScreen;
-            connect(welcome, &WelcomeScreen::openFileRequested, this, &ContentView::openFile);
-            screen_ = welcome;
-        }
+        screen_ = makeScreen(loading);
         column_->addWidget(screen_, 1);
         screen_->show(); // the layout would do so a turn later, with nothing shown in between
     }
     if (loadingScreen_)
         loadingScreen_->setMessage(loading.message);
+}
+
+QWidget* ContentView::makeScreen(const LoadingState& loading) {
+    loadingScreen_ = nullptr;
+    if (loading.isLoading())
+        return loadingScreen_ = new LoadingScreen;
+    if (loading.isLoaded())
+        return new WorkingScreen(state_, engine_);
+    auto* welcome = new WelcomeScreen(state_);
+    connect(welcome, &WelcomeScreen::openFileRequested, this, &ContentView::openFile);
+    connect(welcome, &WelcomeScreen::recentFileChosen, this,
+            [this](const QUrl& file) { loadFile(file, true); });
+    connect(welcome, &WelcomeScreen::clearRecentsRequested, this, &ContentView::clearRecents);
+    return welcome;
+}
+
+void ContentView::refillRecentFiles() {
+    state_->setRecentFiles(recentFiles_.all());
+}
+
+void ContentView::clearRecents() {
+    recentFiles_.clear();
+    state_->setRecentFiles({});
 }
 
 void ContentView::openFile() {

@@ -19,6 +19,7 @@ class ErrorAlert;
 class LoadingScreen;
 class MainQueue;
 class OpenPanel;
+class RecentFilesStore;
 class SettingsStore;
 
 /// The content of the main window: the header bar, and below it the screen that suits the loading
@@ -33,6 +34,7 @@ class ContentView : public QWidget {
         std::shared_ptr<AppState> state;
         std::shared_ptr<AudioEngine> engine;
         SettingsStore& settings;
+        RecentFilesStore& recentFiles;
         MainQueue& mainQueue;
         NotificationCenter& notifications;
     };
@@ -47,16 +49,24 @@ class ContentView : public QWidget {
     /// As FileLoader::loadFile.
     void loadFile(const QUrl& url, bool restoreSettings);
 
+    /// Shows the recent files as they are stored now: another copy of the program may have changed
+    /// them. Done by itself whenever the window becomes active.
+    void refillRecentFiles();
+
   protected:
     void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
   private:
     void observeNotifications(NotificationCenter& notifications);
     void showScreen();
+    QWidget* makeScreen(const LoadingState& loading);
+    void clearRecents();
     void showError(const QString& message);
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
+    RecentFilesStore& recentFiles_;
     QBoxLayout* column_;
     QPointer<QWidget> screen_;
     LoadingScreen* loadingScreen_ = nullptr; ///< the screen, while a file loads

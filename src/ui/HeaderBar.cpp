@@ -5,27 +5,26 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
+#include "app/PlainText.h"
+#include "app/RecentFilesMenu.h"
 #include "ui/PushButton.h"
 #include "ui/Spinner.h"
 #include "ui/TextLabel.h"
 
 namespace ambrel {
-namespace {
 
-/// Tooltips take what looks like markup for markup.
-QString plainToolTip(const QString& text) {
-    return Qt::mightBeRichText(text) ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
-                                     : text;
-}
-
-} // namespace
-
-HeaderBar::HeaderBar(std::shared_ptr<AppState> state, QWidget* parent)
+HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
+                     NotificationCenter& notifications, QWidget* parent)
     : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
-      openFile_(new PushButton(QStringLiteral("Open File..."))), spinner_(new Spinner(16)),
+      openFile_(new PushButton(QStringLiteral("Open File..."))),
+      recent_(new PushButton(QStringLiteral("Recent"))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
       fileName_(new TextLabel(Theme::TextStyle::headline)) {
+    auto* recentMenu =
+        new RecentFilesMenu(QStringLiteral("Recent"), recentFiles, notifications, recent_);
+    recent_->setMenu(recentMenu);
     row_->addWidget(openFile_);
+    row_->addWidget(recent_);
     row_->addStretch(1);
     row_->addWidget(spinner_);
     row_->addWidget(message_);
@@ -38,8 +37,10 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, QWidget* parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
     connect(openFile_, &PushButton::clicked, this, &HeaderBar::openFileRequested);
+    connect(recentMenu, &QMenu::aboutToShow, this, &HeaderBar::recentFilesWanted);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::loadingState || field == AppState::Field::audioFileURL)
+        if (field == AppState::Field::loadingState || field == AppState::Field::audioFileURL ||
+            field == AppState::Field::recentFiles)
             showState();
     });
     connect(&Theme::shared(), &Theme::changed, this, &HeaderBar::applyTheme);
@@ -64,6 +65,8 @@ void HeaderBar::showState() {
 
     openFile_->setVisible(!loading.isIdle());
     openFile_->setEnabled(!isLoading);
+    recent_->setVisible(!loading.isIdle());
+    recent_->setEnabled(!isLoading && !state_->recentFiles().isEmpty());
     spinner_->setVisible(isLoading);
     message_->setVisible(isLoading);
     message_->setText(loading.message);

@@ -10,20 +10,25 @@ class QBoxLayout;
 
 namespace ambrel {
 
+class NotificationCenter;
 class PushButton;
+class RecentFilesStore;
 class Spinner;
 class TextLabel;
 
 /// The bar at the top of the window: the file commands, and the name of the open file or how far
-/// its loading has come.
+/// its loading has come. What its menu of recent files chooses is posted.
 class HeaderBar : public QWidget {
     Q_OBJECT
 
   public:
-    explicit HeaderBar(std::shared_ptr<AppState> state, QWidget* parent = nullptr);
+    /// Store and notifications outlive the bar.
+    HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
+              NotificationCenter& notifications, QWidget* parent = nullptr);
 
   Q_SIGNALS:
     void openFileRequested();
+    void recentFilesWanted(); ///< the menu is about to show them
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -35,6 +40,7 @@ class HeaderBar : public QWidget {
     std::shared_ptr<AppState> state_;
     QBoxLayout* row_;
     PushButton* openFile_;
+    PushButton* recent_;
     Spinner* spinner_;
     TextLabel* message_;
     TextLabel* fileName_;

@@ -17,6 +17,10 @@ bool canHoldFocus(const QWidget* widget) {
     return widget && widget->isVisible() && widget->isEnabled();
 }
 
+bool isEditingText(const QWidget* widget) {
+    return widget->testAttribute(Qt::WA_InputMethodEnabled);
+}
+
 } // namespace
 
 KeyResponderNSView::KeyResponderNSView(std::shared_ptr<AppState> state,
@@ -51,9 +55,10 @@ void KeyResponderNSView::focusChanged(QWidget* old, QWidget* now) {
             takeFocusFrom(kept);
         return;
     }
-    // Qt passes the focus of a control that goes away, be it while the window was inactive, on to
-    // the next one, where Space would press it.
-    const bool isStray = isHere(old) ? !canHoldFocus(old) : !canHoldFocus(holder_);
+    // Qt passes the focus of a control that goes away on to the next one, where Space would press
+    // it. And whoever comes back to the window wants to play: only a text being edited stays so.
+    const bool isStray =
+        isHere(old) ? !canHoldFocus(old) : !canHoldFocus(holder_) || !isEditingText(now);
     if (now == window() || (now != this && isStray))
         takeFocusFrom(now);
     holder_ = now;

@@ -2,6 +2,7 @@
 
 #include <QPainter>
 
+#include "app/PlainText.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -16,7 +17,7 @@ PushButton::PushButton(Prominence prominence, QWidget* parent)
 
 PushButton::PushButton(const QString& text, Prominence prominence, QWidget* parent)
     : PushButton(prominence, parent) {
-    setText(Theme::withoutMnemonics(text));
+    setText(withoutMnemonics(text));
     setAccessibleName(text);
 }
 

@@ -22,7 +22,6 @@ class SymbolButton : public QAbstractButton {
     QSize sizeHint() const override;
 
   protected:
-    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
   private:

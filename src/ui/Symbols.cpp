@@ -30,6 +30,8 @@ QString fileOf(Symbol symbol) {
         return QStringLiteral(":/symbols/chevron-right.svg");
     case Symbol::waveform:
         return QStringLiteral(":/symbols/waveform.svg");
+    case Symbol::musicNote:
+        return QStringLiteral(":/symbols/music-note.svg");
     }
     return {};
 }

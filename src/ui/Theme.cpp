@@ -93,10 +93,6 @@ QColor Theme::accent(const QPalette& palette) {
     return palette.color(QPalette::Active, QPalette::Highlight);
 }
 
-QString Theme::withoutMnemonics(QString text) {
-    return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
-}
-
 bool Theme::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
     if (watched == parent() &&

@@ -45,9 +45,6 @@ class Theme : public QObject {
     static QColor divider(const QPalette& palette);
     static QColor accent(const QPalette& palette);
 
-    /// `text` as a label in which "&" marks a mnemonic must be given it, to show it as it is.
-    static QString withoutMnemonics(QString text);
-
   Q_SIGNALS:
     /// The desktop's body font or palette is another one now.
     void changed();

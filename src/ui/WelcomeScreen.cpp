@@ -3,12 +3,14 @@
 #include <QVBoxLayout>
 
 #include "ui/PushButton.h"
+#include "ui/RecentFilesBox.h"
 #include "ui/SymbolView.h"
 #include "ui/TextLabel.h"
 
 namespace ambrel {
 
-WelcomeScreen::WelcomeScreen(QWidget* parent) : QWidget(parent), column_(new QVBoxLayout(this)) {
+WelcomeScreen::WelcomeScreen(const std::shared_ptr<AppState>& state, QWidget* parent)
+    : QWidget(parent), column_(new QVBoxLayout(this)) {
     auto* openFile =
         new PushButton(QStringLiteral("Open File…"), PushButton::Prominence::prominent);
     auto* title = new TextLabel(QStringLiteral("Ambrel"), Theme::TextStyle::title2);
@@ -19,9 +21,23 @@ WelcomeScreen::WelcomeScreen(QWidget* parent) : QWidget(parent), column_(new QVB
                        Qt::AlignHCenter);
     column_->addWidget(title, 0, Qt::AlignHCenter);
     column_->addWidget(openFile, 0, Qt::AlignHCenter);
+    auto* recentFiles = new RecentFilesBox;
+    column_->addWidget(recentFiles, 0, Qt::AlignHCenter);
     column_->addStretch();
 
     connect(openFile, &PushButton::clicked, this, &WelcomeScreen::openFileRequested);
+    connect(recentFiles, &RecentFilesBox::fileChosen, this, &WelcomeScreen::recentFileChosen);
+    connect(recentFiles, &RecentFilesBox::clearRequested, this,
+            &WelcomeScreen::clearRecentsRequested);
+    const auto showRecentFiles = [state = std::weak_ptr(state), recentFiles] {
+        if (const auto model = state.lock())
+            recentFiles->setFiles(model->recentFiles());
+    };
+    connect(state.get(), &AppState::changed, this, [showRecentFiles](AppState::Field field) {
+        if (field == AppState::Field::recentFiles)
+            showRecentFiles();
+    });
+    showRecentFiles();
     connect(&Theme::shared(), &Theme::changed, this, &WelcomeScreen::applyTheme);
     applyTheme();
 }

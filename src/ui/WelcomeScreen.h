@@ -1,6 +1,10 @@
 #pragma once
 
+#include <memory>
+
 #include <QWidget>
+
+#include "app/AppState.h"
 
 class QBoxLayout;
 
@@ -11,10 +15,12 @@ class WelcomeScreen : public QWidget {
     Q_OBJECT
 
   public:
-    explicit WelcomeScreen(QWidget* parent = nullptr);
+    explicit WelcomeScreen(const std::shared_ptr<AppState>& state, QWidget* parent = nullptr);
 
   Q_SIGNALS:
     void openFileRequested();
+    void recentFileChosen(const QUrl& file);
+    void clearRecentsRequested();
 
   private:
     void applyTheme();

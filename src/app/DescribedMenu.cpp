@@ -1,0 +1,136 @@
+#include "app/DescribedMenu.h"
+
+#include <QAccessibleActionInterface>
+#include <QAccessibleWidget>
+#include <QAction>
+#include <QHash>
+#include <QPointer>
+
+namespace ambrel {
+namespace {
+
+/// One item, as a screen reader sees it.
+class ItemInterface : public QAccessibleInterface, public QAccessibleActionInterface {
+  public:
+    ItemInterface(DescribedMenu* menu, QAction* action) : menu_(menu), action_(action) {}
+
+    bool isValid() const override { return menu_ && action_; }
+    QObject* object() const override { return action_; }
+    QWindow* window() const override { return parent()->window(); }
+    QAccessibleInterface* parent() const override {
+        return QAccessible::queryAccessibleInterface(menu_);
+    }
+    QAccessibleInterface* child(int) const override { return nullptr; }
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+
+    QString text(QAccessible::Text kind) const override {
+        if (kind == QAccessible::Name)
+            return action_->text().replace(QLatin1String("&&"), QLatin1String("&"));
+        return kind == QAccessible::Description ? action_->statusTip() : QString();
+    }
+    void setText(QAccessible::Text, const QString&) override {}
+
+    QRect rect() const override {
+        const QRect place = menu_->actionGeometry(action_);
+        return {menu_->mapToGlobal(place.topLeft()), place.size()};
+    }
+    QAccessible::Role role() const override {
+        return action_->isSeparator() ? QAccessible::Separator : QAccessible::MenuItem;
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.disabled = !action_->isEnabled();
+        state.invisible = !menu_->isVisible() || !action_->isVisible();
+        state.selectable = state.focusable = !state.disabled && !action_->isSeparator();
+        state.focused = menu_->isVisible() && menu_->activeAction() == action_;
+        return state;
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::ActionInterface)
+            return static_cast<QAccessibleActionInterface*>(this);
+        return nullptr;
+    }
+    QStringList actionNames() const override {
+        return action_->isSeparator() ? QStringList() : QStringList(pressAction());
+    }
+    void doAction(const QString& name) override {
+        if (name == pressAction())
+            action_->trigger();
+    }
+    QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+  private:
+    QPointer<DescribedMenu> menu_;
+    QPointer<QAction> action_;
+};
+
+class MenuInterface : public QAccessibleWidget {
+  public:
+    explicit MenuInterface(DescribedMenu* menu)
+        : QAccessibleWidget(menu, QAccessible::PopupMenu, menu->title()) {}
+
+    ~MenuInterface() override {
+        for (const QAccessible::Id item : std::as_const(items_))
+            QAccessible::deleteAccessibleInterface(item);
+    }
+
+    QAccessibleInterface* parent() const override {
+        QWidget* above = menu()->parentWidget();
+        return above ? QAccessible::queryAccessibleInterface(above) : QAccessibleWidget::parent();
+    }
+    int childCount() const override { return int(menu()->actions().size()); }
+    QAccessibleInterface* child(int index) const override {
+        QAction* action = menu()->actions().value(index);
+        return action ? interfaceOf(action) : nullptr;
+    }
+    QAccessibleInterface* childAt(int x, int y) const override {
+        QAction* action = menu()->actionAt(menu()->mapFromGlobal(QPoint(x, y)));
+        return action ? interfaceOf(action) : nullptr;
+    }
+    QAccessibleInterface* focusChild() const override {
+        QAction* action = menu()->activeAction();
+        return action ? interfaceOf(action) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface* child) const override {
+        return int(menu()->actions().indexOf(qobject_cast<QAction*>(child->object())));
+    }
+
+  private:
+    DescribedMenu* menu() const { return static_cast<DescribedMenu*>(widget()); }
+
+    /// An item's interface keeps its identity for as long as the item is there. A new item may lie
+    /// where one that is gone lay, whose interface is no longer valid then.
+    QAccessibleInterface* interfaceOf(QAction* action) const {
+        if (const auto known = items_.constFind(action); known != items_.cend()) {
+            QAccessibleInterface* item = QAccessible::accessibleInterface(*known);
+            if (item && item->isValid())
+                return item;
+            QAccessible::deleteAccessibleInterface(*known);
+        }
+        auto* item = new ItemInterface(menu(), action);
+        items_.insert(action, QAccessible::registerAccessibleInterface(item));
+        return item;
+    }
+
+    mutable QHash<QAction*, QAccessible::Id> items_;
+};
+
+QAccessibleInterface* interfaceFor(const QString& className, QObject* object) {
+    auto* menu = qobject_cast<DescribedMenu*>(object);
+    if (menu && className == QLatin1String(DescribedMenu::staticMetaObject.className()))
+        return new MenuInterface(menu);
+    return nullptr;
+}
+
+} // namespace
+
+DescribedMenu::DescribedMenu(const QString& title, QWidget* parent) : QMenu(title, parent) {
+    static const bool installed = (QAccessible::installFactory(interfaceFor), true);
+    Q_UNUSED(installed)
+    setToolTipsVisible(true);
+}
+
+} // namespace ambrel

@@ -1,0 +1,93 @@
+#include "ui/RecentFilesBox.h"
+
+#include <QPainter>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "ui/Divider.h"
+#include "ui/QuietButton.h"
+#include "ui/RecentFileRow.h"
+#include "ui/TextLabel.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+namespace {
+
+/// The rounded rectangle that the list lies on.
+class ListPanel : public QWidget {
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::panelBackground(palette()));
+        const double radius = Theme::length(8);
+        painter.drawRoundedRect(rect(), radius, radius);
+    }
+};
+
+} // namespace
+
+RecentFilesBox::RecentFilesBox(QWidget* parent)
+    : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea) {
+    auto* panel = new ListPanel;
+    panelColumn_ = new QVBoxLayout(panel);
+    panelColumn_->addWidget(
+        new TextLabel(QStringLiteral("Recent Files"), Theme::TextStyle::headline));
+    panelColumn_->addWidget(scroller_);
+    scroller_->setWidgetResizable(true);
+    scroller_->setFrameShape(QFrame::NoFrame);
+    scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller_->setFocusPolicy(Qt::NoFocus); // a click on it would take Space away from playing
+    scroller_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+    scroller_->viewport()->setAutoFillBackground(false);
+
+    auto* clear = new QuietButton(QStringLiteral("Clear Recents"));
+    column_->setContentsMargins(0, 0, 0, 0);
+    column_->addWidget(panel);
+    column_->addWidget(clear, 0, Qt::AlignHCenter);
+
+    connect(clear, &QuietButton::clicked, this, &RecentFilesBox::clearRequested);
+    connect(&Theme::shared(), &Theme::changed, this, &RecentFilesBox::applyTheme);
+    applyTheme();
+    hide();
+}
+
+void RecentFilesBox::setFiles(const QList<QUrl>& files) {
+    if (files != files_) { // equal ones keep their rows, and the focus that one of them may have
+        files_ = files;
+        fillRows();
+    }
+    setVisible(!files_.isEmpty());
+}
+
+void RecentFilesBox::fillRows() {
+    auto* list = new QWidget;
+    list->setAutoFillBackground(false);
+    auto* rows = new QVBoxLayout(list);
+    rows->setContentsMargins(0, 0, 0, 0);
+    rows->setSpacing(0);
+    for (const QUrl& file : files_) {
+        if (rows->count() > 0)
+            rows->addWidget(new Divider);
+        auto* row = new RecentFileRow(file);
+        rows->addWidget(row);
+        // The row may be replaced while its own click is being carried out.
+        connect(
+            row, &RecentFileRow::clicked, this, [this, file] { Q_EMIT fileChosen(file); },
+            Qt::QueuedConnection);
+    }
+    scroller_->setWidget(list);
+    list->setAutoFillBackground(false); // the area sets it
+    updateGeometry();
+}
+
+void RecentFilesBox::applyTheme() {
+    setFixedWidth(Theme::length(300));
+    const int margin = Theme::length(10);
+    panelColumn_->setContentsMargins(margin, margin, margin, margin);
+    panelColumn_->setSpacing(Theme::length(6));
+    column_->setSpacing(Theme::length(6));
+}
+
+} // namespace ambrel
