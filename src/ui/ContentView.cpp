@@ -55,10 +55,10 @@ void ContentView::keyPressEvent(QKeyEvent* event) {
     holder->clearFocus();
 }
 
-void ContentView::changeEvent(QEvent* event) {
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+bool ContentView::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate)
         refillRecentFiles();
+    return QWidget::event(event);
 }
 
 void ContentView::observeNotifications(NotificationCenter& notifications) {

@@ -54,8 +54,8 @@ class ContentView : public QWidget {
     void refillRecentFiles();
 
   protected:
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
   private:
     void observeNotifications(NotificationCenter& notifications);

@@ -1,87 +1,24 @@
-#include <QAccessible>
 #include <QApplication>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMainWindow>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "app/Notifications.h"
-#include "audio/AudioEngine.h"
-#include "platform/desktop/MainQueue.h"
-#include "platform/desktop/NotificationCenter.h"
-#include "support/ScriptedGraph.h"
-#include "support/TemporarySettings.h"
-#include "ui/ContentView.h"
-#include "ui/KeyResponderNSView.h"
+#include "support/TestWindow.h"
 #include "ui/OpenPanel.h"
 #include "ui/Spinner.h"
 #include "ui/SymbolButton.h"
 
 using namespace ambrel;
+using Window = test::TestWindow;
 
 /// The main window on a scripted sound graph, driven by events as a user would.
 class ContentViewWindowTest : public QObject {
     Q_OBJECT
-
-  private:
-    struct Window {
-        test::TemporarySettings settings;
-        MainQueue mainQueue;
-        NotificationCenter notifications;
-        test::ScriptedGraph* graph = new test::ScriptedGraph;
-        std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
-        std::shared_ptr<AudioEngine> engine =
-            AudioEngine::create(std::unique_ptr<EngineGraph>(graph), mainQueue);
-        QMainWindow window;
-        KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
-        ContentView* content = new ContentView(
-            {state, engine, settings.store(), settings.recentFiles(), mainQueue, notifications});
-
-        Window() {
-            window.setCentralWidget(content);
-            window.resize(780, 680);
-            window.show();
-            window.activateWindow();
-            if (!QTest::qWaitForWindowActive(&window))
-                qFatal("the window is not active");
-        }
-
-        /// As the loader leaves it, with the region from 1 s to 3 s.
-        void showFile(const QString& name = QStringLiteral("song.wav")) {
-            state->setAudioFileURL(QUrl::fromLocalFile(u"/music/"_qs + name));
-            state->setAudioDuration(10);
-            state->setRegionStart(1);
-            state->setRegionEnd(3);
-            state->setWaveformSamples({0.5F, 1.0F, 0.25F});
-            state->setLoadingState(LoadingState::loaded());
-        }
-
-        /// The shown widget that a screen reader finds under that name or description.
-        QWidget* find(const QString& text) const {
-            for (QWidget* widget : window.findChildren<QWidget*>()) {
-                if (!widget->isVisible())
-                    continue;
-                auto* interface = QAccessible::queryAccessibleInterface(widget);
-                if (interface && (interface->text(QAccessible::Name) == text ||
-                                  interface->text(QAccessible::Description) == text))
-                    return widget;
-            }
-            return nullptr;
-        }
-
-        QString textOf(const QString& description) const {
-            const auto* label = qobject_cast<QLabel*>(find(description));
-            return label ? label->text() : QString();
-        }
-
-        void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-            QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-        }
-    };
 
   private Q_SLOTS:
     void showsTheScreenOfTheLoadingState() {
@@ -226,27 +163,6 @@ class ContentViewWindowTest : public QObject {
         w.window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&w.window));
         QTRY_VERIFY(w.responder->hasFocus());
-    }
-
-    void menusActThroughTheirNotifications() {
-        Window w;
-        w.showFile();
-        w.state->setSpeed(298);
-        w.state->setPitch(-1200);
-        w.state->setPlaybackPosition(2);
-        for (const QString& name : {notifications::stopReset, notifications::toggleLoop,
-                                    notifications::increaseSpeed, notifications::pitchDown})
-            w.notifications.post(name);
-        QCOMPARE(w.state->playbackPosition(), 1.0);
-        QVERIFY(w.state->loopEnabled());
-        QCOMPARE(w.state->speed(), 300.0);
-        QCOMPARE(w.graph->rate, 3.0F);
-        QCOMPARE(w.state->pitch(), -1200.0);
-        w.notifications.post(notifications::decreaseSpeed);
-        w.notifications.post(notifications::pitchUp);
-        QCOMPARE(w.state->speed(), 295.0);
-        QCOMPARE(w.state->pitch(), -1199.0);
-        QCOMPARE(w.graph->pitch, -1199.0F);
     }
 
     void opensARecentFileOnlyWhenGivenOne() {

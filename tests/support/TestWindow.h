@@ -1,0 +1,84 @@
+#pragma once
+
+#include <memory>
+
+#include <QAccessible>
+#include <QApplication>
+#include <QLabel>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QTest>
+
+#include "app/AppCommands.h"
+#include "audio/AudioEngine.h"
+#include "platform/desktop/MainQueue.h"
+#include "platform/desktop/NotificationCenter.h"
+#include "support/ScriptedGraph.h"
+#include "support/TemporarySettings.h"
+#include "ui/ContentView.h"
+#include "ui/KeyHandler.h"
+#include "ui/KeyResponderNSView.h"
+
+namespace ambrel::test {
+
+/// The main window with its menus and keys on a scripted sound graph, driven by events as a user
+/// would.
+struct TestWindow {
+    test::TemporarySettings settings;
+    MainQueue mainQueue;
+    NotificationCenter notifications;
+    test::ScriptedGraph* graph = new test::ScriptedGraph;
+    std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
+    std::shared_ptr<AudioEngine> engine =
+        AudioEngine::create(std::unique_ptr<EngineGraph>(graph), mainQueue);
+    KeyHandler keyHandler{engine};
+    QMainWindow window;
+    KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
+    ContentView* content = new ContentView(
+        {state, engine, settings.store(), settings.recentFiles(), mainQueue, notifications});
+
+    TestWindow() {
+        window.setCentralWidget(content);
+        commands::addMenus(*window.menuBar(), settings.recentFiles(), notifications);
+        keyHandler.start(state);
+        window.resize(780, 680);
+        window.show();
+        window.activateWindow();
+        if (!QTest::qWaitForWindowActive(&window))
+            qFatal("the window is not active");
+    }
+
+    /// As the loader leaves it, with the region from 1 s to 3 s.
+    void showFile(const QString& name = QStringLiteral("song.wav")) {
+        state->setAudioFileURL(QUrl::fromLocalFile(u"/music/"_qs + name));
+        state->setAudioDuration(10);
+        state->setRegionStart(1);
+        state->setRegionEnd(3);
+        state->setWaveformSamples({0.5F, 1.0F, 0.25F});
+        state->setLoadingState(LoadingState::loaded());
+    }
+
+    /// The shown widget that a screen reader finds under that name or description.
+    QWidget* find(const QString& text) const {
+        for (QWidget* widget : window.findChildren<QWidget*>()) {
+            if (!widget->isVisible())
+                continue;
+            auto* interface = QAccessible::queryAccessibleInterface(widget);
+            if (interface && (interface->text(QAccessible::Name) == text ||
+                              interface->text(QAccessible::Description) == text))
+                return widget;
+        }
+        return nullptr;
+    }
+
+    QString textOf(const QString& description) const {
+        const auto* label = qobject_cast<QLabel*>(find(description));
+        return label ? label->text() : QString();
+    }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    }
+};
+
+} // namespace ambrel::test
