@@ -1,5 +1,6 @@
 """Ambrel as a user meets it: found by accessible name, driven by real keys and a real pointer."""
 
+import contextlib
 import json
 import os
 import pathlib
@@ -21,10 +22,11 @@ PROGRAM = pathlib.Path(os.environ["AMBREL_BINARY_DIR"]) / "bin" / "ambrel"
 class Application:
     """One run of the program; use it in a with statement, which ends it."""
 
-    def __init__(self, desktop, *arguments):
-        self._environment = desktop.fresh_home()
+    def __init__(self, desktop, *arguments, home=None):
+        """`home` is another run's, to come back to what that one stored."""
+        self.home = home or desktop.fresh_home()
         self._log = tempfile.TemporaryFile("w+", dir=desktop.folder)
-        self.process = desktop.spawn(str(PROGRAM), *map(str, arguments), env=self._environment,
+        self.process = desktop.spawn(str(PROGRAM), *map(str, arguments), env=self.home,
                                      stdin=subprocess.DEVNULL, stdout=self._log, stderr=self._log)
 
     def __enter__(self):
@@ -45,19 +47,31 @@ class Application:
         """The exit status."""
         return self.process.wait(seconds * SLOWNESS)
 
+    def stored(self, key):
+        """Type and value under that key; None when there is none."""
+        if not self._store.exists():
+            return None
+        with contextlib.closing(sqlite3.connect(self._store)) as database:
+            return database.execute("SELECT type, value FROM preference WHERE key = ?",
+                                    (key,)).fetchone()
+
     def stored_settings(self, path):
         """The record that is stored for a file; None when there is none."""
-        store = pathlib.Path(self._environment["XDG_DATA_HOME"]) / "ambrel" / "preferences.sqlite"
-        if not store.exists():
-            return None
-        with sqlite3.connect(store) as database:
-            row = database.execute("SELECT type, value FROM preference WHERE key = ?",
-                                   (f"settings.{path}",)).fetchone()
-        database.close()
+        row = self.stored(f"settings.{path}")
         if row is None:
             return None
         assert row[0] == "data", row
         return json.loads(row[1])
+
+    def store_settings(self, path, settings):
+        """As if an earlier run had stored them."""
+        with contextlib.closing(sqlite3.connect(self._store)) as database, database:
+            database.execute("REPLACE INTO preference VALUES (?, 'data', ?)",
+                             (f"settings.{path}", json.dumps(settings).encode()))
+
+    @property
+    def _store(self):
+        return pathlib.Path(self.home["XDG_DATA_HOME"]) / "ambrel" / "preferences.sqlite"
 
     # Controls
 
@@ -97,6 +111,9 @@ class Application:
 
     def type(self, text):
         _xdotool("type", "--clearmodifiers", text)
+
+    def pointer(self, *steps):
+        _xdotool(*steps)
 
     def click(self, **wanted):
         x, y, width, height = extents(self.wait_for(**wanted))

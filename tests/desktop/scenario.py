@@ -16,11 +16,11 @@ class Scenario(unittest.TestCase):
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(dir=self.desktop.folder, prefix="files-"))
 
-    def start(self, *arguments):
+    def start(self, *arguments, home=None):
         """The application, started with these arguments and ended with the test."""
         # Only now: the accessibility library takes the bus that is there when it is imported.
         from application import Application
-        return self.enterContext(Application(self.desktop, *arguments))
+        return self.enterContext(Application(self.desktop, *arguments, home=home))
 
     def start_with(self, path):
         """The application with that file open in it."""

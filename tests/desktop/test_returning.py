@@ -1,0 +1,102 @@
+"""Who comes back finds everything as it was left; a file opened anew starts afresh."""
+
+import json
+import subprocess
+import time
+import unittest
+
+from desktop import Desktop, wait_until
+from scenario import Scenario
+from sound import Recording, level_db, tone, write_wav
+
+AS_LEFT = {"regionStart": 1.25, "regionEnd": 2.25, "speed": 50, "speedStep": 7.5, "pitch": 300,
+           "eqEnabled": True, "eqGains": [0, 0, -3, 0, 1.5], "loopEnabled": False,
+           "loopDelaySeconds": 2, "loopDelayMilliseconds": 250}
+DEFAULTS = {"regionStart": 0, "regionEnd": 4, "speed": 100, "speedStep": 5, "pitch": 0,
+            "eqEnabled": False, "eqGains": [0] * 5, "loopEnabled": False,
+            "loopDelaySeconds": 0, "loopDelayMilliseconds": 0}
+
+
+class ReturningTest(Scenario):
+    def song(self):
+        return write_wav(self.folder / "song.wav", tone(330, 4))
+
+    def quit(self, program):
+        program.key("ctrl+q")
+        self.assert_ends(program)
+
+    def test_all_settings_come_back_from_the_recent_list_and_are_heard(self):
+        path = self.song()
+        first = self.start_with(path)
+        self.quit(first)
+        self.assertEqual(json.loads(first.stored("recentFiles")[1]), [str(path)])
+        first.store_settings(path, AS_LEFT)
+
+        program = self.start(home=first.home)
+        entry = program.wait_for(name="song.wav")
+        self.assertEqual(entry.get_description(), str(self.folder))
+        program.wait_for_window()
+        program.click(name="song.wav")
+        program.wait_until_loaded()
+        self.assertEqual(program.region(), (1.25, 2.25, 4))
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            program.wait_for(name="Pause")
+            program.wait_for(name="Play")
+            recording.wait_for_silence()
+        heard = recording.heard()
+        self.assertAlmostEqual(len(heard) / Desktop.RATE, 2, delta=0.06)
+        steady = heard[Desktop.RATE // 2:-Desktop.RATE // 2]
+        transposed = 330 * 2 ** (300 / 1200)
+        self.assertGreater(level_db(steady, transposed), level_db(steady, 330) + 40)
+        self.quit(program)
+        self.assertEqual(program.stored_settings(path), AS_LEFT)
+
+    def test_a_file_opened_anew_starts_afresh_and_stores_that(self):
+        path = self.song()
+        first = self.start_with(path)
+        self.quit(first)
+        first.store_settings(path, AS_LEFT)
+        program = self.start(path, home=first.home)
+        program.wait_until_loaded()
+        wait_until(lambda: program.stored_settings(path) == DEFAULTS, "the defaults to be stored")
+
+    def test_each_key_acts_once_on_any_layout(self):
+        # Keys by their place: what a Dvorak keyboard prints on R and L is another letter.
+        right, left, up, down, r, l = "Right", "Left", "Up", "Down", "27", "46"
+        for layout in ("us", "fr", "de", "us dvorak"):
+            with self.subTest(layout):
+                subprocess.run(["setxkbmap", *layout.split()], check=True)
+                self.addCleanup(subprocess.run, ["setxkbmap", "us"], check=True)
+                path = self.song()
+                program = self.start_with(path)
+                for key in (right, right, left, right, up, down, up, "shift+" + up, "alt+" + l):
+                    program.key("ctrl+" + key)
+                program.key("space")
+                program.wait_for(name="Pause")
+                program.key("ctrl+" + r)
+                program.wait_for(name="Play")
+                program.wait_for(name="00:00.000", description="Position")
+                self.quit(program)
+                self.assertEqual(program.stored_settings(path),
+                                 {**DEFAULTS, "speed": 110, "pitch": 2, "loopEnabled": True})
+
+    def test_a_kill_in_the_middle_of_a_drag_loses_nothing_that_stood(self):
+        from application import extents
+        path = self.song()
+        program = self.start_with(path)
+        x, y, width, height = extents(program.wait_for(name="Waveform"))
+        program.pointer("mousemove", x + width // 4, y + height // 2, "mousedown", 1,
+                        "mousemove", x + width // 2, y + height // 2,
+                        "mousemove", x + width * 3 // 4, y + height // 2)
+        region = wait_until(lambda: program.region()[1] < 4 and program.region()[:2], "a region")
+        time.sleep(0.5)  # how long a value must have stood to be safe
+        program.process.kill()
+        settings = program.stored_settings(path)
+        self.assertAlmostEqual(settings["regionStart"], region[0], delta=0.002)
+        self.assertAlmostEqual(settings["regionEnd"], region[1], delta=0.002)
+        program.pointer("mouseup", 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
