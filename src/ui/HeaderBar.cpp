@@ -7,6 +7,7 @@
 
 #include "app/PlainText.h"
 #include "app/RecentFilesMenu.h"
+#include "ui/MenuButton.h"
 #include "ui/PushButton.h"
 #include "ui/Spinner.h"
 #include "ui/TextLabel.h"
@@ -16,13 +17,11 @@ namespace ambrel {
 HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
                      NotificationCenter& notifications, QWidget* parent)
     : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
-      openFile_(new PushButton(QStringLiteral("Open File..."))),
-      recent_(new PushButton(QStringLiteral("Recent"))), spinner_(new Spinner(16)),
+      openFile_(new PushButton(QStringLiteral("Open File..."))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
       fileName_(new TextLabel(Theme::TextStyle::headline)) {
-    auto* recentMenu =
-        new RecentFilesMenu(QStringLiteral("Recent"), recentFiles, notifications, recent_);
-    recent_->setMenu(recentMenu);
+    auto* recentMenu = new RecentFilesMenu(QStringLiteral("Recent"), recentFiles, notifications);
+    recent_ = new MenuButton(QStringLiteral("Recent"), recentMenu);
     row_->addWidget(openFile_);
     row_->addWidget(recent_);
     row_->addStretch(1);

@@ -160,6 +160,9 @@ class MenusAndKeysWindowTest : public QObject {
         QCOMPARE(spoken(openedMenu(w, u"Open Recent"_qs)), lines);
         QCOMPARE(spoken(openedMenu(w, u"Recent"_qs)), lines);
         QVERIFY(header->isEnabled());
+        auto* spokenHeader = QAccessible::queryAccessibleInterface(header);
+        QCOMPARE(spokenHeader->child(0)->child(0)->text(QAccessible::Name), u"take.wav"_qs);
+        QCOMPARE(spokenHeader->child(0)->parent(), spokenHeader);
 
         itemOf(w, u"Rock && Roll.mp3"_qs)->trigger();
         QCOMPARE(w.state->audioFileURL(), file(u"/b/Rock & Roll.mp3"_qs));
