@@ -49,9 +49,9 @@ class Application:
 
     def stored(self, key):
         """Type and value under that key; None when there is none."""
-        if not self._store.exists():
+        if not self.store_path.exists():
             return None
-        with contextlib.closing(sqlite3.connect(self._store)) as database:
+        with contextlib.closing(sqlite3.connect(self.store_path)) as database:
             return database.execute("SELECT type, value FROM preference WHERE key = ?",
                                     (key,)).fetchone()
 
@@ -65,12 +65,12 @@ class Application:
 
     def store_settings(self, path, settings):
         """As if an earlier run had stored them."""
-        with contextlib.closing(sqlite3.connect(self._store)) as database, database:
+        with contextlib.closing(sqlite3.connect(self.store_path)) as database, database:
             database.execute("REPLACE INTO preference VALUES (?, 'data', ?)",
                              (f"settings.{path}", json.dumps(settings).encode()))
 
     @property
-    def _store(self):
+    def store_path(self):
         return pathlib.Path(self.home["XDG_DATA_HOME"]) / "ambrel" / "preferences.sqlite"
 
     # Controls
