@@ -38,8 +38,9 @@ class ContentViewWindowTest : public QObject {
             AudioEngine::create(std::unique_ptr<EngineGraph>(graph), mainQueue);
         QMainWindow window;
         KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
-        ContentView* content = new ContentView(
-            {state, engine, settings.store(), settings.recentFiles(), mainQueue, notifications});
+        ContentView* content =
+            new ContentView({state, engine, settings.store(), settings.recentFiles(),
+                             settings.waveformCache(), mainQueue, notifications});
 
         Window() {
             window.setCentralWidget(content);
