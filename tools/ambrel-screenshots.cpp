@@ -25,6 +25,7 @@
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
 #include "ui/KeyResponderNSView.h"
+#include "waveform/WaveformCache.h"
 #include "waveform/WaveformGenerator.h"
 
 using namespace ambrel;
@@ -66,7 +67,7 @@ class Gallery {
         QMainWindow window;
         new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
         window.setCentralWidget(
-            new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_,
+            new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_, waveformCache_,
                              MainQueue::shared(), NotificationCenter::shared()}));
         commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared());
         window.resize(look.size);
@@ -108,6 +109,7 @@ class Gallery {
     Preferences preferences_{home_.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
     SettingsStore settings_{preferences_};
     RecentFilesStore recentFiles_{preferences_};
+    WaveformCache waveformCache_{preferences_};
     std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
 };
 

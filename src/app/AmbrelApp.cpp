@@ -15,6 +15,7 @@
 #include "ui/ContentView.h"
 #include "ui/KeyResponderNSView.h"
 #include "ui/Theme.h"
+#include "waveform/WaveformCache.h"
 
 namespace ambrel {
 namespace {
@@ -49,9 +50,9 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    content_ =
-        new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
-                         MainQueue::shared(), NotificationCenter::shared()});
+    content_ = new ContentView({appState_, engine_, SettingsStore::shared(),
+                                RecentFilesStore::shared(), WaveformCache::shared(),
+                                MainQueue::shared(), NotificationCenter::shared()});
     mainWindow_->setCentralWidget(content_);
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
                                                 NotificationCenter::shared());

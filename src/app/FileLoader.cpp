@@ -9,7 +9,9 @@
 #include "audio/AudioEngine.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/sound/AudioFile.h"
+#include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
+#include "waveform/WaveformCache.h"
 
 namespace ambrel {
 namespace {
@@ -30,10 +32,12 @@ double acceptedDuration(const std::shared_ptr<AudioFile>& file) {
 } // namespace
 
 FileLoader::FileLoader(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
-                       SettingsStore& settings, MainQueue& mainQueue, ErrorHandler showError,
+                       SettingsStore& settings, WaveformCache& waveformCache,
+                       RecentFilesStore& recentFiles, MainQueue& mainQueue, ErrorHandler showError,
                        Extract extract)
     : state_(std::move(state)), engine_(std::move(engine)), settings_(settings),
-      mainQueue_(mainQueue), showError_(std::move(showError)), extract_(std::move(extract)),
+      waveformCache_(waveformCache), recentFiles_(recentFiles), mainQueue_(mainQueue),
+      showError_(std::move(showError)), extract_(std::move(extract)),
       generators_(mainQueue, generatorThreads()) {}
 
 FileLoader::~FileLoader() {
@@ -56,18 +60,29 @@ void FileLoader::loadFile(const QUrl& url, bool restoreSettings) {
     perform({url, restoreSettings, *currentLoadID_, currentLoadID_});
 }
 
-auto FileLoader::generateWaveform(const Load& load) {
-    postMessage(load, QStringLiteral("Generating waveform..."));
-    auto generate = [this, load] {
-        std::string last;
-        const auto progress = [&](double, const std::string& message) {
-            if (message != std::exchange(last, message))
-                postMessage(load, QString::fromStdString(message));
-        };
-        return extract_(load.url, progress, ending_);
-    };
+auto FileLoader::startWaveform(const Load& load) {
+    auto work = [this, load] { return waveform(load); };
     // The newest begins before all that still wait.
-    return generators_.run(std::move(generate), ++loadCount_);
+    return generators_.run(std::move(work), ++loadCount_);
+}
+
+/// On a background thread, all of it: what this sends to the main thread, its result included,
+/// arrives there in the order it was sent.
+std::vector<float> FileLoader::waveform(const Load& load) {
+    if (auto peaks = waveformCache_.get(load.url)) {
+        postMessage(load, QStringLiteral("Loading cached waveform..."));
+        return std::move(*peaks);
+    }
+    postMessage(load, QStringLiteral("Generating waveform..."));
+    std::string last;
+    const auto progress = [&](double, const std::string& message) {
+        if (message != std::exchange(last, message))
+            postMessage(load, QString::fromStdString(message));
+    };
+    auto peaks = extract_(load.url, progress, ending_);
+    if (!ending_) // or there may be more of it
+        waveformCache_.set(peaks, load.url);
+    return peaks;
 }
 
 QCoro::Task<> FileLoader::perform(Load load) {
@@ -81,12 +96,10 @@ QCoro::Task<> FileLoader::perform(Load load) {
         if (load.isNewest())
             prepare(load, duration);
 
-        auto generating = generateWaveform(load);
-        auto peaks = co_await generating;
-        if (load.isNewest()) {
-            state_->setWaveformSamples(std::move(peaks));
-            state_->setLoadingState(LoadingState::loaded());
-        }
+        auto fetching = startWaveform(load);
+        auto peaks = co_await fetching;
+        if (load.isNewest())
+            finish(load, std::move(peaks));
         co_return;
     } catch (const BackgroundQueue::Ended&) {
         co_return;
@@ -105,6 +118,13 @@ void FileLoader::prepare(const Load& load, double duration) {
             state_->applySettings(*settings);
     }
     transport::pushSettings(*state_, *engine_);
+}
+
+void FileLoader::finish(const Load& load, std::vector<float> peaks) {
+    state_->setWaveformSamples(std::move(peaks));
+    state_->setLoadingState(LoadingState::loaded());
+    recentFiles_.push(load.url);
+    state_->setRecentFiles(recentFiles_.all());
 }
 
 void FileLoader::postMessage(const Load& load, const QString& message) {

@@ -19,10 +19,13 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 class MainQueue;
+class RecentFilesStore;
 class SettingsStore;
+class WaveformCache;
 
 /// Opens a file from beginning to end: saves the settings of the one it replaces, opens it in the
-/// engine, checks its length, sets the defaults or the saved settings, and fetches the waveform.
+/// engine, checks its length, sets the defaults or the saved settings, fetches the waveform from
+/// the cache or makes it, and puts the file first among the recent ones.
 ///
 /// The newest load wins: each carries an identifier, and the steps of an older one that would
 /// change what is seen are skipped. Main thread only; opening and reading run off it.
@@ -40,10 +43,12 @@ class FileLoader {
                                                      const std::atomic<bool>& ending)>;
 
     FileLoader(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
-               SettingsStore& settings, MainQueue& mainQueue, ErrorHandler showError,
+               SettingsStore& settings, WaveformCache& waveformCache, RecentFilesStore& recentFiles,
+               MainQueue& mainQueue, ErrorHandler showError,
                Extract extract = WaveformGenerator::extract);
 
-    /// Stops generators at their next bucket and waits for them. No load does anything afterwards.
+    /// Stops generators at their next bucket and waits for them. No load does anything afterwards,
+    /// and half a waveform is not kept.
     ~FileLoader();
 
     FileLoader(const FileLoader&) = delete;
@@ -67,13 +72,17 @@ class FileLoader {
 
     QCoro::Task<> perform(Load load);
     void prepare(const Load& load, double duration);
-    auto generateWaveform(const Load& load);
+    auto startWaveform(const Load& load);
+    std::vector<float> waveform(const Load& load);
+    void finish(const Load& load, std::vector<float> peaks);
     void postMessage(const Load& load, const QString& message);
     void fail(const QString& message);
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
     SettingsStore& settings_;
+    WaveformCache& waveformCache_;
+    RecentFilesStore& recentFiles_;
     MainQueue& mainQueue_;
     ErrorHandler showError_;
     Extract extract_;

@@ -7,6 +7,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "store/JsonNumbers.h"
+
 namespace ambrel {
 namespace {
 
@@ -50,9 +52,8 @@ struct Writer {
     }
 };
 
-bool read(const QJsonValue& value, double& number) {
-    number = value.toDouble();
-    return value.isDouble() && std::isfinite(number);
+template <typename Number> bool read(const QJsonValue& value, Number& number) {
+    return readNumber(value, number);
 }
 
 bool read(const QJsonValue& value, bool& flag) {
@@ -60,15 +61,10 @@ bool read(const QJsonValue& value, bool& flag) {
     return value.isBool();
 }
 
-bool read(const QJsonValue& value, std::int64_t& number) {
-    number = value.toInteger(0);
-    return value.isDouble() && value.toInteger(1) == number; // no default: whole, and it fits
-}
-
 bool read(const QJsonValue& value, std::vector<double>& numbers) {
     numbers.clear();
     for (const auto element : value.toArray()) {
-        if (!read(element, numbers.emplace_back()))
+        if (!readNumber(element, numbers.emplace_back()))
             return false;
     }
     return value.isArray();

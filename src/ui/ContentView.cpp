@@ -21,7 +21,8 @@ namespace ambrel {
 ContentView::ContentView(const Services& services, QWidget* parent)
     : QWidget(parent), state_(services.state), engine_(services.engine),
       recentFiles_(services.recentFiles), column_(new QVBoxLayout(this)),
-      loader_(services.state, services.engine, services.settings, services.mainQueue,
+      loader_(services.state, services.engine, services.settings, services.waveformCache,
+              services.recentFiles, services.mainQueue,
               [this](const QString& message) { showError(message); }) {
     refillRecentFiles();
     engine_->setAppState(state_);

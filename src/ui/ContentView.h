@@ -21,6 +21,7 @@ class MainQueue;
 class OpenPanel;
 class RecentFilesStore;
 class SettingsStore;
+class WaveformCache;
 
 /// The content of the main window: the header bar, and below it the screen that suits the loading
 /// state. It owns the loading of files, shows the error alert and the open panel, and carries out
@@ -35,6 +36,7 @@ class ContentView : public QWidget {
         std::shared_ptr<AudioEngine> engine;
         SettingsStore& settings;
         RecentFilesStore& recentFiles;
+        WaveformCache& waveformCache;
         MainQueue& mainQueue;
         NotificationCenter& notifications;
     };

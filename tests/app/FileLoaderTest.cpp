@@ -64,7 +64,8 @@ void FileLoaderTest::init() {
     extract_ = nullptr;
     extracted_ = 0;
     loader_ = std::make_unique<FileLoader>(
-        player_->state, player_->engine, player_->settings.store(), player_->queue,
+        player_->state, player_->engine, player_->settings.store(),
+        player_->settings.waveformCache(), player_->settings.recentFiles(), player_->queue,
         [this](const QString& message) { alerts_ << message; },
         std::bind_front(&FileLoaderTest::extract, this));
     seen_.clear();

@@ -5,6 +5,7 @@
 #include "platform/store/Preferences.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
+#include "waveform/WaveformCache.h"
 
 namespace ambrel::test {
 
@@ -13,12 +14,14 @@ class TemporarySettings {
   public:
     SettingsStore& store() { return store_; }
     RecentFilesStore& recentFiles() { return recentFiles_; }
+    WaveformCache& waveformCache() { return waveformCache_; }
 
   private:
     QTemporaryDir folder_;
     Preferences preferences_{folder_.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
     SettingsStore store_{preferences_};
     RecentFilesStore recentFiles_{preferences_};
+    WaveformCache waveformCache_{preferences_};
 };
 
 } // namespace ambrel::test

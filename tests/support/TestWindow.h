@@ -24,18 +24,18 @@ namespace ambrel::test {
 /// The main window with its menus and keys on a scripted sound graph, driven by events as a user
 /// would.
 struct TestWindow {
-    test::TemporarySettings settings;
+    TemporarySettings settings;
     MainQueue mainQueue;
     NotificationCenter notifications;
-    test::ScriptedGraph* graph = new test::ScriptedGraph;
+    ScriptedGraph* graph = new ScriptedGraph;
     std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
     std::shared_ptr<AudioEngine> engine =
         AudioEngine::create(std::unique_ptr<EngineGraph>(graph), mainQueue);
     KeyHandler keyHandler{engine};
     QMainWindow window;
     KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
-    ContentView* content = new ContentView(
-        {state, engine, settings.store(), settings.recentFiles(), mainQueue, notifications});
+    ContentView* content = new ContentView({state, engine, settings.store(), settings.recentFiles(),
+                                            settings.waveformCache(), mainQueue, notifications});
 
     TestWindow() {
         window.setCentralWidget(content);

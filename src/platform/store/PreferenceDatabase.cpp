@@ -80,18 +80,46 @@ std::optional<PreferenceDatabase::Value> PreferenceDatabase::value(const QString
     return PreferenceRow::read(query.getColumn(0), query.getColumn(1));
 }
 
-QStringList PreferenceDatabase::keys(const QString& prefix) {
+void PreferenceDatabase::visitRows(
+    const char* query, const QString& prefix,
+    const std::function<void(const QString& key, SQLite::Statement& row)>& visitor) {
     const std::string first = prefix.toStdString();
-    SQLite::Statement query(database_, "SELECT key FROM preference WHERE key >= ? ORDER BY key");
-    query.bind(1, first);
-    QStringList found;
-    while (query.executeStep()) {
-        const std::string key = query.getColumn(0).getString();
+    SQLite::Statement rows(database_, query);
+    rows.bind(1, first);
+    while (rows.executeStep()) {
+        const std::string key = rows.getColumn(0).getString();
         if (!key.starts_with(first))
             break; // keys with the prefix lie together
-        found << QString::fromStdString(key);
+        visitor(QString::fromStdString(key), rows);
     }
+}
+
+QStringList PreferenceDatabase::keys(const QString& prefix) {
+    QStringList found;
+    visitRows("SELECT key FROM preference WHERE key >= ? ORDER BY key", prefix,
+              [&](const QString& key, SQLite::Statement&) { found << key; });
     return found;
+}
+
+void PreferenceDatabase::visitData(const QString& prefix, const Preferences::Visitor& visitor) {
+    visitRows("SELECT key, type, value FROM preference WHERE key >= ? ORDER BY key", prefix,
+              [&](const QString& key, SQLite::Statement& row) {
+                  if (const auto data = PreferenceRow::data(row.getColumn(1), row.getColumn(2)))
+                      visitor(key, *data);
+              });
+}
+
+std::int64_t PreferenceDatabase::dataSize(const QString& prefix, const Changes& others) {
+    std::int64_t size = 0;
+    // A blob's length stands in its row's head; a text has to be read for its bytes.
+    visitRows("SELECT key, CASE typeof(value) WHEN 'blob' THEN length(value) "
+              "WHEN 'text' THEN length(CAST(value AS BLOB)) END "
+              "FROM preference WHERE key >= ? AND type = 'data' ORDER BY key",
+              prefix, [&](const QString& key, SQLite::Statement& row) {
+                  if (!others.contains(key))
+                      size += row.getColumn(1).getInt64();
+              });
+    return size;
 }
 
 void PreferenceDatabase::write(const std::function<Changes()>& changes) {

@@ -50,6 +50,12 @@ class PreferenceDatabase {
     /// Every key that begins with `prefix`, byte for byte, in the order of their bytes.
     QStringList keys(const QString& prefix);
 
+    /// As Preferences::visitData().
+    void visitData(const QString& prefix, const Preferences::Visitor& visitor);
+
+    /// The length of those values together, without the keys in `others`.
+    std::int64_t dataSize(const QString& prefix, const Changes& others);
+
     /// Writes all changes as one transaction, or none of them. `changes` is called once the lock is
     /// held, so that what it answers cannot be older than what another connection wrote.
     void write(const std::function<Changes()>& changes);
@@ -59,6 +65,8 @@ class PreferenceDatabase {
 
   private:
     void layOut();
+    void visitRows(const char* query, const QString& prefix,
+                   const std::function<void(const QString& key, SQLite::Statement& row)>& visitor);
     int version();
 
     const bool hadLog_; ///< before the connection made one

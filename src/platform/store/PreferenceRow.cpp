@@ -73,9 +73,9 @@ void PreferenceRow::bind(SQLite::Statement& statement, int index, const Value& v
 }
 
 std::optional<Value> PreferenceRow::read(const SQLite::Column& type, const SQLite::Column& value) {
+    if (const auto bytes = data(type, value))
+        return bytes->toByteArray();
     const std::string name = type.getString();
-    if (name == "data" && (value.isBlob() || value.isText()))
-        return bytesOf(value);
     if (name == "string" && value.isText())
         return QString::fromUtf8(bytesOf(value));
     if (name == "strings" && value.isText())
@@ -87,6 +87,13 @@ std::optional<Value> PreferenceRow::read(const SQLite::Column& type, const SQLit
     if (name == "double" && (value.isFloat() || value.isInteger()))
         return value.getDouble();
     return {};
+}
+
+std::optional<QByteArrayView> PreferenceRow::data(const SQLite::Column& type,
+                                                  const SQLite::Column& value) {
+    if (type.getString() != "data" || !(value.isBlob() || value.isText()))
+        return {};
+    return QByteArrayView(static_cast<const char*>(value.getBlob()), value.getBytes());
 }
 
 } // namespace ambrel

@@ -19,6 +19,10 @@ struct PreferenceRow {
     /// Absent when type and value do not go together.
     static std::optional<Preferences::Value> read(const SQLite::Column& type,
                                                   const SQLite::Column& value);
+
+    /// The value of a data row, until the next step of its statement.
+    static std::optional<QByteArrayView> data(const SQLite::Column& type,
+                                              const SQLite::Column& value);
 };
 
 } // namespace ambrel

@@ -63,13 +63,7 @@ class Preferences::Impl {
     }
 
     QStringList keys(const QString& prefix) {
-        Changes kept;
-        {
-            const std::lock_guard lock(mutex_);
-            for (auto at = kept_.lower_bound(prefix);
-                 at != kept_.end() && at->first.startsWith(prefix); ++at)
-                kept.emplace(at->first, at->second.value);
-        }
+        const Changes kept = keptValues(prefix);
         QStringList found;
         perform([&](PreferenceDatabase& database) { found = database.keys(prefix); });
         found.removeIf([&](const QString& key) { return kept.contains(key); });
@@ -78,6 +72,30 @@ class Preferences::Impl {
                 found << key;
         }
         return found;
+    }
+
+    void visitData(const QString& prefix, const Visitor& visitor) {
+        const Changes kept = keptValues(prefix);
+        const auto visitStored = [&](const QString& key, QByteArrayView data) {
+            if (!kept.contains(key))
+                visitor(key, data);
+        };
+        perform([&](PreferenceDatabase& database) { database.visitData(prefix, visitStored); });
+        for (const auto& [key, value] : kept) {
+            if (value && std::holds_alternative<QByteArray>(*value))
+                visitor(key, std::get<QByteArray>(*value));
+        }
+    }
+
+    std::int64_t dataSize(const QString& prefix) {
+        const Changes kept = keptValues(prefix);
+        std::int64_t size = 0;
+        perform([&](PreferenceDatabase& database) { size = database.dataSize(prefix, kept); });
+        for (const auto& [key, value] : kept) {
+            if (value && std::holds_alternative<QByteArray>(*value))
+                size += std::get<QByteArray>(*value).size();
+        }
+        return size;
     }
 
     void write(const Changes& changes) {
@@ -102,6 +120,15 @@ class Preferences::Impl {
         std::optional<Value> value; ///< absent: to be removed
         std::uint64_t number;       ///< of the write
     };
+
+    Changes keptValues(const QString& prefix) {
+        Changes kept;
+        const std::lock_guard lock(mutex_);
+        for (auto at = kept_.lower_bound(prefix); at != kept_.end() && at->first.startsWith(prefix);
+             ++at)
+            kept.emplace(at->first, at->second.value);
+        return kept;
+    }
 
     bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
@@ -276,9 +303,14 @@ void Preferences::set(const QString& key, const Value& value) {
 }
 
 void Preferences::remove(const QString& key) {
-    Changes change;
-    change.emplace(key, std::nullopt);
-    impl_->write(change);
+    remove(QStringList(key));
+}
+
+void Preferences::remove(const QStringList& keys) {
+    Changes removals;
+    for (const QString& key : keys)
+        removals.emplace(key, std::nullopt);
+    impl_->write(removals);
 }
 
 QStringList Preferences::keys(const QString& prefix) const {
@@ -286,10 +318,15 @@ QStringList Preferences::keys(const QString& prefix) const {
 }
 
 void Preferences::removeAll(const QString& prefix) {
-    Changes removals;
-    for (const QString& key : impl_->keys(prefix))
-        removals.emplace(key, std::nullopt);
-    impl_->write(removals);
+    remove(impl_->keys(prefix));
+}
+
+void Preferences::visitData(const QString& prefix, const Visitor& visitor) const {
+    impl_->visitData(prefix, visitor);
+}
+
+std::int64_t Preferences::dataSize(const QString& prefix) const {
+    return impl_->dataSize(prefix);
 }
 
 } // namespace ambrel

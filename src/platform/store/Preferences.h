@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <variant>
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 #include <QStringList>
 
@@ -53,11 +55,23 @@ class Preferences {
     void set(const QString& key, const Value& value);
     void remove(const QString& key);
 
+    /// Removes all of them as one change.
+    void remove(const QStringList& keys);
+
     /// Every key that begins with `prefix` (case-sensitive), as it stands now.
     QStringList keys(const QString& prefix = {}) const;
 
     /// Removes those keys as one change.
     void removeAll(const QString& prefix);
+
+    /// Shows every data value whose key begins with `prefix`, one after the other and without a
+    /// copy: the view lasts for the call, which must not use the store. Starts again from the first
+    /// when it comes upon damage, so a key may be shown twice.
+    using Visitor = std::function<void(const QString& key, QByteArrayView data)>;
+    void visitData(const QString& prefix, const Visitor& visitor) const;
+
+    /// The length of those values together, in bytes. Does not read them.
+    std::int64_t dataSize(const QString& prefix) const;
 
   private:
     class Impl;

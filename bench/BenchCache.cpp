@@ -1,0 +1,169 @@
+// What 10,000 cached waveforms (110 MB) cost beside none or one: start, lookup, storing with its
+// eviction off the main thread, and what the main thread's own writes wait for meanwhile.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <future>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "platform/store/Preferences.h"
+#include "waveform/WaveformCache.h"
+#include "waveform/WaveformCacheEntry.h"
+
+using namespace ambrel;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int kRecords = 10'000;
+constexpr std::int64_t kPeaks = 2'005; ///< of a usual recording
+
+double milliseconds(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+double median(int times, const std::function<void()>& work) {
+    std::vector<double> all;
+    for (int i = 0; i < times; ++i)
+        all.push_back(milliseconds(work));
+    std::ranges::nth_element(all, all.begin() + times / 2);
+    return all[std::size_t(times / 2)];
+}
+
+std::vector<float> somePeaks() {
+    static std::mt19937 random(1);
+    std::vector<float> peaks(kPeaks);
+    std::ranges::generate(peaks, [] { return float(random()) / float(random.max()); });
+    return peaks;
+}
+
+/// A store with its cache, as the program has them.
+struct Store {
+    explicit Store(const std::filesystem::path& path) : preferences(path), cache(preferences) {}
+
+    Preferences preferences;
+    WaveformCache cache;
+};
+
+class Bench {
+  public:
+    int run() {
+        fill("one", 1);
+        fill("many", kRecords);
+        start();
+        lookup();
+        storing();
+        settingsWindow();
+        return 0;
+    }
+
+  private:
+    std::filesystem::path pathOf(const char* name) const {
+        return folder_.filePath(QLatin1String(name)).toStdString();
+    }
+
+    QUrl fileNumber(int number) const {
+        const QString path = folder_.filePath(QStringLiteral("take %1.flac").arg(number));
+        QFile file(path);
+        if (!file.exists() && file.open(QFile::WriteOnly))
+            file.write("a recording");
+        return QUrl::fromLocalFile(path);
+    }
+
+    void fill(const char* name, int count) const {
+        Store store(pathOf(name));
+        store.cache.setMaxTotalBytes({});
+        store.cache.set(somePeaks(), fileNumber(0));
+        const QString key = store.cache.entryKeys().constFirst();
+        auto entry = *WaveformCacheEntry::decoded(*store.preferences.data(key));
+        for (int number = 1; number < count; ++number) {
+            const auto peaks = somePeaks();
+            entry.samplesData = QByteArray(reinterpret_cast<const char*>(peaks.data()),
+                                           qsizetype(peaks.size() * sizeof(float)));
+            store.preferences.set(QStringLiteral("waveformCache.") + fileNumber(number).path(),
+                                  *entry.encoded());
+        }
+    }
+
+    void start() const {
+        const double empty = median(31, [this] { Store store(pathOf("empty")); });
+        const double full = median(31, [this] { Store store(pathOf("many")); });
+        std::printf("start            %8.2f ms, empty %.2f ms\n", full, empty);
+    }
+
+    void lookup() const {
+        Store one(pathOf("one"));
+        Store many(pathOf("many"));
+        const QUrl file = fileNumber(0);
+        std::mt19937 random(2);
+        std::async(std::launch::async, [&] {
+            const auto get = [&](Store& store, const QUrl& wanted) {
+                if (!store.cache.get(wanted))
+                    std::puts("a miss");
+            };
+            const double alone = median(501, [&] { get(one, file); });
+            const double same = median(501, [&] { get(many, file); });
+            const double any =
+                median(501, [&] { get(many, fileNumber(int(random() % kRecords))); });
+            std::printf("get              %8.3f ms, any file %.3f ms, of one record %.3f ms\n",
+                        same, any, alone);
+        }).get();
+    }
+
+    /// Runs `work` on another thread, while this one saves settings all the time.
+    static void besideTheMainThread(const char* name, Store& store,
+                                    const std::function<void()>& work) {
+        auto time = std::async(std::launch::async, [&] { return milliseconds(work); });
+        double longest = 0;
+        int kept = 0;
+        while (time.wait_for(1ms) != std::future_status::ready) {
+            longest = std::max(longest, milliseconds([&] {
+                                   store.preferences.set(QStringLiteral("settings./a"),
+                                                         std::int64_t(++kept));
+                               }));
+        }
+        std::printf("%-16s %8.1f ms, longest of %d writes on the main thread meanwhile %.1f ms\n",
+                    name, time.get(), kept, longest);
+    }
+
+    void storing() const {
+        Store store(pathOf("many"));
+        store.cache.setMaxTotalBytes(kRecords * kPeaks * 4);
+        int number = kRecords;
+        for (const char* name : {"set, the first", "set", "set", "set"})
+            besideTheMainThread(name, store,
+                                [&] { store.cache.set(somePeaks(), fileNumber(number++)); });
+        store.cache.setMaxTotalBytes(kRecords * kPeaks * 4 / 2);
+        besideTheMainThread("set, half goes", store,
+                            [&] { store.cache.set(somePeaks(), fileNumber(number++)); });
+        std::printf("records left     %8lld\n",
+                    static_cast<long long>(store.cache.entryKeys().size()));
+    }
+
+    void settingsWindow() const {
+        Store store(pathOf("many"));
+        const double count = median(11, [&] { store.cache.entryKeys(); });
+        const double size = median(11, [&] { store.cache.totalBytes(); });
+        const double clear = milliseconds([&] { store.cache.clearAll(); });
+        std::printf("half of them     entryKeys %.1f ms, totalBytes %.1f ms, clearAll %.1f ms\n",
+                    count, size, clear);
+    }
+
+    QTemporaryDir folder_;
+};
+
+} // namespace
+
+int main() {
+    return Bench().run();
+}
