@@ -63,6 +63,8 @@ RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles
         QStringLiteral("P&itch"),
         {{QStringLiteral("Pitch Up 1 Cent"), Qt::CTRL | Qt::Key_Up, notifications::pitchUp},
          {QStringLiteral("Pitch Down 1 Cent"), Qt::CTRL | Qt::Key_Down, notifications::pitchDown}});
+    addMenu(QStringLiteral("&Help"),
+            {{QStringLiteral("Ambrel Help"), QKeySequence(), notifications::showHelp}});
     return openRecent;
 }
 

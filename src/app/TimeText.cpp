@@ -1,14 +1,17 @@
 #include "app/TimeText.h"
 
 #include <algorithm>
-#include <cstdint>
 
 namespace ambrel {
 
-QString timeText(double seconds, int minuteDigits) {
+std::int64_t wholeMilliseconds(double seconds) {
     // Any larger number of milliseconds no longer fits the integer.
     constexpr double largest = 9e18;
-    const auto total = std::int64_t(std::min(std::max(0.0, seconds * 1000), largest));
+    return std::int64_t(std::min(std::max(0.0, seconds * 1000), largest));
+}
+
+QString timeText(double seconds, int minuteDigits) {
+    const std::int64_t total = wholeMilliseconds(seconds);
     const QChar zero = u'0';
     return QStringLiteral("%1:%2.%3")
         .arg(total / 60000, minuteDigits, 10, zero)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include <QString>
 
 namespace ambrel {
@@ -9,5 +11,8 @@ namespace ambrel {
 /// Milliseconds are truncated and minutes never fold into hours. What is no time (negative, not a
 /// number) reads as zero.
 QString timeText(double seconds, int minuteDigits = 1);
+
+/// The time in whole milliseconds, truncated, and zero for what is no time.
+std::int64_t wholeMilliseconds(double seconds);
 
 } // namespace ambrel

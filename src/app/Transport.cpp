@@ -1,8 +1,7 @@
 #include "app/Transport.h"
 
-#include <algorithm>
-
 #include "app/AppState.h"
+#include "app/TypedNumber.h"
 #include "audio/AudioEngine.h"
 
 namespace ambrel::transport {
@@ -12,24 +11,6 @@ constexpr double kLowestSpeed = 5;     // percent
 constexpr double kHighestSpeed = 300;  // percent
 constexpr double kLowestPitch = -1200; // cents
 constexpr double kHighestPitch = 1200; // cents
-
-void pushSpeed(const AppState& state, AudioEngine& engine) {
-    engine.setRate(static_cast<float>(state.speed() / 100));
-}
-
-void pushPitch(const AppState& state, AudioEngine& engine) {
-    engine.setPitch(static_cast<float>(state.pitch()));
-}
-
-void stepSpeed(AppState& state, AudioEngine& engine, double step) {
-    state.setSpeed(std::clamp(state.speed() + step, kLowestSpeed, kHighestSpeed));
-    pushSpeed(state, engine);
-}
-
-void stepPitch(AppState& state, AudioEngine& engine, double step) {
-    state.setPitch(std::clamp(state.pitch() + step, kLowestPitch, kHighestPitch));
-    pushPitch(state, engine);
-}
 
 } // namespace
 
@@ -68,20 +49,38 @@ void restartRegion(AppState& state, AudioEngine& engine) {
     engine.play(state.regionStart(), state.regionEnd());
 }
 
+void pushSpeed(const AppState& state, AudioEngine& engine) {
+    engine.setRate(static_cast<float>(state.speed() / 100));
+}
+
+void pushPitch(const AppState& state, AudioEngine& engine) {
+    engine.setPitch(static_cast<float>(state.pitch()));
+}
+
+void setSpeed(AppState& state, AudioEngine& engine, double percent) {
+    state.setSpeed(clampedNumber(percent, kLowestSpeed, kHighestSpeed));
+    pushSpeed(state, engine);
+}
+
+void setPitch(AppState& state, AudioEngine& engine, double cents) {
+    state.setPitch(clampedNumber(cents, kLowestPitch, kHighestPitch));
+    pushPitch(state, engine);
+}
+
 void decreaseSpeed(AppState& state, AudioEngine& engine) {
-    stepSpeed(state, engine, -state.speedStep());
+    setSpeed(state, engine, state.speed() - state.speedStep());
 }
 
 void increaseSpeed(AppState& state, AudioEngine& engine) {
-    stepSpeed(state, engine, state.speedStep());
+    setSpeed(state, engine, state.speed() + state.speedStep());
 }
 
 void pitchDown(AppState& state, AudioEngine& engine) {
-    stepPitch(state, engine, -1);
+    setPitch(state, engine, state.pitch() - 1);
 }
 
 void pitchUp(AppState& state, AudioEngine& engine) {
-    stepPitch(state, engine, 1);
+    setPitch(state, engine, state.pitch() + 1);
 }
 
 void pushSettings(const AppState& state, AudioEngine& engine) {

@@ -21,10 +21,19 @@ void toggleLoop(AppState& state, AudioEngine& engine);
 /// Plays the region as it now is; isPlaying stays as it is.
 void restartRegion(AppState& state, AudioEngine& engine);
 
+/// Kept within 5 to 300 %; 300 for what is not a number.
+void setSpeed(AppState& state, AudioEngine& engine, double percent);
+/// Kept within ±1200 cents; 1200 for what is not a number.
+void setPitch(AppState& state, AudioEngine& engine, double cents);
+
 void decreaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, down to 5 %
 void increaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, up to 300 %
 void pitchDown(AppState& state, AudioEngine& engine);     ///< by 1 cent, down to −1200
 void pitchUp(AppState& state, AudioEngine& engine);       ///< by 1 cent, up to 1200
+
+/// Hands the value of the model to the engine again.
+void pushSpeed(const AppState& state, AudioEngine& engine);
+void pushPitch(const AppState& state, AudioEngine& engine);
 
 /// Pushes speed, pitch and equaliser of the model into the engine.
 void pushSettings(const AppState& state, AudioEngine& engine);

@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QPainter>
+#include <QStyle>
 
 #include "ui/Theme.h"
 
@@ -22,6 +23,13 @@ void paintButtonFace(QPainter& painter, const QAbstractButton& button, double ra
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(face, radius, radius);
     }
+}
+
+void makeRepeating(QAbstractButton& button) {
+    const QStyle* style = button.style();
+    button.setAutoRepeat(true);
+    button.setAutoRepeatDelay(style->styleHint(QStyle::SH_SpinBox_ClickAutoRepeatThreshold));
+    button.setAutoRepeatInterval(style->styleHint(QStyle::SH_SpinBox_ClickAutoRepeatRate));
 }
 
 } // namespace ambrel

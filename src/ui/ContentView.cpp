@@ -10,6 +10,7 @@
 #include "ui/Divider.h"
 #include "ui/ErrorAlert.h"
 #include "ui/HeaderBar.h"
+#include "ui/HelpSheet.h"
 #include "ui/LoadingScreen.h"
 #include "ui/OpenPanel.h"
 #include "ui/SheetBlocker.h"
@@ -39,7 +40,10 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::loadingState)
             showScreen();
+        else if (field == AppState::Field::isShowingHelp)
+            showHelp();
     });
+    connect(header, &HeaderBar::helpRequested, this, [this] { state_->setIsShowingHelp(true); });
     observeNotifications(services.notifications);
 }
 
@@ -77,6 +81,7 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
             loadFile(url, true);
     });
     observe(notifications::clearRecents, [this](const QVariant&) { clearRecents(); });
+    observe(notifications::showHelp, [this](const QVariant&) { state_->setIsShowingHelp(true); });
     observeTransport(notifications::toggleLoop, transport::toggleLoop);
     observeTransport(notifications::stopReset, transport::stopAndRewind);
     observeTransport(notifications::decreaseSpeed, transport::decreaseSpeed);
@@ -122,6 +127,22 @@ void ContentView::refillRecentFiles() {
 void ContentView::clearRecents() {
     recentFiles_.clear();
     state_->setRecentFiles({});
+}
+
+void ContentView::showHelp() {
+    if (!state_->isShowingHelp()) {
+        if (helpSheet_)
+            helpSheet_->close();
+        return;
+    }
+    if (helpSheet_)
+        return helpSheet_->activateWindow();
+    helpSheet_ = new HelpSheet(this);
+    connect(helpSheet_, &HelpSheet::finished, this, [this] {
+        helpSheet_.clear();
+        state_->setIsShowingHelp(false);
+    });
+    SheetBlocker::present(helpSheet_, window());
 }
 
 void ContentView::openFile() {

@@ -16,6 +16,7 @@ namespace ambrel {
 
 class AudioEngine;
 class ErrorAlert;
+class HelpSheet;
 class LoadingScreen;
 class MainQueue;
 class OpenPanel;
@@ -62,6 +63,7 @@ class ContentView : public QWidget {
   private:
     void observeNotifications(NotificationCenter& notifications);
     void showScreen();
+    void showHelp();
     QWidget* makeScreen(const LoadingState& loading);
     void clearRecents();
     void showError(const QString& message);
@@ -75,6 +77,7 @@ class ContentView : public QWidget {
     LoadingState::Kind shownKind_ = LoadingState::Kind::idle;
     QPointer<OpenPanel> openPanel_;
     QPointer<ErrorAlert> errorAlert_;
+    QPointer<HelpSheet> helpSheet_;
     FileLoader loader_;
     std::vector<std::unique_ptr<NotificationCenter::Observation>> observations_;
 };

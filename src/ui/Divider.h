@@ -4,12 +4,12 @@
 
 namespace ambrel {
 
-/// A horizontal hairline between two areas.
+/// A hairline between two areas.
 class Divider : public QWidget {
     Q_OBJECT
 
   public:
-    explicit Divider(QWidget* parent = nullptr);
+    explicit Divider(Qt::Orientation orientation = Qt::Horizontal, QWidget* parent = nullptr);
 
   protected:
     void paintEvent(QPaintEvent* event) override;

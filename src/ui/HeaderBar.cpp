@@ -10,6 +10,7 @@
 #include "ui/MenuButton.h"
 #include "ui/PushButton.h"
 #include "ui/Spinner.h"
+#include "ui/SymbolButton.h"
 #include "ui/TextLabel.h"
 
 namespace ambrel {
@@ -29,6 +30,10 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     row_->addWidget(message_);
     row_->addWidget(fileName_);
     row_->addStretch(1);
+    auto* help = new SymbolButton(QSizeF(28, 28), 17);
+    help->setSymbol(Symbol::question, QStringLiteral("Help"));
+    row_->addWidget(help);
+    connect(help, &SymbolButton::clicked, this, &HeaderBar::helpRequested);
     for (TextLabel* status : {message_, fileName_}) {
         status->setAccessibleDescription(QStringLiteral("Status"));
         status->setElideMode(Qt::ElideMiddle);

@@ -28,6 +28,7 @@ class HeaderBar : public QWidget {
 
   Q_SIGNALS:
     void openFileRequested();
+    void helpRequested();
     void recentFilesWanted(); ///< the menu is about to show them
 
   protected:

@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include "app/PlainText.h"
+#include "ui/ButtonFace.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -26,6 +27,16 @@ PushButton::PushButton(Symbol symbol, const QString& accessibleName, QWidget* pa
     setIcon(symbolIcon(symbol));
     setAccessibleName(accessibleName);
     setToolTip(accessibleName);
+}
+
+void PushButton::setEnabledWithoutPassingFocus(bool enabled) {
+    if (!enabled && hasFocus())
+        clearFocus();
+    setEnabled(enabled);
+}
+
+void PushButton::setRepeats() {
+    makeRepeating(*this);
 }
 
 QSize PushButton::sizeHint() const {

@@ -23,6 +23,13 @@ class PushButton : public QPushButton {
                         QWidget* parent = nullptr);
     PushButton(Symbol symbol, const QString& accessibleName, QWidget* parent = nullptr);
 
+    /// Disabled, a button would pass the focus on to the next one, which Space then presses: it is
+    /// given up instead.
+    void setEnabledWithoutPassingFocus(bool enabled);
+
+    /// Acts again and again while it is held, after the desktop's usual delay.
+    void setRepeats();
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 

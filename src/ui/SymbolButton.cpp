@@ -1,5 +1,7 @@
 #include "ui/SymbolButton.h"
 
+#include <algorithm>
+
 #include <QPainter>
 
 #include "ui/ButtonFace.h"
@@ -7,8 +9,8 @@
 
 namespace ambrel {
 
-SymbolButton::SymbolButton(double edge, double symbolSize, QWidget* parent)
-    : QAbstractButton(parent), edge_(edge), symbolSize_(symbolSize) {
+SymbolButton::SymbolButton(const QSizeF& size, double symbolSize, QWidget* parent)
+    : QAbstractButton(parent), size_(size), symbolSize_(symbolSize) {
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -22,17 +24,21 @@ void SymbolButton::setSymbol(Symbol symbol, const QString& name) {
     update();
 }
 
+void SymbolButton::setColour(Theme::TextColour colour) {
+    colour_ = colour;
+    update();
+}
+
 QSize SymbolButton::sizeHint() const {
-    const int edge = Theme::length(edge_);
-    return {edge, edge};
+    return {Theme::length(size_.width()), Theme::length(size_.height())};
 }
 
 void SymbolButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    paintButtonFace(painter, *this, Theme::length(8));
+    paintButtonFace(painter, *this, std::min(Theme::length(8), height() / 4));
     const double size = Theme::length(symbolSize_);
     const QRectF box((width() - size) / 2, (height() - size) / 2, size, size);
-    paintSymbol(painter, symbol_, box, palette().color(QPalette::WindowText));
+    paintSymbol(painter, symbol_, box, Theme::textColour(palette(), colour_));
 }
 
 } // namespace ambrel

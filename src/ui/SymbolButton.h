@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 
 #include "ui/Symbols.h"
+#include "ui/Theme.h"
 
 namespace ambrel {
 
@@ -12,11 +13,12 @@ class SymbolButton : public QAbstractButton {
     Q_OBJECT
 
   public:
-    /// Lengths in points of the standard body font: the square button, and the symbol in its
-    /// middle.
-    SymbolButton(double edge, double symbolSize, QWidget* parent = nullptr);
+    /// Lengths in points of the standard body font: the button, and the symbol in its middle.
+    SymbolButton(const QSizeF& size, double symbolSize, QWidget* parent = nullptr);
 
     void setSymbol(Symbol symbol, const QString& name);
+    /// Of the symbol; primary at first.
+    void setColour(Theme::TextColour colour);
     Symbol symbol() const { return symbol_; }
 
     QSize sizeHint() const override;
@@ -25,9 +27,10 @@ class SymbolButton : public QAbstractButton {
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    double edge_;
+    QSizeF size_;
     double symbolSize_;
     Symbol symbol_ = Symbol::play;
+    Theme::TextColour colour_ = Theme::TextColour::primary;
 };
 
 } // namespace ambrel

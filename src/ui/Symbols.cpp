@@ -32,6 +32,16 @@ QString fileOf(Symbol symbol) {
         return QStringLiteral(":/symbols/waveform.svg");
     case Symbol::musicNote:
         return QStringLiteral(":/symbols/music-note.svg");
+    case Symbol::minus:
+        return QStringLiteral(":/symbols/minus.svg");
+    case Symbol::plus:
+        return QStringLiteral(":/symbols/plus.svg");
+    case Symbol::chevronUp:
+        return QStringLiteral(":/symbols/chevron-up.svg");
+    case Symbol::chevronDown:
+        return QStringLiteral(":/symbols/chevron-down.svg");
+    case Symbol::question:
+        return QStringLiteral(":/symbols/question.svg");
     }
     return {};
 }

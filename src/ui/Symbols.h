@@ -10,7 +10,19 @@ class QPainter;
 namespace ambrel {
 
 /// Our own drawings, stored as SVG files of one colour and painted in the colour of their place.
-enum class Symbol { play, pause, chevronLeft, chevronRight, waveform, musicNote };
+enum class Symbol {
+    play,
+    pause,
+    chevronLeft,
+    chevronRight,
+    waveform,
+    musicNote,
+    minus,
+    plus,
+    chevronUp,
+    chevronDown,
+    question
+};
 
 /// Paints `symbol` as large as fits into `box`, sharp at any scale of the screen.
 void paintSymbol(QPainter& painter, Symbol symbol, const QRectF& box, const QColor& colour);

@@ -16,6 +16,11 @@ TextLabel::TextLabel(const QString& text, Theme::TextStyle style, Theme::TextCol
     applyTheme();
 }
 
+void TextLabel::setColour(Theme::TextColour colour) {
+    colour_ = colour;
+    update();
+}
+
 void TextLabel::setBold(bool bold) {
     bold_ = bold;
     applyTheme();

@@ -18,6 +18,7 @@ class TextLabel : public QLabel {
     TextLabel(const QString& text, Theme::TextStyle style,
               Theme::TextColour colour = Theme::TextColour::primary, QWidget* parent = nullptr);
 
+    void setColour(Theme::TextColour colour);
     void setBold(bool bold);
     /// Digits of equal width.
     void setMonospaced(bool monospaced);

@@ -73,6 +73,8 @@ int Theme::length(double points) {
 }
 
 QColor Theme::textColour(const QPalette& palette, TextColour colour) {
+    if (colour == TextColour::accent)
+        return accent(palette);
     QColor text = palette.color(QPalette::WindowText);
     if (colour == TextColour::secondary)
         text.setAlphaF(text.alphaF() * 0.6F);

@@ -27,7 +27,7 @@ class Theme : public QObject {
         caption,
         caption2
     };
-    enum class TextColour { primary, secondary, tertiary };
+    enum class TextColour { primary, secondary, tertiary, accent };
 
     /// Ends with the QApplication.
     static Theme& shared();

@@ -15,13 +15,13 @@ namespace ambrel {
 TransportView::TransportView(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
                              QWidget* parent)
     : QWidget(parent), state_(std::move(state)), engine_(std::move(engine)),
-      button_(new SymbolButton(44, 22)), readOut_(new TextLabel(Theme::TextStyle::body)) {
+      button_(new SymbolButton(QSizeF(44, 44), 22)),
+      readOut_(new TextLabel(Theme::TextStyle::body)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(Theme::length(16));
     row->addWidget(button_, 0, Qt::AlignVCenter);
     row->addWidget(readOut_, 0, Qt::AlignVCenter);
-    row->addStretch();
     readOut_->setMonospaced(true);
     readOut_->setAccessibleDescription(QStringLiteral("Position"));
 

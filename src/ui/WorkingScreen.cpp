@@ -4,9 +4,15 @@
 #include <QVBoxLayout>
 
 #include "ui/Divider.h"
+#include "ui/EQView.h"
+#include "ui/LoopControl.h"
+#include "ui/PitchControl.h"
+#include "ui/RegionControls.h"
+#include "ui/SpeedControl.h"
 #include "ui/Theme.h"
 #include "ui/TransportView.h"
 #include "ui/WaveformSection.h"
+#include "ui/WrappingRow.h"
 
 namespace ambrel {
 
@@ -15,7 +21,17 @@ WorkingScreen::WorkingScreen(const std::shared_ptr<AppState>& state,
     : QWidget(parent) {
     auto* column = new QWidget;
     panels_ = new QVBoxLayout(column);
-    panels_->addWidget(new TransportView(state, engine));
+    panels_->addWidget(
+        new WrappingRow(16, {new RegionControls(state, engine), new TransportView(state, engine)}));
+    panels_->addWidget(new Divider);
+    auto* speedAndPitch = new ControlRow(12);
+    speedAndPitch->add(new SpeedControl(state, engine), 1);
+    speedAndPitch->add(new PitchControl(state, engine), 1);
+    panels_->addWidget(speedAndPitch);
+    panels_->addWidget(new Divider);
+    panels_->addWidget(new EQView(state, engine));
+    panels_->addWidget(new Divider);
+    panels_->addWidget(new LoopControl(state));
     panels_->addStretch();
 
     auto* scroller = new QScrollArea;

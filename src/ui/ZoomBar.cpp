@@ -22,13 +22,6 @@ PushButton* makeSignButton(const QString& sign, const QString& name) {
     return button;
 }
 
-void enable(PushButton* button, bool enabled) {
-    // Disabled, it would pass the focus on to the next button, which Space then presses.
-    if (!enabled && button->hasFocus())
-        button->clearFocus();
-    button->setEnabled(enabled);
-}
-
 } // namespace
 
 ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QWidget* parent)
@@ -80,11 +73,11 @@ void ZoomBar::showState() {
     const double zoom = state_->zoomLevel();
     const bool zoomed = zoom > WaveformGeometry::minimumZoom;
     zoomText_->setText(QString::number(zoom, 'f', 1) + u'x');
-    enable(panLeft_, zoomed && state_->panOffset() > 0);
-    enable(panRight_, zoomed);
-    enable(zoomOut_, zoomed);
-    enable(zoomIn_, !(zoom >= WaveformGeometry::maximumZoom));
-    enable(fitTrack_, zoom != WaveformGeometry::minimumZoom);
+    panLeft_->setEnabledWithoutPassingFocus(zoomed && state_->panOffset() > 0);
+    panRight_->setEnabledWithoutPassingFocus(zoomed);
+    zoomOut_->setEnabledWithoutPassingFocus(zoomed);
+    zoomIn_->setEnabledWithoutPassingFocus(!(zoom >= WaveformGeometry::maximumZoom));
+    fitTrack_->setEnabledWithoutPassingFocus(zoom != WaveformGeometry::minimumZoom);
 }
 
 } // namespace ambrel

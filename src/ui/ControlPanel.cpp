@@ -1,0 +1,76 @@
+#include "ui/ControlPanel.h"
+
+#include <QHBoxLayout>
+#include <QPainter>
+#include <QVBoxLayout>
+
+#include "ui/PushButton.h"
+#include "ui/TextLabel.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+
+ControlPanel::ControlPanel(const QString& title, double spacing, QWidget* parent)
+    : QWidget(parent), spacing_(spacing), column_(new QVBoxLayout(this)), header_(new QHBoxLayout) {
+    header_->addWidget(new TextLabel(title, Theme::TextStyle::headline), 0, Qt::AlignVCenter);
+    header_->addStretch(1);
+    column_->addLayout(header_);
+    column_->addStretch(1); // beside a higher panel the rest stays empty
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    connect(&Theme::shared(), &Theme::changed, this, &ControlPanel::applyTheme);
+    applyTheme();
+}
+
+void ControlPanel::applyTheme() {
+    const int padding = Theme::length(10);
+    column_->setContentsMargins(padding, padding, padding, padding);
+    column_->setSpacing(Theme::length(spacing_));
+    header_->setSpacing(Theme::length(8));
+}
+
+void ControlPanel::addToHeader(QWidget* widget) {
+    header_->insertWidget(1, widget, 0, Qt::AlignVCenter);
+}
+
+void ControlPanel::addReset(const QString& accessibleName) {
+    reset_ = new PushButton(QStringLiteral("Reset"));
+    reset_->setAccessibleName(accessibleName);
+    reset_->setEnabled(false);
+    header_->addWidget(reset_);
+    connect(reset_, &PushButton::clicked, this, &ControlPanel::resetRequested);
+}
+
+void ControlPanel::setResetEnabled(bool enabled) {
+    reset_->setEnabledWithoutPassingFocus(enabled);
+}
+
+void ControlPanel::addRow(QWidget* row) {
+    column_->insertWidget(column_->count() - 1, row);
+}
+
+void ControlPanel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::panelBackground(palette()));
+    const double radius = Theme::length(8);
+    painter.drawRoundedRect(rect(), radius, radius);
+}
+
+ControlRow::ControlRow(double spacing, QWidget* parent)
+    : QWidget(parent), row_(new QHBoxLayout(this)) {
+    row_->setContentsMargins(0, 0, 0, 0);
+    const auto applyTheme = [this, spacing] { row_->setSpacing(Theme::length(spacing)); };
+    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
+    applyTheme();
+}
+
+void ControlRow::add(QWidget* widget, int stretch) {
+    row_->addWidget(widget, stretch, stretch > 0 ? Qt::Alignment() : Qt::AlignVCenter);
+}
+
+void ControlRow::addStretch() {
+    row_->addStretch(1);
+}
+
+} // namespace ambrel

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QWidget>
+
+class QBoxLayout;
+
+namespace ambrel {
+
+class PushButton;
+class TextLabel;
+
+/// The look that the control panels share: a rounded rectangle with a title on the left of its
+/// header row and, where the panel has a default to go back to, "Reset" on the right.
+class ControlPanel : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// `spacing` between the rows, in points of the standard body font.
+    ControlPanel(const QString& title, double spacing, QWidget* parent = nullptr);
+
+    /// Into the header row, after the title.
+    void addToHeader(QWidget* widget);
+
+    /// The button, for whoever says when it is enabled and what it does; disabled at first.
+    void addReset(const QString& accessibleName);
+    void setResetEnabled(bool enabled);
+
+    void addRow(QWidget* row);
+
+  Q_SIGNALS:
+    void resetRequested();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    void applyTheme();
+
+    double spacing_;
+    QBoxLayout* column_;
+    QBoxLayout* header_;
+    PushButton* reset_ = nullptr;
+};
+
+/// A horizontal row of widgets: at their natural sizes and centred vertically, or, with a stretch,
+/// sharing what room there is;
+/// `spacing` points apart.
+class ControlRow : public QWidget {
+    Q_OBJECT
+
+  public:
+    explicit ControlRow(double spacing, QWidget* parent = nullptr);
+
+    void add(QWidget* widget, int stretch = 0);
+    void addStretch();
+
+  private:
+    QBoxLayout* row_;
+};
+
+} // namespace ambrel

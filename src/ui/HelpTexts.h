@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include <QString>
+#include <QStringList>
+
+namespace ambrel {
+
+/// The user guide of the help sheet, all of it.
+struct HelpSection {
+    QString title;
+    QStringList lines;
+};
+
+struct HelpShortcut {
+    QString keys;
+    QString description;
+};
+
+const std::vector<HelpSection>& helpSections();
+const std::vector<HelpShortcut>& helpShortcuts();
+
+} // namespace ambrel

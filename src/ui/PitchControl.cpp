@@ -1,0 +1,81 @@
+#include "ui/PitchControl.h"
+
+#include <utility>
+
+#include "app/Transport.h"
+#include "app/TypedNumber.h"
+#include "audio/AudioEngine.h"
+#include "ui/NumberField.h"
+#include "ui/PushButton.h"
+#include "ui/TextLabel.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+namespace {
+
+QString pitchText(double cents) {
+    const QString text = wholePart(cents);
+    return cents >= 1 ? QLatin1Char('+') + text : text;
+}
+
+} // namespace
+
+PitchControl::PitchControl(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                           QWidget* parent)
+    : ControlPanel(QStringLiteral("Pitch"), 6, parent), state_(std::move(state)),
+      engine_(std::move(engine)) {
+    addReset(QStringLiteral("Reset pitch"));
+    addRow(makeValueRow());
+    addRow(new TextLabel(QStringLiteral("cents  (±1200, 100 = 1 semitone)"),
+                         Theme::TextStyle::caption, Theme::TextColour::secondary));
+    connect(this, &ControlPanel::resetRequested, this,
+            [this] { transport::setPitch(*state_, *engine_, 0); });
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::pitch)
+            showPitch();
+    });
+    showPitch();
+}
+
+QWidget* PitchControl::makeValueRow() {
+    pitch_ = new NumberField(
+        QStringLiteral("Pitch"), 72, Theme::TextStyle::body,
+        {.text = [this] { return pitchText(state_->pitch()); },
+         .commit = [this](const QString& text,
+                          bool isTyped) { commit(trimmedBlanks(text), isTyped); },
+         .begin = [this] { anchor_ = state_->pitch(); },
+         .step =
+             [this](int direction) {
+                 (direction > 0 ? transport::pitchUp : transport::pitchDown)(*state_, *engine_);
+             }});
+    auto* lower = new PushButton(Symbol::minus, QStringLiteral("Lower pitch"));
+    auto* raise = new PushButton(Symbol::plus, QStringLiteral("Raise pitch"));
+    lower->setRepeats();
+    raise->setRepeats();
+    connect(lower, &PushButton::clicked, this, [this] { transport::pitchDown(*state_, *engine_); });
+    connect(raise, &PushButton::clicked, this, [this] { transport::pitchUp(*state_, *engine_); });
+    auto* row = new ControlRow(6);
+    row->add(lower);
+    row->add(pitch_);
+    row->add(raise);
+    row->addStretch();
+    return row;
+}
+
+/// The field's own text has a sign too, which is no change then.
+void PitchControl::commit(const QString& text, bool isTyped) {
+    auto pitch = isTyped ? typedChange(text, anchor_) : std::nullopt;
+    if (!pitch)
+        pitch = typedNumber(text);
+    if (pitch)
+        transport::setPitch(*state_, *engine_, *pitch);
+    else
+        transport::pushPitch(*state_, *engine_);
+}
+
+void PitchControl::showPitch() {
+    pitch_->refresh();
+    setResetEnabled(state_->pitch() != 0);
+}
+
+} // namespace ambrel

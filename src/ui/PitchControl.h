@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+#include "app/AppState.h"
+#include "ui/ControlPanel.h"
+
+namespace ambrel {
+
+class AudioEngine;
+class NumberField;
+
+/// The transposition in cents: typed, or stepped by one cent.
+class PitchControl : public ControlPanel {
+    Q_OBJECT
+
+  public:
+    PitchControl(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                 QWidget* parent = nullptr);
+
+  private:
+    QWidget* makeValueRow();
+    void commit(const QString& text, bool isTyped);
+    void showPitch();
+
+    std::shared_ptr<AppState> state_;
+    std::shared_ptr<AudioEngine> engine_;
+    double anchor_ = 0; ///< the pitch when typing began, cents
+    NumberField* pitch_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,147 @@
+#include "ui/SpeedControl.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "app/Transport.h"
+#include "app/TypedNumber.h"
+#include "audio/AudioEngine.h"
+#include "ui/NumberField.h"
+#include "ui/Picker.h"
+#include "ui/PushButton.h"
+#include "ui/TextLabel.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+namespace {
+
+constexpr double kNormalSpeed = 100; // percent
+constexpr std::array<double, 5> kStepPresets = {1, 2, 5, 10, 25};
+constexpr int kCustom = kStepPresets.size(); // after the presets
+
+/// The place in the picker of a step that is a preset; that of "Custom" otherwise.
+int placeOf(double step) {
+    return int(std::ranges::find(kStepPresets, step) - kStepPresets.begin());
+}
+
+/// The shortest text that reads back as the step, always with a fractional part.
+QString stepText(double step) {
+    QString text = QString::number(step, 'f', QLocale::FloatingPointShortest);
+    if (!text.contains(QLatin1Char('.')))
+        text += QStringLiteral(".0");
+    return text;
+}
+
+} // namespace
+
+SpeedControl::SpeedControl(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                           QWidget* parent)
+    : ControlPanel(QStringLiteral("Speed"), 6, parent), state_(std::move(state)),
+      engine_(std::move(engine)) {
+    addReset(QStringLiteral("Reset speed"));
+    addRow(makeValueRow());
+    addRow(makeStepRow());
+    connect(this, &ControlPanel::resetRequested, this,
+            [this] { transport::setSpeed(*state_, *engine_, kNormalSpeed); });
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::speed)
+            showSpeed();
+        else if (field == AppState::Field::speedStep)
+            showStep();
+    });
+    showSpeed();
+    showStep();
+}
+
+QWidget* SpeedControl::makeValueRow() {
+    speed_ = new NumberField(
+        QStringLiteral("Speed"), 64, Theme::TextStyle::body,
+        {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
+         .commit = [this](const QString& text, bool) { commitSpeed(trimmedBlanks(text)); },
+         .begin = [this] { anchor_ = state_->speed(); },
+         .step =
+             [this](int direction) {
+                 (direction > 0 ? transport::increaseSpeed : transport::decreaseSpeed)(*state_,
+                                                                                       *engine_);
+             }});
+    auto* slower = new PushButton(Symbol::minus, QStringLiteral("Decrease speed"));
+    auto* faster = new PushButton(Symbol::plus, QStringLiteral("Increase speed"));
+    slower->setRepeats();
+    faster->setRepeats();
+    connect(slower, &PushButton::clicked, this,
+            [this] { transport::decreaseSpeed(*state_, *engine_); });
+    connect(faster, &PushButton::clicked, this,
+            [this] { transport::increaseSpeed(*state_, *engine_); });
+    auto* row = new ControlRow(6);
+    row->add(slower);
+    row->add(speed_);
+    row->add(faster);
+    row->addStretch();
+    return row;
+}
+
+QWidget* SpeedControl::makeStepRow() {
+    step_ = new Picker(QStringLiteral("Speed step"));
+    for (const double preset : kStepPresets)
+        step_->addItem(QStringLiteral("%1%").arg(preset));
+    step_->addItem(QStringLiteral("Custom"));
+    connect(step_, &QComboBox::activated, this, &SpeedControl::chooseStep);
+    customStep_ = new NumberField(
+        QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
+        {.text = [this] { return stepText(state_->speedStep()); },
+         .commit = [this](const QString& text, bool isTyped) { commitCustomStep(text, isTyped); },
+         .begin = {},
+         .step = {}});
+    auto* row = new ControlRow(6);
+    row->add(new TextLabel(QStringLiteral("Step:"), Theme::TextStyle::caption));
+    row->add(step_);
+    row->add(customStep_);
+    row->addStretch();
+    const auto applyTheme = [this] { step_->setFixedWidth(Theme::length(80)); };
+    connect(&Theme::shared(), &Theme::changed, step_, applyTheme);
+    applyTheme();
+    return row;
+}
+
+void SpeedControl::commitSpeed(const QString& typed) {
+    auto speed = typedChange(typed, anchor_);
+    if (!speed)
+        speed = typedNumber(QString(typed).remove(QLatin1Char('%')));
+    if (speed)
+        transport::setSpeed(*state_, *engine_, *speed);
+    else
+        transport::pushSpeed(*state_, *engine_);
+}
+
+void SpeedControl::commitCustomStep(const QString& text, bool isTyped) {
+    const auto step = isTyped ? typedNumber(text) : std::nullopt;
+    if (!step || !(*step > 0 && *step <= 100))
+        return;
+    isCustomChosen_ = false;
+    state_->setSpeedStep(*step);
+}
+
+void SpeedControl::chooseStep(int index) {
+    isCustomChosen_ = index == kCustom;
+    if (isCustomChosen_) {
+        showStep();
+        customStep_->editSelected();
+    } else {
+        state_->setSpeedStep(kStepPresets.at(std::size_t(index)));
+    }
+}
+
+void SpeedControl::showSpeed() {
+    speed_->refresh();
+    setResetEnabled(state_->speed() != kNormalSpeed);
+}
+
+void SpeedControl::showStep() {
+    const int place = isCustomChosen_ ? kCustom : placeOf(state_->speedStep());
+    step_->setCurrentIndex(place);
+    customStep_->refresh();
+    customStep_->setVisible(place == kCustom);
+}
+
+} // namespace ambrel

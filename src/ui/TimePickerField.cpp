@@ -1,0 +1,75 @@
+#include "ui/TimePickerField.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <QVBoxLayout>
+
+#include "app/TypedNumber.h"
+#include "ui/ButtonFace.h"
+#include "ui/NumberField.h"
+#include "ui/SymbolButton.h"
+
+namespace ambrel {
+namespace {
+
+constexpr double kWidth = 42;      // points
+constexpr double kStepHeight = 18; // points
+constexpr double kStepSymbol = 10; // points
+
+} // namespace
+
+TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWidget* parent)
+    : QWidget(parent), value_(std::move(value)),
+      field_(new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
+                             {.text = [this] { return valueText(); },
+                              .commit = [this](const QString& text, bool) { commit(text); },
+                              .begin = {},
+                              .step = [this](int direction) { step(direction); },
+                              .keepsFocusOnReturn = true})) {
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makeStepButton(accessibleName + QStringLiteral(" up"), 1), 0,
+                      Qt::AlignHCenter);
+    column->addWidget(field_, 0, Qt::AlignHCenter);
+    column->addWidget(makeStepButton(accessibleName + QStringLiteral(" down"), -1), 0,
+                      Qt::AlignHCenter);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+SymbolButton* TimePickerField::makeStepButton(const QString& name, int direction) {
+    auto* button = new SymbolButton(QSizeF(kWidth, kStepHeight), kStepSymbol);
+    button->setColour(Theme::TextColour::secondary);
+    button->setSymbol(direction > 0 ? Symbol::chevronUp : Symbol::chevronDown, name);
+    makeRepeating(*button);
+    connect(button, &SymbolButton::clicked, this, [this, direction] { step(direction); });
+    return button;
+}
+
+void TimePickerField::refresh() {
+    field_->refresh();
+}
+
+QString TimePickerField::valueText() const {
+    const int digits = value_.highest < 100 ? 2 : 3;
+    return QStringLiteral("%1").arg(value_.get(), digits, 10, QLatin1Char('0'));
+}
+
+void TimePickerField::commit(const QString& text) {
+    if (const auto number = typedWholeNumber(text))
+        value_.set(std::clamp(*number, value_.lowest, value_.highest));
+    if (value_.committed)
+        value_.committed();
+}
+
+void TimePickerField::step(int direction) {
+    // Without a sum that could overflow: what is stored may be any number.
+    const std::int64_t value = std::clamp(value_.get(), value_.lowest, value_.highest);
+    value_.set(std::clamp(value + direction, value_.lowest, value_.highest));
+    field_->refresh();
+    if (value_.committed)
+        value_.committed();
+}
+
+} // namespace ambrel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include <QWidget>
+
+namespace ambrel {
+
+class NumberField;
+class SymbolButton;
+
+/// A whole number between bounds, with a button above it that adds one and a button below that
+/// takes one away. Shown with leading zeros: two digits when the upper bound has two, otherwise
+/// three.
+class TimePickerField : public QWidget {
+    Q_OBJECT
+
+  public:
+    struct Value {
+        std::function<std::int64_t()> get;
+        std::function<void(std::int64_t)> set;
+        std::int64_t lowest = 0;
+        std::int64_t highest = 999;
+        /// After every change made here, and after every commit. May be empty.
+        std::function<void()> committed;
+    };
+
+    TimePickerField(const QString& accessibleName, Value value, QWidget* parent = nullptr);
+
+    /// Shows the value as it is now, unless it is being typed.
+    void refresh();
+
+  private:
+    SymbolButton* makeStepButton(const QString& name, int direction);
+    QString valueText() const;
+    void commit(const QString& text);
+    void step(int direction);
+
+    Value value_;
+    NumberField* field_;
+};
+
+} // namespace ambrel
