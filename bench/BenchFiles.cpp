@@ -1,6 +1,6 @@
 // Opening a file, and the peaks of an hour of sound against ffmpeg decoding it in the same run.
 //
-// AMBREL_BENCH_FILES names the files, separated by ":"; without it an hour of tones is encoded as
+// AMBREL_BENCH_FILES names the files, separated by ":"; without it an hour of noise is encoded as
 // WAV, FLAC and MP3 first.
 
 #include <atomic>
@@ -35,9 +35,8 @@ QStringList makeHours(const QString& folder) {
          {QStringLiteral("hour.wav"), QStringLiteral("hour.flac"), QStringLiteral("hour.mp3")}) {
         files << folder + QLatin1Char('/') + name;
         runFfmpeg({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                   QStringLiteral("aevalsrc=0.4*sin(330*t*(1+floor(mod(4*t\\,8))/8))|"
-                                  "0.3*sin(220*t)+0.02*random(0):s=44100:d=3600"),
-                   QStringLiteral("-c:a"),
+                   QStringLiteral("anoisesrc=color=pink:sample_rate=44100:duration=3600"),
+                   QStringLiteral("-ac"), QStringLiteral("2"), QStringLiteral("-c:a"),
                    name.endsWith(QLatin1String("wav"))    ? QStringLiteral("pcm_s16le")
                    : name.endsWith(QLatin1String("flac")) ? QStringLiteral("flac")
                                                           : QStringLiteral("libmp3lame"),

@@ -68,20 +68,6 @@ Sound MediaMaker::phrase(double seconds, int sampleRate, int channels) {
     return sound;
 }
 
-Sound MediaMaker::tone(double hertz, double seconds, int sampleRate, int channels,
-                       float amplitude) {
-    Sound sound{sampleRate, channels, {}};
-    const auto frames = static_cast<std::size_t>(std::llround(seconds * sampleRate));
-    sound.samples.reserve(frames * static_cast<std::size_t>(channels));
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        const double turns = hertz * static_cast<double>(frame) / sampleRate;
-        const auto value = static_cast<float>(std::sin(2.0 * std::numbers::pi * turns));
-        sound.samples.insert(sound.samples.end(), static_cast<std::size_t>(channels),
-                             amplitude * value);
-    }
-    return sound;
-}
-
 std::filesystem::path MediaMaker::wav(const std::string& name, const Sound& sound) const {
     QByteArray bytes = wavHeader(sound);
     bytes.append(reinterpret_cast<const char*>(sound.samples.data()),

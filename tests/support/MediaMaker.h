@@ -32,10 +32,6 @@ class MediaMaker {
     /// Plucked tones that differ in each channel, with noise and silences: no two places alike.
     static Sound phrase(double seconds, int sampleRate = 44100, int channels = 2);
 
-    /// A steady sine in every channel.
-    static Sound tone(double hertz, double seconds, int sampleRate = 44100, int channels = 2,
-                      float amplitude = 0.5F);
-
     /// Writes the sound as a WAV of 32-bit floats.
     std::filesystem::path wav(const std::string& name, const Sound& sound) const;
 

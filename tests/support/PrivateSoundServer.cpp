@@ -88,21 +88,15 @@ void PrivateSoundServer::goOn() {
     ::kill(static_cast<pid_t>(process_.processId()), SIGCONT);
 }
 
-QString PrivateSoundServer::addSink(const QString& name, int sampleRateHz) {
-    QStringList arguments = {QStringLiteral("load-module"), QStringLiteral("module-null-sink")};
-    arguments += sinkArguments(name, sampleRateHz).split(u' ');
-    return control(arguments);
+void PrivateSoundServer::addSink(const QString& name) {
+    control(QStringList{QStringLiteral("load-module"), QStringLiteral("module-null-sink")} +
+            sinkArguments(name, 48'000).split(u' '));
 }
 
-void PrivateSoundServer::remove(const QString& module) {
-    control({QStringLiteral("unload-module"), module});
-}
-
-QString PrivateSoundServer::control(const QStringList& arguments) {
+void PrivateSoundServer::control(const QStringList& arguments) {
     QProcess pactl;
     pactl.start(QStringLiteral("pactl"), arguments);
     pactl.waitForFinished(patienceMilliseconds);
-    return QString::fromUtf8(pactl.readAllStandardOutput()).trimmed();
 }
 
 QString PrivateSoundServer::socketPath() const {

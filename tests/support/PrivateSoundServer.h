@@ -31,12 +31,10 @@ class PrivateSoundServer {
     void hang();
     void goOn();
 
-    /// Adds a sink; returns its number for remove().
-    QString addSink(const QString& name, int sampleRateHz = 48'000);
-    void remove(const QString& module);
+    void addSink(const QString& name);
 
-    /// What `pactl ARGUMENTS…` prints.
-    QString control(const QStringList& arguments);
+    /// pactl ARGUMENTS…
+    void control(const QStringList& arguments);
 
   private:
     QString socketPath() const;
@@ -57,10 +55,10 @@ class SinkRecorder {
     /// The left channel of what is played during the next `duration`.
     std::vector<float> record(std::chrono::milliseconds duration);
 
+  private:
     /// The left channel of what has been played since last asked; waits for at least one frame.
     std::vector<float> next();
 
-  private:
     QProcess process_;
     QByteArray rest_;
 };

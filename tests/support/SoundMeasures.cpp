@@ -80,14 +80,4 @@ double rms(std::span<const float> mono) {
     return mono.empty() ? 0 : std::sqrt(sum / double(mono.size()));
 }
 
-double centreOfEnergy(std::span<const float> mono, std::size_t from, std::size_t to) {
-    double energy = 0, moment = 0;
-    for (std::size_t i = from; i < std::min(to, mono.size()); ++i) {
-        const double e = double(mono[i]) * mono[i];
-        energy += e;
-        moment += e * double(i);
-    }
-    return energy > 0 ? moment / energy : -1;
-}
-
 } // namespace ambrel::test

@@ -27,7 +27,4 @@ double sharpestBend(std::span<const float> mono);
 
 double rms(std::span<const float> mono);
 
-/// Where the energy of [from, to) lies on average, in samples.
-double centreOfEnergy(std::span<const float> mono, std::size_t from, std::size_t to);
-
 } // namespace ambrel::test

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
@@ -69,103 +70,80 @@ class WaveformGeneratorTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void reducesTheSoundToItsMeans_data();
-    void reducesTheSoundToItsMeans();
-    void isTheSameForEveryFormatOfASound();
-    void reportsEveryFullBucket();
-    void staysZeroForSilence();
-    void stopsAtTheNextBucket();
-    void plainlyRefusesWhatItCannotRead();
+    void reducesTheSoundToItsMeans() {
+        struct Case {
+            double seconds;
+            int rate, channels;
+            std::size_t buckets;
+        };
+        for (const Case& c : {
+                 Case{10, 44100, 2, 2005}, // 2,004 full and one partial
+                 Case{10, 48000, 2, 2182},
+                 Case{10, 22050, 1, 1003},
+                 Case{0.04, 44100, 1, 1764}, // shorter than 2,000 frames: one each
+                 Case{1.0 / 44100, 44100, 1, 1},
+                 Case{3, 44100, 4, 2005},
+             }) {
+            const Sound phrase = MediaMaker::phrase(c.seconds, c.rate, c.channels);
+            const std::vector<float> peaks = extract(media_.wav("phrase.wav", phrase));
+            QCOMPARE(peaks.size(), c.buckets);
+            const std::vector<float> expected = expectedPeaks(phrase);
+            // More than two channels are added up in another order than here.
+            const float tolerance = c.channels > 2 ? 1e-6F : 0.0F;
+            QVERIFY(std::ranges::equal(
+                peaks, expected, [=](float a, float b) { return std::abs(a - b) <= tolerance; }));
+            QCOMPARE(std::ranges::max(peaks), 1.0F);
+        }
+        const auto silence = extract(media_.wav("silence.wav", {44100, 2, {0, 0, 0, 0}}));
+        QCOMPARE(silence, (std::vector<float>{0, 0}));
+    }
+
+    void isTheSameForEveryFormatOfASound() {
+        const auto wav = media_.encode(media_.wav("source.wav", MediaMaker::phrase(4)), "a16.wav",
+                                       {QStringLiteral("-c:a"), QStringLiteral("pcm_s16le")});
+        const std::vector<float> peaks = extract(wav);
+        QCOMPARE(extract(media_.encode(wav, "a.flac")), peaks);
+        QCOMPARE(extract(media_.encode(wav, "a.aiff")), peaks);
+    }
+
+    void reportsEveryFullBucketAndStopsAtTheNextOne() {
+        const auto path = media_.wav("ten.wav", MediaMaker::phrase(10));
+        std::vector<Report> reports;
+        const auto all = extract(path, &reports);
+        QCOMPARE(reports.size() + 1, all.size()); // the last is partial
+        for (const auto& [index, percent] : {std::pair(0, 0), {739, 37}, {1999, 100}, {2003, 100}})
+            QCOMPARE(reports.at(std::size_t(index)).message,
+                     "Generating waveform... " + std::to_string(percent) + "%");
+        QCOMPARE(reports[739].fraction, 0.37);
+        QCOMPARE(reports.back().fraction, 1.0);
+        std::atomic<bool> ending = false;
+        int count = 0;
+        const auto peaks = WaveformGenerator::extract(
+            urlOf(path), [&](double, const std::string&) { ending = ++count == 5; }, ending);
+        QCOMPARE(peaks.size(), std::size_t{5});
+    }
+
+    void plainlyRefusesWhatItCannotRead() {
+        const auto failure = [](const std::filesystem::path& path) {
+            try {
+                extract(path);
+            } catch (const WaveformError& error) {
+                return error.which;
+            }
+            throw std::logic_error("accepted");
+        };
+        QCOMPARE(failure(media_.write("text.mp3", "Not a note of music in here.\n")),
+                 WaveformError::Case::unreadableFile);
+        MediaMaker::ffmpeg({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                            QStringLiteral("color=size=32x32:duration=0.2"),
+                            QString::fromStdString(media_.path("film.mkv").string())});
+        QCOMPARE(failure(media_.path("film.mkv")), WaveformError::Case::noAudioTrack);
+        QVERIFY_EXCEPTION_THROWN(extract(media_.path("missing.wav")), AudioFileError);
+    }
 
   private:
     MediaMaker media_;
 };
-
-void WaveformGeneratorTest::reducesTheSoundToItsMeans_data() {
-    QTest::addColumn<double>("seconds");
-    QTest::addColumn<int>("rate");
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<int>("buckets");
-    QTest::newRow("10 s: 2,004 full and one partial") << 10.0 << 44100 << 2 << 2005;
-    QTest::newRow("48 kHz has more buckets") << 10.0 << 48000 << 2 << 2182;
-    QTest::newRow("22.05 kHz has fewer") << 10.0 << 22050 << 1 << 1003;
-    QTest::newRow("shorter than 2,000 frames: one each") << 0.04 << 44100 << 1 << 1764;
-    QTest::newRow("a single frame") << 1.0 / 44100 << 44100 << 1 << 1;
-    QTest::newRow("four channels") << 3.0 << 44100 << 4 << 2005;
-}
-
-void WaveformGeneratorTest::reducesTheSoundToItsMeans() {
-    QFETCH(double, seconds);
-    QFETCH(int, rate);
-    QFETCH(int, channels);
-    QFETCH(int, buckets);
-    const Sound phrase = MediaMaker::phrase(seconds, rate, channels);
-    const std::vector<float> peaks = extract(media_.wav("phrase.wav", phrase));
-
-    QCOMPARE(static_cast<int>(peaks.size()), buckets);
-    const std::vector<float> expected = expectedPeaks(phrase);
-    QCOMPARE(peaks.size(), expected.size());
-    for (std::size_t i = 0; i < peaks.size(); ++i) {
-        // More than two channels are added up in another order than here.
-        QVERIFY(channels > 2 ? std::fabs(peaks[i] - expected[i]) < 1e-6F : peaks[i] == expected[i]);
-    }
-    QCOMPARE(*std::max_element(peaks.begin(), peaks.end()), 1.0F);
-}
-
-void WaveformGeneratorTest::isTheSameForEveryFormatOfASound() {
-    const auto wav = media_.encode(media_.wav("source.wav", MediaMaker::phrase(4.0)), "a16.wav",
-                                   {QStringLiteral("-c:a"), QStringLiteral("pcm_s16le")});
-    const std::vector<float> peaks = extract(wav);
-    QCOMPARE(extract(media_.encode(wav, "a.flac")), peaks);
-    QCOMPARE(extract(media_.encode(wav, "a.aiff")), peaks);
-}
-
-void WaveformGeneratorTest::reportsEveryFullBucket() {
-    std::vector<Report> reports;
-    const auto peaks = extract(media_.wav("ten.wav", MediaMaker::tone(440, 10.0)), &reports);
-
-    QCOMPARE(reports.size(), peaks.size() - 1); // the partial one is not reported
-    QCOMPARE(reports[0].message, std::string("Generating waveform... 0%"));
-    QCOMPARE(reports[739].message, std::string("Generating waveform... 37%"));
-    QCOMPARE(reports[739].fraction, 0.37);
-    QCOMPARE(reports[1999].message, std::string("Generating waveform... 100%"));
-    QCOMPARE(reports.back().message, std::string("Generating waveform... 100%"));
-    QCOMPARE(reports.back().fraction, 1.0);
-}
-
-void WaveformGeneratorTest::staysZeroForSilence() {
-    const auto peaks =
-        extract(media_.wav("silence.wav", MediaMaker::tone(440, 1.0, 44100, 2, 0.0F)));
-    QVERIFY(!peaks.empty());
-    QVERIFY(std::all_of(peaks.begin(), peaks.end(), [](float peak) { return peak == 0.0F; }));
-}
-
-void WaveformGeneratorTest::stopsAtTheNextBucket() {
-    const auto path = media_.wav("long.wav", MediaMaker::phrase(10.0));
-    std::atomic<bool> ending = false;
-    int reports = 0;
-    const auto peaks = WaveformGenerator::extract(
-        urlOf(path), [&](double, const std::string&) { ending = ++reports == 5; }, ending);
-    QCOMPARE(peaks.size(), std::size_t{5});
-}
-
-void WaveformGeneratorTest::plainlyRefusesWhatItCannotRead() {
-    const auto failure = [](const std::filesystem::path& path) {
-        try {
-            extract(path);
-        } catch (const WaveformError& error) {
-            return error.which;
-        }
-        throw std::logic_error("accepted");
-    };
-    QCOMPARE(failure(media_.write("text.mp3", "Not a note of music in here.\n")),
-             WaveformError::Case::unreadableFile);
-    MediaMaker::ffmpeg({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                        QStringLiteral("color=size=32x32:duration=0.2"),
-                        QString::fromStdString(media_.path("film.mkv").string())});
-    QCOMPARE(failure(media_.path("film.mkv")), WaveformError::Case::noAudioTrack);
-    QVERIFY_EXCEPTION_THROWN(extract(media_.path("missing.wav")), AudioFileError);
-}
 
 QTEST_GUILESS_MAIN(WaveformGeneratorTest)
 #include "WaveformGeneratorTest.moc"

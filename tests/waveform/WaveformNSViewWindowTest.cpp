@@ -16,8 +16,7 @@ using namespace ambrel;
 namespace {
 
 struct Region {
-    double start;
-    double end;
+    double start, end;
 };
 
 /// A view of 500 x 100 points over 100 s, whose proposals for a region are taken at once.
@@ -51,9 +50,9 @@ class TestView : public WaveformNSView {
         QCoreApplication::sendEvent(this, &event);
     }
     void pinch(double magnification) {
-        const QPointF position(10, 50); // where the fingers are makes no difference
+        const QPointF at(10, 50); // where the fingers are makes no difference
         QNativeGestureEvent event(Qt::ZoomNativeGesture, QPointingDevice::primaryPointingDevice(),
-                                  2, position, position, mapToGlobal(position), magnification, {});
+                                  2, at, at, mapToGlobal(at), magnification, {});
         QCoreApplication::sendEvent(this, &event);
     }
 
@@ -77,8 +76,8 @@ class TestView : public WaveformNSView {
     }
 };
 
-bool near(double a, double b) {
-    return std::abs(a - b) < 1e-9;
+bool near(Region a, Region b) {
+    return std::abs(a.start - b.start) < 1e-9 && std::abs(a.end - b.end) < 1e-9;
 }
 
 /// The bars as the painter fills them, one after the other, in a view of 500 x 100 points.
@@ -105,8 +104,7 @@ class WaveformNSViewWindowTest : public QObject {
             int largest; // difference of a channel; the painter rounds after each bar,
             double mean; // and grouped peaks are up to half a pixel shorter
         };
-        for (const Case& c : {Case{2005, 1, 1, 0, 5, 1}, Case{2005, 1.25, 1, 0, 5, 1},
-                              Case{2005, 2, 12.5, 777.3, 3, 1}, Case{2005, 1.5, 33.3, 5000.7, 3, 1},
+        for (const Case& c : {Case{2005, 1.25, 1, 0, 5, 1}, Case{2005, 1.5, 33.3, 5000.7, 3, 1},
                               Case{7, 1, 1, 0, 3, 1}, Case{150'000, 1, 1, 0, 160, 2}}) {
             std::vector<float> peaks(std::size_t(c.count), 0.0F);
             for (std::size_t i = 0; i < peaks.size(); ++i)
@@ -128,9 +126,8 @@ class WaveformNSViewWindowTest : public QObject {
                 largest = std::max(largest, difference);
                 sum += difference;
             }
-            QVERIFY2(largest <= c.largest, qPrintable(QString::number(largest)));
-            const double mean = sum / double(drawn.sizeInBytes());
-            QVERIFY2(mean <= c.mean, qPrintable(QString::number(mean)));
+            QCOMPARE_LE(largest, c.largest);
+            QCOMPARE_LE(sum / double(drawn.sizeInBytes()), c.mean);
         }
     }
 
@@ -138,15 +135,13 @@ class WaveformNSViewWindowTest : public QObject {
         TestView view;
         view.setPlaybackPosition(80);
         const auto at = [&](int x, int y) { return view.picture().pixelColor(x, y); };
-        const QColor accent = view.palette().color(QPalette::Active, QPalette::Highlight);
-        QCOMPARE(at(200, 50).rgb(), accent.rgb());
+        QCOMPARE(at(200, 50), view.palette().color(QPalette::Active, QPalette::Highlight));
         QVERIFY(std::abs(at(450, 50).red() - 128) < 3 && at(450, 50).alpha() < 255);
         QVERIFY(at(100, 5).green() > at(100, 5).red()); // start, 20 s
         QVERIFY(at(299, 5).red() > at(299, 5).green()); // end, 60 s
         QCOMPARE(at(400, 5).alpha(), 0);                // at rest: no play head
         view.setIsPlaying(true);
-        QCOMPARE(at(399, 5), QColor(Qt::white));
-        QCOMPARE(at(400, 5), QColor(Qt::white));
+        QVERIFY(at(399, 5) == QColor(Qt::white) && at(400, 5) == QColor(Qt::white));
         QVERIFY(at(398, 5).alpha() > 50 && at(398, 5).red() < 50); // its dark edge
         for (const bool withPeaks : {true, false}) {
             view.setDuration(withPeaks ? 0 : 100);
@@ -171,13 +166,9 @@ class WaveformNSViewWindowTest : public QObject {
                 width += strip.width();
             return width;
         };
-        const int strips = paintedAfter([&] { view.setPlaybackPosition(70); });
+        QCOMPARE_LE(paintedAfter([&] { view.setPlaybackPosition(70); }), 16);
         QVERIFY(view.painted.contains(QPoint(150, 50)) && view.painted.contains(QPoint(350, 50)));
-        QVERIFY2(strips <= 16, qPrintable(QString::number(strips)));
-        const int equal = paintedAfter([&] { view.setRegion({20, 60}), view.setZoomLevel(1); });
-        QCOMPARE(equal, 0);
-        QVERIFY(paintedAfter([&] { view.setIsPlaying(false); }) <= 8);
-        QCOMPARE(paintedAfter([&] { view.setPlaybackPosition(51); }), 0);
+        QCOMPARE(paintedAfter([&] { view.setRegion({20, 60}), view.setZoomLevel(1); }), 0);
         QCOMPARE(paintedAfter([&] { view.setRegionStart(10); }), 500);
     }
 
@@ -194,13 +185,10 @@ class WaveformNSViewWindowTest : public QObject {
                  Case{"start, at its edge", usual, 108, 150, {30, 60}, Qt::SizeHorCursor},
                  Case{"just off the start", usual, 109, 150, {21.8, 30}, Qt::CrossCursor},
                  Case{"start past the end", usual, 100, 400, {59.99, 60}, Qt::SizeHorCursor},
-                 Case{"start, off the left", usual, 100, -999, {0, 60}, Qt::SizeHorCursor},
                  Case{"end", usual, 292, 400, {20, 80}, Qt::SizeHorCursor},
                  Case{"end past the start", usual, 300, 10, {20, 20.01}, Qt::SizeHorCursor},
                  Case{"nearer one", {20, 22}, 107, 200, {20, 40}, Qt::SizeHorCursor},
                  Case{"tie", {20, 22}, 105, 50, {10, 22}, Qt::SizeHorCursor},
-                 Case{"new, leftwards", usual, 400, 350, {70, 80}, Qt::CrossCursor},
-                 Case{"new, beyond the end", usual, 400, 5000, {80, 100}, Qt::CrossCursor},
              }) {
             TestView view;
             view.setRegion(c.before);
@@ -214,8 +202,7 @@ class WaveformNSViewWindowTest : public QObject {
                 view.move(x);
             for (const Region& region : view.regions)
                 QVERIFY(region.start >= 0 && region.end <= 100 && region.start <= region.end);
-            QVERIFY2(near(view.regions.back().start, c.proposed.start), c.name);
-            QVERIFY2(near(view.regions.back().end, c.proposed.end), c.name);
+            QVERIFY2(near(view.regions.back(), c.proposed), c.name);
             QTest::mouseClick(&view, Qt::RightButton, {}, QPoint(10, 10));
             QCOMPARE(view.dragsEnded, 0);
             view.release(c.to);
@@ -225,16 +212,13 @@ class WaveformNSViewWindowTest : public QObject {
     }
 
     void aDragEndsWithItsFileOrItsWindow() {
-        const std::vector<std::function<void(TestView&)>> interruptions = {
-            [](TestView& view) {
-                view.setSamples({0.1F, 0.2F});
-            },
-            [](TestView& view) { view.setDuration(7); }, [](TestView& view) { view.close(); }};
-        for (const auto& interrupt : interruptions) {
+        for (const int interruption : {0, 1, 2}) {
             TestView view;
             view.show();
             view.press(100);
-            interrupt(view);
+            interruption == 0   ? view.setSamples({0.1F, 0.2F})
+            : interruption == 1 ? view.setDuration(7)
+                                : void(view.close());
             QCOMPARE(view.cursor().shape(), Qt::ArrowCursor);
             view.move(150);
             view.release(150);
@@ -256,16 +240,10 @@ class WaveformNSViewWindowTest : public QObject {
         const auto none = Qt::NoModifier;
         for (const Case& c : {
                  Case{"trackpad", {2, 100}, wheel({-30, 4}, {-240, 32}, none), {2, 160}},
-                 Case{"file start", {2, 100}, wheel({90, 0}, {720, 0}, none), {2, 0}},
                  Case{"file end", {2, 100}, wheel({-900, 0}, {-7200, 0}, none), {2, 500}},
-                 Case{"wheel", {2, 100}, wheel({}, {-120, 0}, none), {2, 130}},
                  Case{"shift", {2, 100}, wheel({}, {0, -120}, Qt::ShiftModifier), {2, 130}},
                  Case{"vertical", {2, 100}, wheel({0, 50}, {0, 400}, none), {0, 0}},
-                 Case{"not zoomed", {1, 0}, wheel({-30, 0}, {-240, 0}, none), {0, 0}},
-                 Case{"about the pointer",
-                      {1, 0},
-                      wheel({}, {0, 360}, Qt::ControlModifier),
-                      {2, 400}},
+                 Case{"at pointer", {1, 0}, wheel({}, {0, 360}, Qt::ControlModifier), {2, 400}},
                  Case{"pinch", {1, 0}, pinch(0.5), {1.5, 125}},
                  Case{"out, within the file", {2, 500}, pinch(-0.25), {1.5, 250}},
                  Case{"not below 1", {1.2, 50}, pinch(-0.9), {1, 0}},
@@ -276,10 +254,8 @@ class WaveformNSViewWindowTest : public QObject {
             view.setPanOffset(c.before.panOffset);
             c.gesture(view);
             QCOMPARE(view.zooms.empty(), c.proposed.zoomLevel == 0);
-            for (const ZoomAndPan& proposed : view.zooms) {
-                QVERIFY2(near(proposed.zoomLevel, c.proposed.zoomLevel), c.name);
-                QVERIFY2(near(proposed.panOffset, c.proposed.panOffset), c.name);
-            }
+            for (const auto& [zoom, pan] : view.zooms)
+                QVERIFY2(near({zoom, pan}, {c.proposed.zoomLevel, c.proposed.panOffset}), c.name);
         }
     }
 
@@ -289,26 +265,24 @@ class WaveformNSViewWindowTest : public QObject {
         view.setRegion({0.0019, 83.0456});
         QAccessibleInterface* const seen = QAccessible::queryAccessibleInterface(&view);
         QCOMPARE(seen->role(), QAccessible::Graphic);
-        QCOMPARE(seen->text(QAccessible::Name), QStringLiteral("Waveform"));
         QCOMPARE(seen->text(QAccessible::Description),
                  QStringLiteral("Region 0:00.001 to 1:23.045 of 61:01.500"));
     }
 
     void bearsAnyNumbers() {
-        const double infinity = std::numeric_limits<double>::infinity();
-        const double notANumber = std::numeric_limits<double>::quiet_NaN();
-        TestView view;
-        view.resize(60, 20);
-        view.setIsPlaying(true);
-        view.setSamples({1, -1, 1e30F, float(infinity), float(notANumber), 1e-40F});
+        constexpr double infinity = std::numeric_limits<double>::infinity();
         const auto setters = {&WaveformNSView::setDuration,  &WaveformNSView::setRegionStart,
                               &WaveformNSView::setRegionEnd, &WaveformNSView::setPlaybackPosition,
                               &WaveformNSView::setZoomLevel, &WaveformNSView::setPanOffset};
-        const auto values = {-1e308, -1.0, 0.0, 1e-320, 50.0, 1e308, infinity, notANumber};
+        const auto values = {-1e308, -1.0, 0.0, 1e-320, 50.0, 1e308, infinity, double(NAN)};
         for (const auto setter : setters)
             for (const auto other : setters)
                 for (const double a : values)
                     for (const double b : values) {
+                        TestView view;
+                        view.resize(60, 20);
+                        view.setIsPlaying(true);
+                        view.setSamples({1, -1, 1e30F, float(infinity), NAN, 1e-40F});
                         (view.*setter)(a);
                         (view.*other)(b);
                         view.picture(1.25);
@@ -318,10 +292,6 @@ class WaveformNSViewWindowTest : public QObject {
                         view.wheel({}, {-120, 0});
                         view.wheel({}, {0, 120}, Qt::ControlModifier);
                         QVERIFY(std::isfinite(view.zooms.back().panOffset));
-                        view.setDuration(100);
-                        view.setRegion({20, 60});
-                        view.setZoomLevel(1);
-                        view.setPanOffset(0);
                     }
     }
 };

@@ -28,14 +28,11 @@ class ZoomNavigationTest : public QObject {
         for (const Case& c : {
                  Case{"in keeps the region's start", &Zoom::zoomIn, 20, 30, 1, 0, 2, 350},
                  Case{"in stops at 50", &Zoom::zoomIn, 20, 30, 32, 0, 50, 9950},
-                 Case{"in at 50 pans", &Zoom::zoomIn, 0, 30, 50, 700, 50, 0},
                  Case{"in at the far end", &Zoom::zoomIn, 99, 100, 1, 0, 2, 1000},
                  Case{"out", &Zoom::zoomOut, 20, 30, 25, 0, 12.5, 2450},
-                 Case{"out of 2", &Zoom::zoomOut, 20, 30, 2, 300, 1, 0},
                  Case{"out at 1", &Zoom::zoomOut, 20, 30, 1, 0, 1, 0},
                  Case{"fit the track", &Zoom::fitTrack, 20, 30, 7, 300, 1, 0},
                  Case{"fit a region", &Zoom::fitRegion, 20, 30, 1, 0, 9, 1750},
-                 Case{"fit a long region", &Zoom::fitRegion, 5, 99, 4, 300, 1, 0},
                  Case{"fit a tiny region", &Zoom::fitRegion, 20, 20.01, 1, 0, 50, 9950},
                  Case{"fit nothing", &Zoom::fitRegion, 20, 20, 3, 300, 3, 300},
                  Case{"fit what is no region", &Zoom::fitRegion, NAN, 20, 3, 300, 3, 300},
@@ -56,13 +53,6 @@ class ZoomNavigationTest : public QObject {
         }
     }
 
-    void withoutAFileItZoomsAtTheStart() {
-        state_->setAudioDuration(0);
-        ZoomNavigation(state_).zoomIn();
-        QCOMPARE(state_->zoomLevel(), 2.0);
-        QCOMPARE(state_->panOffset(), 0.0);
-    }
-
     void aNarrowerViewStaysWithinTheFile() {
         state_->setZoomLevel(3);
         state_->setPanOffset(1200);
@@ -72,6 +62,12 @@ class ZoomNavigationTest : public QObject {
         QCOMPARE(state_->panOffset(), 1200.0);
         navigation.setWaveformViewWidth(500);
         QCOMPARE(state_->panOffset(), 1000.0);
+
+        state_->setAudioDuration(0); // with no file it zooms at the start
+        state_->setZoomLevel(1);
+        navigation.zoomIn();
+        QCOMPARE(state_->zoomLevel(), 2.0);
+        QCOMPARE(state_->panOffset(), 0.0);
     }
 
   private:

@@ -9,32 +9,26 @@ class KeyCodeTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void physicalKeyDecides_data() {
-        QTest::addColumn<quint32>("scanCode"); // as X11 and Wayland report it
-        QTest::addColumn<int>("qtKey");
-        QTest::addColumn<int>("code"); // 0: none of ours
-        QTest::newRow("space") << 65u << int(Qt::Key_Space) << 49;
-        QTest::newRow("r") << 27u << int(Qt::Key_R) << 15;
-        QTest::newRow("l") << 46u << int(Qt::Key_L) << 37;
-        QTest::newRow("left") << 113u << int(Qt::Key_Left) << 123;
-        QTest::newRow("right") << 114u << int(Qt::Key_Right) << 124;
-        QTest::newRow("down") << 116u << int(Qt::Key_Down) << 125;
-        QTest::newRow("up") << 111u << int(Qt::Key_Up) << 126;
-        QTest::newRow("r, where Dvorak has p") << 27u << int(Qt::Key_P) << 15;
-        QTest::newRow("r, on a Cyrillic layout") << 27u << 0x041a << 15;
-        QTest::newRow("o, where Dvorak has r") << 32u << int(Qt::Key_R) << 0;
-        QTest::newRow("left on the number pad") << 83u << int(Qt::Key_Left) << 0;
-        QTest::newRow("left, without a scan code") << 0u << int(Qt::Key_Left) << 123;
-        QTest::newRow("a, without a scan code") << 0u << int(Qt::Key_A) << 0;
-    }
-
     void physicalKeyDecides() {
-        QFETCH(quint32, scanCode);
-        QFETCH(int, qtKey);
-        QFETCH(int, code);
-        const QKeyEvent event(QEvent::KeyPress, qtKey, Qt::ControlModifier, scanCode, 0, 0);
-        const auto found = keyCodeOf(event);
-        QCOMPARE(found ? int(*found) : 0, code);
+        struct Case {
+            quint32 scanCode; // as X11 and Wayland report it
+            int qtKey;
+            int code; // 0: none of ours
+        };
+        for (const Case& c : {
+                 Case{65, Qt::Key_Space, 49}, Case{27, Qt::Key_R, 15}, Case{46, Qt::Key_L, 37},
+                 Case{113, Qt::Key_Left, 123}, Case{114, Qt::Key_Right, 124},
+                 Case{116, Qt::Key_Down, 125}, Case{111, Qt::Key_Up, 126},
+                 Case{27, Qt::Key_P, 15},                           // R's key with Dvorak
+                 Case{27, 0x041a, 15},                              // and with a Cyrillic layout
+                 Case{32, Qt::Key_R, 0},                            // O's key with Dvorak
+                 Case{83, Qt::Key_Left, 0},                         // on the number pad
+                 Case{0, Qt::Key_Left, 123}, Case{0, Qt::Key_A, 0}, // without a scan code
+             }) {
+            const QKeyEvent event(QEvent::KeyPress, c.qtKey, Qt::ControlModifier, c.scanCode, 0, 0);
+            const auto found = keyCodeOf(event);
+            QCOMPARE(found ? int(*found) : 0, c.code);
+        }
     }
 };
 

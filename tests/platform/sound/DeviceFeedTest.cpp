@@ -18,102 +18,93 @@ class DeviceFeedTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void init();
-    void mapsPositionsAcrossSilence();
-    void isSilentWithoutTheTurn();
-    void splitsLargeRequests();
-    void keepsAClosedSourceAlone();
+    void init() {
+        source_ = std::make_unique<ToneSource>();
+        link_ = std::make_unique<DeviceLink>();
+        link_->gate.open(*source_);
+        link_->gate.prepare(rate, 300);
+        link_->wanted = true;
+        feed_ = std::make_unique<DeviceFeed>(*link_, rate);
+    }
+
+    void mapsPositionsAcrossSilence() {
+        link_->wanted = false;
+        QVERIFY(!request(500)); // stream 0 to 500: silence
+        link_->wanted = true;
+        QVERIFY(request(300)); // 500 to 800: frames 0 to 300
+        QVERIFY(request(300)); // 800 to 1100: frames 300 to 600
+        link_->wanted = false;
+        QVERIFY(!request(1'000)); // 1100 to 2100: silence
+        link_->wanted = true;
+        QVERIFY(request(300)); // 2100 to 2400: frames 600 to 900
+
+        struct Row {
+            std::uint64_t position;
+            double heard;
+            std::int64_t ceiling;
+        };
+        QVERIFY(!feed_->heardAt(499));
+        for (const Row& row :
+             {Row{500, 0, 600}, Row{900, 400, 600}, Row{1'500, 1'000, 600},
+              Row{2'100, 600, HeardClock::noCeiling}, Row{2'399, 899, HeardClock::noCeiling}}) {
+            const auto heard = feed_->heardAt(row.position);
+            QCOMPARE(heard.value().frames, row.heard);
+            QCOMPARE(heard.value().ceiling, row.ceiling);
+        }
+        link_->wanted = false;
+        QVERIFY(!request(100));
+        QCOMPARE(feed_->heardAt(2'450)->ceiling, std::int64_t{900});
+    }
+
+    void isSilentWithoutTheTurnAndForAnotherDevice() {
+        link_->gate.giveTurn(RenderTurn::clock);
+        QVERIFY(!request(300));
+        QCOMPARE(source_->rendered(), std::int64_t{0});
+        link_->gate.giveTurn(RenderTurn::device);
+        QVERIFY(request(300));
+
+        link_->gate.prepare(44'100, 300); // for another device
+        QVERIFY(!request(300));
+        QCOMPARE(source_->rendered(), std::int64_t{300});
+    }
+
+    void splitsLargeRequests() {
+        QVERIFY(request(1'000));
+        QCOMPARE(source_->rendered(), std::int64_t{1'000});
+        QVERIFY(source_->wasAskedProperly());
+        QCOMPARE(feed_->largestRequest(), std::size_t{1'000});
+    }
+
+    void keepsAClosedSourceAlone() {
+        std::atomic<bool> ended = false;
+        std::thread device([&] {
+            while (!ended) {
+                request(300);
+            }
+        });
+        QTRY_VERIFY(source_->rendered() > 0);
+        link_->gate.close();
+        const std::int64_t rendered = source_->rendered();
+        source_.reset(); // a render after this is a use after free
+        QTRY_VERIFY(link_->requests > static_cast<std::uint64_t>(rendered / 300 + 10));
+        ended = true;
+        device.join();
+        QCOMPARE(link_->gate.rendered(), rendered);
+    }
 
   private:
     /// Asks for frames as a device does; whether they are the source's.
-    bool request(std::size_t frames);
+    bool request(std::size_t frames) {
+        std::vector<float> stereo(2 * frames, 99.0F);
+        feed_->fill(stereo.data(), frames);
+        return std::ranges::any_of(stereo, [](float sample) { return sample != 0; });
+    }
 
     static constexpr int rate = 48'000;
     std::unique_ptr<ToneSource> source_;
     std::unique_ptr<DeviceLink> link_;
     std::unique_ptr<DeviceFeed> feed_;
 };
-
-void DeviceFeedTest::init() {
-    source_ = std::make_unique<ToneSource>();
-    link_ = std::make_unique<DeviceLink>();
-    link_->gate.open(*source_);
-    link_->gate.prepare(rate, 300);
-    link_->wanted = true;
-    feed_ = std::make_unique<DeviceFeed>(*link_, rate);
-}
-
-bool DeviceFeedTest::request(std::size_t frames) {
-    std::vector<float> stereo(2 * frames, 99.0F);
-    feed_->fill(stereo.data(), frames);
-    return std::ranges::any_of(stereo, [](float sample) { return sample != 0; });
-}
-
-void DeviceFeedTest::mapsPositionsAcrossSilence() {
-    link_->wanted = false;
-    QVERIFY(!request(500)); // stream 0 to 500: silence
-    link_->wanted = true;
-    QVERIFY(request(300)); // 500 to 800: frames 0 to 300
-    QVERIFY(request(300)); // 800 to 1100: frames 300 to 600
-    link_->wanted = false;
-    QVERIFY(!request(1'000)); // 1100 to 2100: silence
-    link_->wanted = true;
-    QVERIFY(request(300)); // 2100 to 2400: frames 600 to 900
-
-    struct Row {
-        std::uint64_t position;
-        double heard;
-        std::int64_t ceiling;
-    };
-    QVERIFY(!feed_->heardAt(499));
-    for (const Row& row :
-         {Row{500, 0, 600}, Row{900, 400, 600}, Row{1'500, 1'000, 600},
-          Row{2'100, 600, HeardClock::noCeiling}, Row{2'399, 899, HeardClock::noCeiling}}) {
-        const auto heard = feed_->heardAt(row.position);
-        QVERIFY(heard);
-        QCOMPARE(heard->frames, row.heard);
-        QCOMPARE(heard->ceiling, row.ceiling);
-    }
-    link_->wanted = false;
-    QVERIFY(!request(100));
-    QCOMPARE(feed_->heardAt(2'450)->ceiling, std::int64_t{900});
-}
-
-void DeviceFeedTest::isSilentWithoutTheTurn() {
-    link_->gate.giveTurn(RenderTurn::clock);
-    QVERIFY(!request(300));
-    QCOMPARE(source_->rendered(), std::int64_t{0});
-    link_->gate.giveTurn(RenderTurn::device);
-    QVERIFY(request(300));
-
-    link_->gate.prepare(44'100, 300); // for another device
-    QVERIFY(!request(300));
-    QCOMPARE(source_->rendered(), std::int64_t{300});
-}
-
-void DeviceFeedTest::splitsLargeRequests() {
-    QVERIFY(request(1'000));
-    QCOMPARE(source_->rendered(), std::int64_t{1'000});
-    QVERIFY(source_->wasAskedProperly());
-    QCOMPARE(feed_->largestRequest(), std::size_t{1'000});
-}
-
-void DeviceFeedTest::keepsAClosedSourceAlone() {
-    std::atomic<bool> ended = false;
-    std::thread device([&] {
-        while (!ended) {
-            request(300);
-        }
-    });
-    QTRY_VERIFY(source_->rendered() > 0);
-    link_->gate.close();
-    const std::int64_t rendered = source_->rendered();
-    source_.reset(); // a render after this is a use after free
-    QTRY_VERIFY(link_->requests > static_cast<std::uint64_t>(rendered / 300 + 10));
-    ended = true;
-    device.join();
-    QCOMPARE(link_->gate.rendered(), rendered);
-}
 
 QTEST_GUILESS_MAIN(DeviceFeedTest)
 #include "DeviceFeedTest.moc"

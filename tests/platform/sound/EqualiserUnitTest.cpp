@@ -51,110 +51,80 @@ class EqualiserUnitTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void raisesItsOwnBand_data();
-    void raisesItsOwnBand();
-    void leavesTheSoundAloneWhenItDoesNothing();
-    void changesWithoutAClick_data();
-    void changesWithoutAClick();
-    void bearsAnyNumber_data();
-    void bearsAnyNumber();
-};
+    void raisesItsOwnBand() {
+        const std::array<double, 5> centres{60, 250, 1000, 4000, 12000};
+        for (int band = 0; band < 5; ++band)
+            for (const float gainDb : {-12.0F, 6.5F, 12.0F}) {
+                const double hz = centres[std::size_t(band)];
+                EqualiserUnit unit(rateHz);
+                unit.set(bandsWith(band, gainDb), false);
+                unit.reset();
+                QCOMPARE_LT(std::abs(gainAt(unit, hz) - double(gainDb)), 0.1);
+                // Half of it half an octave away (warped towards the top), next to none far off.
+                if (hz < 4000)
+                    QCOMPARE_LT(std::abs(gainAt(unit, hz * std::sqrt(2)) - double(gainDb) / 2),
+                                0.5);
+                QCOMPARE_LT(std::abs(gainAt(unit, hz > 1000 ? hz / 16 : hz * 16)), 0.3);
+            }
+    }
 
-void EqualiserUnitTest::raisesItsOwnBand_data() {
-    QTest::addColumn<int>("band");
-    QTest::addColumn<double>("centreHz");
-    QTest::addColumn<float>("gainDb");
-    const std::array<double, 5> centres{60, 250, 1000, 4000, 12000};
-    for (int band = 0; band < 5; ++band)
-        for (const float gain : {-12.0F, 6.5F, 12.0F})
-            QTest::addRow("%g Hz by %g dB", centres[std::size_t(band)], double(gain))
-                << band << centres[std::size_t(band)] << gain;
-}
-
-void EqualiserUnitTest::raisesItsOwnBand() {
-    QFETCH(int, band);
-    QFETCH(double, centreHz);
-    QFETCH(float, gainDb);
-    EqualiserUnit unit(rateHz);
-    unit.set(bandsWith(band, gainDb), false);
-    unit.reset();
-    QVERIFY(std::abs(gainAt(unit, centreHz) - double(gainDb)) < 0.1);
-    // Half the gain half an octave away (warped a little towards the top), next to none far off.
-    if (centreHz < 4000)
-        QVERIFY(std::abs(gainAt(unit, centreHz * std::sqrt(2.0)) - double(gainDb) / 2) < 0.5);
-    QVERIFY(std::abs(gainAt(unit, centreHz > 1000 ? centreHz / 16 : centreHz * 16)) < 0.3);
-}
-
-void EqualiserUnitTest::leavesTheSoundAloneWhenItDoesNothing() {
-    const std::vector<float> before = sine(997);
-    for (const auto& [gain, bypass] : {std::pair(12.0F, true), std::pair(0.0F, false)}) {
+    void leavesTheSoundAloneWhenItDoesNothing() {
+        const std::vector<float> before = sine(997);
+        for (const auto& [gain, bypass] : {std::pair(12.0F, true), std::pair(0.0F, false)}) {
+            EqualiserUnit unit(rateHz);
+            unit.set(bandsWith(2, gain), bypass);
+            unit.reset();
+            std::vector<float> after = before;
+            process(unit, after);
+            QVERIFY(after == before);
+        }
+        // And again once it was on: 20 ms after it is switched off.
         EqualiserUnit unit(rateHz);
-        unit.set(bandsWith(2, gain), bypass);
-        unit.reset();
         std::vector<float> after = before;
-        process(unit, after);
-        QVERIFY(after == before);
+        process(unit, after, [&](std::size_t frame) { unit.set(bandsWith(2, 12), frame >= 6400); });
+        const auto off = std::size_t(2 * (6400 + rateHz / 50 + 64));
+        QVERIFY(std::ranges::equal(std::span(after).subspan(off), std::span(before).subspan(off)));
     }
-    // And again once it was on: 20 ms after it is switched off.
-    EqualiserUnit unit(rateHz);
-    std::vector<float> after = before;
-    process(unit, after, [&](std::size_t frame) { unit.set(bandsWith(2, 12), frame >= 6400); });
-    const auto off = std::size_t(2 * (6400 + rateHz / 50 + 64));
-    QVERIFY(std::equal(after.begin() + std::ptrdiff_t(off), after.end(),
-                       before.begin() + std::ptrdiff_t(off)));
-}
 
-void EqualiserUnitTest::changesWithoutAClick_data() {
-    QTest::addColumn<int>("how");
-    QTest::newRow("gain") << 0;
-    QTest::newRow("switch") << 1;
-    QTest::newRow("gains dragged") << 2;
-}
-
-void EqualiserUnitTest::changesWithoutAClick() {
-    QFETCH(int, how);
-    EqualiserUnit unit(rateHz);
-    unit.set(bandsWith(1, how == 1 ? 12 : -12), how == 1);
-    unit.reset();
-    std::vector<float> stereo = sine(250);
-    process(unit, stereo, [&](std::size_t frame) {
-        if (how == 0 && frame >= 12800)
-            unit.set(bandsWith(1, 12), false);
-        if (how == 1)
-            unit.set(bandsWith(1, 12), frame % 12800 < 6400);
-        if (how == 2)
-            unit.set(bandsWith(1, float(frame % 1280) / 64 - 10), false);
-    });
-    const double loudest = test::sharpestBend(test::channelOf(sine(250), 0)) * std::pow(10, 0.6);
-    // Where a ramp begins the sound bends a little; a step would stand out a hundredfold.
-    QVERIFY(test::sharpestBend(test::channelOf(stereo, 0)) < 3 * loudest);
-}
-
-void EqualiserUnitTest::bearsAnyNumber_data() {
-    QTest::addColumn<float>("value");
-    QTest::newRow("not a number") << std::numeric_limits<float>::quiet_NaN();
-    QTest::newRow("infinite") << std::numeric_limits<float>::infinity();
-    QTest::newRow("largest") << std::numeric_limits<float>::max();
-    QTest::newRow("smallest") << std::numeric_limits<float>::lowest();
-    QTest::newRow("tiny") << std::numeric_limits<float>::denorm_min();
-}
-
-void EqualiserUnitTest::bearsAnyNumber() {
-    QFETCH(float, value);
-    for (int field = 0; field < 3; ++field) {
-        EqualiserUnit unit(rateHz);
-        EqualiserUnit::Bands bands = bandsWith(0, 6);
-        for (EqualiserUnit::Band& band : bands)
-            (field == 0   ? band.frequencyHz
-             : field == 1 ? band.bandwidthOctaves
-                          : band.gainDb) = value;
-        unit.set(bands, false);
-        std::vector<float> stereo = sine(440);
-        process(unit, stereo);
-        QVERIFY(std::all_of(stereo.begin(), stereo.end(),
-                            [](float s) { return std::isfinite(s) && std::abs(s) < 1e12F; }));
+    void changesWithoutAClick() {
+        const double loudest =
+            test::sharpestBend(test::channelOf(sine(250), 0)) * std::pow(10, 0.6);
+        const std::vector<std::function<void(EqualiserUnit&, std::size_t)>> changes = {
+            [](auto& unit, auto frame) { unit.set(bandsWith(1, frame < 12800 ? -12 : 12), false); },
+            [](auto& unit, auto frame) { unit.set(bandsWith(1, 12), frame % 12800 < 6400); },
+            [](auto& unit, auto frame) { // dragged
+                unit.set(bandsWith(1, float(frame % 1280) / 64 - 10), false);
+            },
+        };
+        for (const auto& change : changes) {
+            EqualiserUnit unit(rateHz);
+            change(unit, 0);
+            unit.reset();
+            std::vector<float> stereo = sine(250);
+            process(unit, stereo, [&](std::size_t frame) { change(unit, frame); });
+            // Where a ramp begins the sound bends a little; a step would stand out a hundredfold.
+            QCOMPARE_LT(test::sharpestBend(test::channelOf(stereo, 0)), 3 * loudest);
+        }
     }
-}
+
+    void bearsAnyNumber() {
+        using Limits = std::numeric_limits<float>;
+        for (const float value : {Limits::quiet_NaN(), Limits::infinity(), Limits::max(),
+                                  Limits::lowest(), Limits::denorm_min()})
+            for (const auto field :
+                 {&EqualiserUnit::Band::frequencyHz, &EqualiserUnit::Band::bandwidthOctaves,
+                  &EqualiserUnit::Band::gainDb}) {
+                EqualiserUnit unit(rateHz);
+                EqualiserUnit::Bands bands = bandsWith(0, 6);
+                for (EqualiserUnit::Band& band : bands)
+                    band.*field = value;
+                unit.set(bands, false);
+                std::vector<float> stereo = sine(440);
+                process(unit, stereo);
+                QVERIFY(std::ranges::all_of(stereo, [](float s) { return std::abs(s) < 1e12F; }));
+            }
+    }
+};
 
 QTEST_GUILESS_MAIN(EqualiserUnitTest)
 #include "EqualiserUnitTest.moc"
