@@ -2,15 +2,25 @@
 // runs dry while the processors are busy. Needs a sound server; PULSE_SERVER names a private one.
 //
 //   BenchDevice                      latencies of start and stop
-//   BenchDevice --underruns SECONDS  plays with two busy threads and counts requests that came late
+//   BenchDevice --underruns SECONDS  plays at three speeds beside two busy programs and counts what
+//                                    was missing
 
+#include "platform/sound/AudioFile.h"
+#include "platform/sound/AudioGraph.h"
 #include "platform/sound/DeviceOutput.h"
 
 #include <benchmark/benchmark.h>
 
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -31,25 +41,18 @@ class TimedSource : public FrameSource {
 
     void render(float* stereo, std::size_t frames) noexcept override {
         std::fill_n(stereo, 2 * frames, 0.0F);
-        const auto now = SoundClock::now();
-        if (rendered_ > 0) {
-            longestGap_ = std::max(longestGap_.load(), now - last_.load());
-        }
-        last_ = now;
+        last_ = SoundClock::now();
         rendered_ += static_cast<std::int64_t>(frames);
     }
 
     std::int64_t rendered() const { return rendered_; }
     int sampleRateHz() const { return sampleRateHz_; }
     SoundClock::time_point last() const { return last_; }
-    SoundClock::duration longestGap() const { return longestGap_; }
-    void forgetGaps() { longestGap_ = SoundClock::duration(0); }
 
   private:
     std::atomic<int> sampleRateHz_ = 0;
     std::atomic<std::int64_t> rendered_ = 0;
     std::atomic<SoundClock::time_point> last_ = SoundClock::time_point();
-    std::atomic<SoundClock::duration> longestGap_ = SoundClock::duration(0);
 };
 
 void waitForRender(const TimedSource& source, std::int64_t after) {
@@ -96,41 +99,126 @@ void BM_Stop(benchmark::State& state) {
 }
 BENCHMARK(BM_Stop)->UseManualTime()->Iterations(20)->Unit(benchmark::kMillisecond);
 
-void playUnderLoad(int seconds) {
-    TimedSource source;
-    DeviceOutput output;
-    output.open(source);
-    output.start();
-    waitForRender(source, 0);
-    std::this_thread::sleep_for(1s);
-    source.forgetGaps();
+/// Ten minutes in which no sample is 0.
+class Tone final : public AudioFile {
+  public:
+    const std::filesystem::path& path() const noexcept override { return path_; }
+    int sampleRate() const noexcept override { return 48'000; }
+    int channels() const noexcept override { return 2; }
+    std::int64_t length() const noexcept override { return 600LL * sampleRate(); }
+    int samplesPerFrame() const noexcept override { return 2; }
+    std::size_t read(std::int64_t first, std::span<float> out) noexcept override {
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            const auto frame = static_cast<double>(first) + static_cast<double>(i / 2) + 0.25;
+            out[i] = static_cast<float>(0.3 * std::sin(0.06 * frame));
+        }
+        return out.size() / 2;
+    }
 
-    std::atomic<bool> ended = false;
-    std::vector<std::thread> busy(2);
-    for (std::thread& thread : busy) {
-        thread = std::thread([&ended] {
-            volatile std::uint64_t work = 0;
-            while (!ended) {
-                work = work + 1;
+  private:
+    std::filesystem::path path_ = "/tone";
+};
+
+/// The default device, which counts the silence that it is given within the sound.
+class CountingOutput final : public AudioOutput, private FrameSource {
+  public:
+    void open(FrameSource& source) override {
+        source_ = &source;
+        device_.open(*this);
+    }
+    void start() override { device_.start(); }
+    void stop() override { device_.stop(); }
+    std::int64_t framesHeard() const noexcept override { return device_.framesHeard(); }
+
+    bool hasBegun() const { return sounding_; }
+    std::int64_t framesMissed() const { return missed_; }
+    std::int64_t framesRendered() const { return rendered_; }
+    double longestGapMs() const { return longestGapMs_; }
+    void forget() {
+        missed_ = 0;
+        longestGapMs_ = 0;
+    }
+
+  private:
+    void prepare(int sampleRateHz, std::size_t largestRequest) override {
+        source_->prepare(sampleRateHz, largestRequest);
+    }
+    void render(float* stereo, std::size_t frames) noexcept override {
+        source_->render(stereo, frames);
+        const auto now = SoundClock::now();
+        const std::chrono::duration<double, std::milli> gap = now - last_;
+        last_ = now;
+        longestGapMs_ = std::max(longestGapMs_.load(), gap.count());
+        rendered_ += static_cast<std::int64_t>(frames);
+        for (std::size_t i = 0; i < 2 * frames; i += 2) {
+            const bool silent = stereo[i] == 0 && stereo[i + 1] == 0;
+            sounding_ = sounding_ || !silent;
+            missed_ += sounding_ && silent ? 1 : 0;
+        }
+    }
+
+    FrameSource* source_ = nullptr;
+    SoundClock::time_point last_ = SoundClock::now();
+    std::atomic<bool> sounding_ = false;
+    std::atomic<std::int64_t> missed_ = 0;
+    std::atomic<std::int64_t> rendered_ = 0;
+    std::atomic<double> longestGapMs_ = 0;
+    DeviceOutput device_; // ends first
+};
+
+/// Two programs of their own, as busy as can be.
+class Load {
+  public:
+    Load() {
+        for (pid_t& child : children_) {
+            child = fork();
+            if (child == 0) {
+                prctl(PR_SET_PDEATHSIG, SIGKILL);
+                for (volatile std::uint64_t work = 0;;) {
+                    work = work + 1;
+                }
             }
-        });
+        }
     }
-    // The device runs dry when everything rendered has been heard.
-    std::int64_t dry = 0;
-    const auto end = SoundClock::now() + std::chrono::seconds(seconds);
-    while (SoundClock::now() < end) {
-        const bool isDry = output.framesHeard() >= source.rendered();
-        dry += isDry ? 1 : 0;
-        std::this_thread::sleep_for(1ms);
+    ~Load() {
+        for (const pid_t child : children_) {
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+        }
     }
-    ended = true;
-    for (std::thread& thread : busy) {
-        thread.join();
+    Load(const Load&) = delete;
+    Load& operator=(const Load&) = delete;
+
+  private:
+    std::array<pid_t, 2> children_{};
+};
+
+void playUnderLoad(int seconds) {
+    const Load load;
+    auto* const output = new CountingOutput;
+    AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    const auto file = std::make_shared<Tone>();
+    for (const int percent : {100, 75, 40}) {
+        graph.setRate(static_cast<float>(percent) / 100);
+        graph.scheduleSegment(file, 0, file->length(), [] {});
+        graph.start();
+        graph.play();
+        std::this_thread::sleep_for(1s);
+        output->forget();
+        // The device runs dry when everything rendered has been heard.
+        std::int64_t dry = 0;
+        const auto end = SoundClock::now() + std::chrono::seconds(seconds) / 3;
+        while (SoundClock::now() < end) {
+            dry += output->framesHeard() >= output->framesRendered() ? 1 : 0;
+            std::this_thread::sleep_for(1ms);
+        }
+        std::printf("%d %%, %d s, two busy programs: %.1f ms of silence within the sound, longest "
+                    "time between two requests %.1f ms, milliseconds run dry %lld\n",
+                    percent, seconds / 3, static_cast<double>(output->framesMissed()) / 48,
+                    output->longestGapMs(), static_cast<long long>(dry));
+        std::fflush(stdout);
+        graph.stop();
     }
-    const std::chrono::duration<double, std::milli> gap = source.longestGap();
-    std::printf("%d s with two busy threads: longest time between two requests %.1f ms, "
-                "milliseconds run dry %lld\n",
-                seconds, gap.count(), static_cast<long long>(dry));
 }
 
 } // namespace

@@ -29,19 +29,19 @@ std::int64_t framesPerBucket(const AudioFile& file) {
     return std::max<std::int64_t>(1, whole / nominalBuckets);
 }
 
-/// What becomes of a bucket's mean; false ends the reading.
-using BucketHandler = std::function<bool(float mean, bool full)>;
+/// What becomes of a bucket's mean.
+using BucketHandler = std::function<void(float mean, bool full)>;
 
-/// Reduces the frames from `first` up to `end` to buckets of `size` frames, the last one perhaps
-/// partial. Ranges that begin at a multiple of `size` give the buckets that the whole file gives.
-/// Stops where the file stops decoding.
-void reduce(AudioFile& file, std::int64_t first, std::int64_t end, std::int64_t size,
+/// Reduces the file to buckets of `size` frames, the last one perhaps partial. Stops where the file
+/// stops decoding, and after the read during which `ending` became true: a bucket of a long file
+/// takes many reads.
+void reduce(AudioFile& file, std::int64_t size, const std::atomic<bool>& ending,
             const BucketHandler& handle) {
     std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
     float sum = 0.0F;
     std::int64_t count = 0;
-    for (std::int64_t at = first; at < end;) {
-        const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, end - at));
+    for (std::int64_t at = 0; at < file.length();) {
+        const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, file.length() - at));
         const std::size_t got = file.read(at, std::span(frames.data(), wanted));
         const float* next = frames.data();
         const float* const last = next + got;
@@ -52,15 +52,13 @@ void reduce(AudioFile& file, std::int64_t first, std::int64_t end, std::int64_t 
                 sum += std::fabs(*next);
             }
             if (count == size) {
-                if (!handle(sum / static_cast<float>(count), true)) {
-                    return;
-                }
+                handle(sum / static_cast<float>(count), true);
                 sum = 0.0F;
                 count = 0;
             }
         }
         at += static_cast<std::int64_t>(got);
-        if (got < wanted) {
+        if (got < wanted || ending) {
             break;
         }
     }
@@ -101,7 +99,7 @@ std::vector<float> WaveformGenerator::extract(const QUrl& url, const Progress& p
     const std::shared_ptr<AudioFile> file = openMono(url);
     std::vector<float> peaks;
     peaks.reserve(nominalBuckets);
-    reduce(*file, 0, file->length(), framesPerBucket(*file), [&](float mean, bool full) {
+    reduce(*file, framesPerBucket(*file), ending, [&](float mean, bool full) {
         peaks.push_back(mean);
         if (full) {
             const double done =
@@ -110,7 +108,6 @@ std::vector<float> WaveformGenerator::extract(const QUrl& url, const Progress& p
             const int percent = static_cast<int>(fraction * 100.0);
             progress(fraction, "Generating waveform... " + std::to_string(percent) + "%");
         }
-        return !ending;
     });
     if (peaks.empty()) {
         const std::string name = url.fileName().toStdString();

@@ -34,7 +34,7 @@ class WaveformGenerator {
     using Progress = std::function<void(double fraction, const std::string& message)>;
 
     /// Reads the whole file, block by block. Blocks; belongs on a background thread. Any number of
-    /// calls may run at once. Returns early, with the buckets so far, once `ending` is true.
+    /// calls may run at once. Returns early, with what it has, once `ending` is true.
     /// Throws WaveformError, or AudioFileError as AudioFile::open gives it.
     static std::vector<float> extract(const QUrl& url, const Progress& progress,
                                       const std::atomic<bool>& ending);

@@ -32,11 +32,9 @@ class Application:
     def __enter__(self):
         return self
 
-    def __exit__(self, *failure):
+    def __exit__(self, *_):
         self.process.kill()
         self.process.wait()
-        if failure[0]:
-            print(f"--- what the program wrote ---\n{self.log()}---")
         self._log.close()
 
     def log(self):
@@ -83,7 +81,7 @@ class Application:
         try:
             return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
         except AssertionError as failure:
-            failure.add_note(f"There were: {self.texts()}")
+            failure.add_note(f"There were: {self.texts()}\nThe program wrote: {self.log()}")
             raise
 
     def wait_until_gone(self, **wanted):
@@ -94,6 +92,8 @@ class Application:
         return [control.get_name() for control in self._controls() if control.get_name()]
 
     def _controls(self):
+        if self.process.poll() is not None:
+            raise RuntimeError(f"ended with status {self.process.returncode}: {self.log()}")
         root = Atspi.get_desktop(0)
         root.set_cache_mask(Atspi.Cache.NONE)
         for index in range(root.get_child_count()):

@@ -54,12 +54,8 @@ class MainQueue::Impl : public QObject {
             wind();
     }
 
-    bool event(QEvent* event) override {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        takeOldest()();
-        return true;
-    }
+  protected:
+    void customEvent(QEvent*) override { takeOldest()(); }
 
   private:
     Step takeOldest() {

@@ -163,10 +163,10 @@ bool AudioDecoder::readPacket() {
     return false;
 }
 
-std::int64_t AudioDecoder::scanToEnd() {
+std::int64_t AudioDecoder::scanToEnd(std::int64_t limit) {
     std::int64_t end = 0;
     std::int64_t counted = 0;
-    while (readPacket()) {
+    while (std::max(end, counted) < limit && readPacket()) {
         counted = av_sat_add64(counted, packet_->duration);
         if (packet_->pts != AV_NOPTS_VALUE) {
             end = av_sat_add64(packet_->pts, packet_->duration);

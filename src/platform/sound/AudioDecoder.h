@@ -48,8 +48,9 @@ class AudioDecoder {
     /// Tells the container of a packet that it can seek to.
     void addSeekPoint(std::int64_t stamp, std::int64_t offset, int bytes);
 
-    /// Reads the packets from here to the end without decoding them. The stamp of the end.
-    std::int64_t scanToEnd();
+    /// Reads the packets from here to the end, or until they reach `limit`, without decoding them.
+    /// The stamp of where that is.
+    std::int64_t scanToEnd(std::int64_t limit);
 
   private:
     void openContainer();

@@ -22,6 +22,10 @@ constexpr int maximumSampleRate = 6'144'000;
 constexpr double preRollSeconds = 0.2;
 constexpr double opusPreRollSeconds = 1.0;
 
+/// Where the counting of packets ends. Nothing as long as this is played, so its exact length is of
+/// no interest.
+constexpr std::int64_t longestCountSeconds = 60'001;
+
 /// Places beyond this (thousands of years) come out of damaged stamps only.
 constexpr std::int64_t furthestPlace = std::int64_t{1} << 50;
 
@@ -79,13 +83,33 @@ std::int64_t AudioTrack::findEnd() {
     const Mp3Walk walk = walkMp3Frames(
         file_, first.offset, step, [&](std::int64_t frame, std::int64_t offset, int bytes) {
             decoder_.addSeekPoint(first.stamp + frame * first.ticks, offset, bytes);
+            return framesOf(frame * first.ticks) < longestCount();
         });
     return walk.reachedTheEnd ? walk.frames * walk.samplesPerFrame : scannedLength();
 }
 
+std::int64_t AudioTrack::longestCount() const {
+    return longestCountSeconds * sampleRate_;
+}
+
 std::int64_t AudioTrack::scannedLength() {
-    return std::clamp<std::int64_t>(framesOf(av_sat_sub64(decoder_.scanToEnd(), firstStamp_)), 0,
-                                    furthestPlace);
+    if (const std::optional<std::int64_t> frames = framesUpToTheEndOfAWav()) {
+        return *frames;
+    }
+    const std::int64_t limit = av_sat_add64(firstStamp_, ticksOf(longestCount()));
+    const std::int64_t end = decoder_.scanToEnd(limit);
+    return std::clamp<std::int64_t>(framesOf(av_sat_sub64(end, firstStamp_)), 0, furthestPlace);
+}
+
+/// A WAV whose writer could not go back to note its length is samples to its end.
+std::optional<std::int64_t> AudioTrack::framesUpToTheEndOfAWav() const {
+    const AVCodecParameters& codec = *decoder_.stream().codecpar;
+    const std::int64_t start = decoder_.firstPacket().offset;
+    if (std::string_view(decoder_.container().iformat->name) != "wav" || start < 0 ||
+        av_get_exact_bits_per_sample(codec.codec_id) < 1 || codec.block_align < 1) {
+        return std::nullopt;
+    }
+    return (file_.size() - start) / codec.block_align;
 }
 
 bool AudioTrack::padsBeyondStatedLength() const {

@@ -21,7 +21,9 @@ class AudioTrack {
     int channels() const noexcept { return channels_; }
 
     /// Where the track ends, in frames, as far as that shows without decoding: what the file
-    /// states, or what its packets come to. To be called before the first block is taken.
+    /// states, or what its packets come to; where those have to be counted one by one, the count
+    /// ends once the file is longer than any that is played. To be called before the first block is
+    /// taken.
     std::int64_t findEnd();
 
     /// The length that the file states in frames; absent where it states none to be relied on.
@@ -54,7 +56,9 @@ class AudioTrack {
     bool isHole(std::int64_t deviation);
     bool isVorbis() const;
     std::optional<std::int64_t> stampedPlace() const;
+    std::int64_t longestCount() const;
     std::int64_t scannedLength();
+    std::optional<std::int64_t> framesUpToTheEndOfAWav() const;
     std::int64_t framesOf(std::int64_t ticks) const;
     std::int64_t ticksOf(std::int64_t frames) const;
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/sound/SoundPriority.h"
+
 namespace ambrel {
 
 namespace {
@@ -15,6 +17,12 @@ cubeb_stream_params parameters(int sampleRateHz) {
 
 long fill(cubeb_stream* /*stream*/, void* client, const void* /*input*/, void* output,
           long frames) {
+    // Once a thread: every stream may be given another.
+    thread_local const bool raised = [] {
+        raiseSoundPriority(SoundUrgency::onDemand);
+        return true;
+    }();
+    static_cast<void>(raised);
     static_cast<CubebStream::Client*>(client)->fill(static_cast<float*>(output),
                                                     static_cast<std::size_t>(frames));
     return frames;

@@ -96,8 +96,9 @@ Mp3Walk walkMp3Frames(const RegularFile& file, std::int64_t offset, int step,
         }
         constant = word & constantBits;
         walk.samplesPerFrame = header.samples;
-        if (walk.frames % step == 0) {
-            handle(walk.frames, offset, header.bytes);
+        if (walk.frames % step == 0 && !handle(walk.frames, offset, header.bytes)) {
+            walk.reachedTheEnd = true;
+            return walk;
         }
         ++walk.frames;
         offset += header.bytes;

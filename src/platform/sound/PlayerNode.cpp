@@ -6,6 +6,7 @@
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/SegmentReader.h"
+#include "platform/sound/SoundPriority.h"
 
 namespace ambrel {
 
@@ -21,8 +22,8 @@ std::size_t blocksInASecond(int rateHz) {
 }
 } // namespace
 
-PlayerNode::PlayerNode(WakeUp& framesReady)
-    : framesReady_(framesReady), blocks_(ringBlocks), blocksAhead_(ringBlocks),
+PlayerNode::PlayerNode(WakeUp& framesReady, bool paced)
+    : framesReady_(framesReady), paced_(paced), blocks_(ringBlocks), blocksAhead_(ringBlocks),
       chunk_(2 * largestChunkFrames), thread_([this] { decode(); }) {}
 
 PlayerNode::~PlayerNode() {
@@ -45,6 +46,8 @@ bool PlayerNode::superseded() const {
 }
 
 void PlayerNode::decode() {
+    if (paced_)
+        raiseSoundPriority(SoundUrgency::ahead);
     while (!ending_) {
         if (superseded())
             nextRun();

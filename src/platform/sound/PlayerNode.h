@@ -34,8 +34,9 @@ class PlayerNode final : public FrameInput {
         int outputRateHz = 0;
     };
 
-    /// `framesReady` is signalled whenever frames were added.
-    explicit PlayerNode(WakeUp& framesReady);
+    /// `framesReady` is signalled whenever frames were added. `paced`: a device plays them, so that
+    /// the decode thread rests most of the time and may go before other programs.
+    PlayerNode(WakeUp& framesReady, bool paced);
     ~PlayerNode() override;
 
     /// Decodes this instead of what was being decoded. Any thread.
@@ -65,6 +66,7 @@ class PlayerNode final : public FrameInput {
     bool superseded() const;
 
     WakeUp& framesReady_;
+    bool paced_;
     WakeUp wake_;
     boost::lockfree::spsc_queue<PlayerBlock> blocks_;
     std::atomic<bool> ending_{false};

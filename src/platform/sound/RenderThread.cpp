@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/sound/SoundPriority.h"
+
 namespace ambrel {
 
 RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
@@ -15,6 +17,8 @@ RenderThread::~RenderThread() {
 }
 
 void RenderThread::run() {
+    if (!wiring_.demand)
+        raiseSoundPriority(SoundUrgency::onDemand);
     while (!ending_) {
         while (!ending_ && step()) {
         }

@@ -1,71 +1,16 @@
 #include <cmath>
-#include <cstring>
 #include <random>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QtEndian>
-
-#include <QTest>
-
-#include "platform/sound/AudioFile.h"
-#include "support/MediaMaker.h"
+#include "platform/sound/EncodedFormats.h"
 
 using ambrel::AudioFile;
 using ambrel::AudioFileError;
-using ambrel::test::MediaMaker;
-using ambrel::test::Sound;
+using namespace ambrel::test;
 
 namespace {
-
-struct Format {
-    const char* name;
-    const char* file;
-    const char* options;
-    bool exact = true;          ///< decodes to the same samples wherever it starts
-    bool knowsItsLength = true; ///< says how much the encoder added
-    int rate = 44100;
-};
-
-const Format formats[] = {
-    {"wav 8", "a8.wav", "-c:a pcm_u8"},
-    {"wav 16", "a16.wav", "-c:a pcm_s16le"},
-    {"wav 24", "a24.wav", "-c:a pcm_s24le"},
-    {"wav 32", "a32.wav", "-c:a pcm_s32le"},
-    {"wav float", "af.wav", "-c:a pcm_f32le"},
-    {"aiff", "a.aiff", "-c:a pcm_s16be"},
-    {"flac", "a.flac", ""},
-    {"flac 24", "a24.flac", "-sample_fmt s32"},
-    {"alac", "alac.m4a", "-c:a alac -movflags +faststart"},
-    {"mp3 cbr", "cbr.mp3", "-b:a 128k"},
-    {"mp3 vbr", "vbr.mp3", "-q:a 3"},
-    {"mp3 tagged", "tag.mp3", "-q:a 3 -id3v2_version 3 -write_id3v1 1 -metadata title=Practice"},
-    {"mp3 bare cbr", "bare.mp3", "-b:a 128k -write_xing 0 -id3v2_version 0", true, false},
-    {"mp3 bare vbr", "barev.mp3", "-q:a 3 -write_xing 0", true, false},
-    {"vorbis", "a.ogg", "-c:a libvorbis -q:a 4"},
-    {"opus", "a.opus", "-c:a libopus", true, true, 48000},
-    {"aac", "a.m4a", "-c:a aac -movflags +faststart", false},
-};
-
-constexpr double phraseSeconds = 8.345;
-constexpr double silent = -std::numeric_limits<double>::infinity();
-
-std::vector<float> readAll(AudioFile& file) {
-    const auto samples = static_cast<std::size_t>(file.samplesPerFrame());
-    std::vector<float> result;
-    std::vector<float> some(10007 * samples);
-    while (const std::size_t got =
-               file.read(static_cast<std::int64_t>(result.size() / samples), some)) {
-        result.insert(result.end(), some.begin(),
-                      some.begin() + static_cast<std::ptrdiff_t>(got * samples));
-    }
-    return result;
-}
-
-QStringList split(const char* options) {
-    return QString::fromUtf8(options).split(u' ', Qt::SkipEmptyParts);
-}
 
 /// One file of each kind that is refused.
 void makeRefusedFiles(const MediaMaker& media) {
@@ -93,16 +38,6 @@ void makeRefusedFiles(const MediaMaker& media) {
                         QString::fromStdString(media.path("film.mkv").string())});
 }
 
-/// The power of the difference against full scale; minus infinity for equal samples.
-double differenceInDecibels(const std::vector<float>& samples, const float* expected) {
-    double power = 0.0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double difference = static_cast<double>(samples[i]) - expected[i];
-        power += difference * difference;
-    }
-    return 10.0 * std::log10(power / static_cast<double>(samples.size()));
-}
-
 } // namespace
 
 class AudioFileTest : public QObject {
@@ -111,53 +46,27 @@ class AudioFileTest : public QObject {
   private Q_SLOTS:
     void readsAnyRangeAsALinearDecode_data();
     void readsAnyRangeAsALinearDecode();
-
     void laysOutTheChannels_data();
     void laysOutTheChannels();
     void refusesInOneSentence_data();
     void refusesInOneSentence();
     void opensAnyName_data();
     void opensAnyName();
-    void playsCutFilesAsFarAsTheyDecode_data();
-    void playsCutFilesAsFarAsTheyDecode();
-    void playsDamagedFilesAlikeFromAnywhere_data();
-    void playsDamagedFilesAlikeFromAnywhere();
-    void takesTheSizeOfALyingWavFromTheFile_data();
-    void takesTheSizeOfALyingWavFromTheFile();
-    void bearsAChangeOfFormatMidway_data();
-    void bearsAChangeOfFormatMidway();
-    void bearsAFileThatChangesWhileItIsRead();
     void replacesSamplesThatAreNoNumbers();
-    void survivesRandomDamage_data();
-    void survivesRandomDamage();
 
   private:
-    std::filesystem::path encoded(const Format& format, double seconds);
-
     MediaMaker media_;
 };
 
-std::filesystem::path AudioFileTest::encoded(const Format& format, double seconds) {
-    const std::string name = std::to_string(std::lround(seconds * 1000)) + "-" + format.file;
-    if (std::filesystem::exists(media_.path(name))) {
-        return media_.path(name);
-    }
-    const auto source = media_.wav("source.wav", MediaMaker::phrase(seconds, format.rate));
-    return media_.encode(source, name, split(format.options));
-}
-
 void AudioFileTest::readsAnyRangeAsALinearDecode_data() {
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < static_cast<int>(std::size(formats)); ++i) {
-        QTest::newRow(formats[i].name) << i;
-    }
+    addFormats();
 }
 
 void AudioFileTest::readsAnyRangeAsALinearDecode() {
     QFETCH(int, index);
     const Format& format = formats[index];
     const auto frames = std::llround(phraseSeconds * format.rate);
-    const auto path = encoded(format, phraseSeconds);
+    const auto path = encoded(media_, format);
 
     const auto file = AudioFile::open(path);
     const std::vector<float> reference = MediaMaker::decode(path);
@@ -289,136 +198,6 @@ void AudioFileTest::opensAnyName() {
     QCOMPARE(AudioFile::open(path)->length(), 8820);
 }
 
-void AudioFileTest::playsCutFilesAsFarAsTheyDecode_data() {
-    QTest::addColumn<int>("index");
-    QTest::addColumn<int>("percent");
-    for (int i = 0; i < static_cast<int>(std::size(formats)); ++i) {
-        for (const int percent : {50, 99}) {
-            QTest::addRow("%s cut to %d %%", formats[i].name, percent) << i << percent;
-        }
-    }
-}
-
-void AudioFileTest::playsCutFilesAsFarAsTheyDecode() {
-    QFETCH(int, index);
-    QFETCH(int, percent);
-    const Format& format = formats[index];
-    const auto whole = encoded(format, phraseSeconds);
-    const auto full = readAll(*AudioFile::open(whole));
-    QByteArray bytes = MediaMaker::bytesOf(whole);
-    bytes.truncate(bytes.size() * percent / 100);
-    const auto file = AudioFile::open(media_.write("cut-" + std::string(format.file), bytes));
-
-    std::vector<float> cut = readAll(*file);
-    QCOMPARE(static_cast<std::int64_t>(cut.size() / 2), file->length());
-    QVERIFY2(cut.size() < full.size(), "all of it, of a part");
-    const double share = static_cast<double>(cut.size()) / static_cast<double>(full.size());
-    QVERIFY2(share > percent / 100.0 - 0.2, qPrintable(QString::number(share)));
-    // All but what the last, broken block made of it.
-    cut.resize(cut.size() > 20000 ? cut.size() - 20000 : 0);
-    QVERIFY(cut.empty() ||
-            differenceInDecibels(cut, full.data()) <= (format.exact ? silent : -50.0));
-}
-
-void AudioFileTest::playsDamagedFilesAlikeFromAnywhere_data() {
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < static_cast<int>(std::size(formats)); ++i) {
-        if (formats[i].exact && !std::string_view(formats[i].file).starts_with("a.aiff")) {
-            QTest::newRow(formats[i].name) << i;
-        }
-    }
-}
-
-void AudioFileTest::playsDamagedFilesAlikeFromAnywhere() {
-    QFETCH(int, index);
-    const auto whole = encoded(formats[index], phraseSeconds);
-    QByteArray bytes = MediaMaker::bytesOf(whole);
-    std::mt19937 random(3);
-    for (qsizetype i = bytes.size() / 2; i < bytes.size() / 2 + 5000; ++i) {
-        bytes[i] = static_cast<char>(random());
-    }
-    const auto file =
-        AudioFile::open(media_.write("noise-" + std::string(formats[index].file), bytes));
-    const auto linear = readAll(*file);
-    QCOMPARE(static_cast<std::int64_t>(linear.size() / 2), file->length());
-    QVERIFY(file->length() > 7 * formats[index].rate);
-    const auto frames = static_cast<std::int64_t>(linear.size() / 2);
-    for (const std::int64_t first :
-         {frames / 10, frames * 7 / 10, frames * 8 / 10, frames * 9 / 10}) {
-        std::vector<float> range(20000);
-        QCOMPARE(file->read(first, range), std::size_t{10000});
-        QCOMPARE(differenceInDecibels(range, linear.data() + first * 2), silent);
-    }
-}
-
-void AudioFileTest::takesTheSizeOfALyingWavFromTheFile_data() {
-    QTest::addColumn<quint32>("stated");
-    for (const quint32 size : {0xffffffffU, 0x7fffffffU, 70001U, 0U}) {
-        QTest::addRow("%u bytes", size) << size;
-    }
-}
-
-void AudioFileTest::takesTheSizeOfALyingWavFromTheFile() {
-    QFETCH(quint32, stated);
-    const auto honest = media_.wav("honest.wav", MediaMaker::phrase(1.0));
-    QByteArray bytes = MediaMaker::bytesOf(honest);
-    qToLittleEndian(stated, bytes.data() + 40);
-    const auto file = AudioFile::open(media_.write("lying.wav", bytes));
-    const std::int64_t there = stated == 70001 ? 70001 / 8 : 44100;
-    QCOMPARE(file->length(), there);
-    QCOMPARE(static_cast<std::int64_t>(readAll(*file).size() / 2), there);
-}
-
-void AudioFileTest::bearsAChangeOfFormatMidway_data() {
-    QTest::addColumn<QString>("ending");
-    QTest::addColumn<int>("rate");
-    QTest::addColumn<int>("channels");
-    QTest::newRow("MP3 rate") << ".mp3" << 32000 << 2;
-    QTest::newRow("MP3 channels") << ".mp3" << 44100 << 1;
-    QTest::newRow("MP3 both") << ".mp3" << 22050 << 1;
-    QTest::newRow("AAC rate and channels") << ".aac" << 22050 << 1;
-    QTest::newRow("Vorbis rate and channels") << ".ogg" << 48000 << 1;
-    QTest::newRow("FLAC rate and channels") << ".flac" << 48000 << 1;
-}
-
-void AudioFileTest::bearsAChangeOfFormatMidway() {
-    QFETCH(QString, ending);
-    QFETCH(int, rate);
-    QFETCH(int, channels);
-    const bool bare = ending == u".mp3";
-    const QStringList options = bare ? split("-write_xing 0 -id3v2_version 0") : QStringList{};
-    const auto first = media_.encode(media_.wav("s.wav", MediaMaker::phrase(3.0)),
-                                     "first" + ending.toStdString(), options);
-    const auto second = media_.encode(media_.wav("s.wav", MediaMaker::phrase(3.0, rate, channels)),
-                                      "second" + ending.toStdString(), options);
-    const auto file = AudioFile::open(media_.write(
-        "both" + ending.toStdString(), MediaMaker::bytesOf(first) + MediaMaker::bytesOf(second)));
-    QCOMPARE(file->sampleRate(), 44100);
-    const auto samples = readAll(*file);
-    QVERIFY(samples.size() > std::size_t{2} * 44100 * 2);
-    std::vector<float> range(2000);
-    for (std::int64_t at = file->length() - 2000; at > 0; at -= file->length() / 7) {
-        QCOMPARE(file->read(at, range), std::size_t{1000});
-    }
-    if (bare) {
-        QVERIFY2(std::llabs(file->length() - 6 * 44100) < 3 * 2304,
-                 qPrintable(QString::number(file->length())));
-    }
-}
-
-void AudioFileTest::bearsAFileThatChangesWhileItIsRead() {
-    const auto path = media_.wav("changing.wav", MediaMaker::phrase(20.0));
-    const auto file = AudioFile::open(path);
-    std::vector<float> some(2000);
-    QCOMPARE(file->read(0, some), std::size_t{1000});
-    std::filesystem::resize_file(path, 44 + 8 * 44100 * 5);
-    QCOMPARE(file->read(44100 * 4, some), std::size_t{1000});
-    QCOMPARE(file->read(44100 * 10, some), std::size_t{0});
-    std::filesystem::remove(path);
-    QCOMPARE(file->read(44100 * 2, some), std::size_t{1000});
-    QCOMPARE(file->length(), std::int64_t{20 * 44100});
-}
-
 void AudioFileTest::replacesSamplesThatAreNoNumbers() {
     Sound sound = MediaMaker::phrase(0.5);
     sound.samples[10] = std::numeric_limits<float>::quiet_NaN();
@@ -428,46 +207,6 @@ void AudioFileTest::replacesSamplesThatAreNoNumbers() {
     QCOMPARE(samples[10], 0.0F);
     QCOMPARE(samples[11], 0.0F);
     QCOMPARE(samples[12], 1.5F);
-}
-
-void AudioFileTest::survivesRandomDamage_data() {
-    QTest::addColumn<int>("index");
-    for (int i = 0; i < static_cast<int>(std::size(formats)); ++i) {
-        QTest::newRow(formats[i].name) << i;
-    }
-}
-
-void AudioFileTest::survivesRandomDamage() {
-    QFETCH(int, index);
-    const QByteArray whole = MediaMaker::bytesOf(encoded(formats[index], 0.7));
-    const int rounds = qEnvironmentVariableIntValue("AMBREL_DAMAGE_ROUNDS");
-    std::mt19937 random(static_cast<unsigned>(index) + 1);
-    std::vector<float> some(4000);
-    for (int round = 0; round < (rounds > 0 ? rounds : 8); ++round) {
-        QByteArray bytes = whole;
-        for (unsigned i = 0; i < 1U << (random() % 8); ++i) {
-            // Headers are small and decide most: half of the damage goes there.
-            const auto reach =
-                random() % 2 == 0 ? std::min<qsizetype>(400, bytes.size()) : bytes.size();
-            bytes[static_cast<qsizetype>(random() % static_cast<unsigned>(reach))] =
-                static_cast<char>(random());
-        }
-        if (random() % 3 == 0) {
-            bytes.truncate(1 +
-                           static_cast<qsizetype>(random() % static_cast<unsigned>(bytes.size())));
-        }
-        const auto path = media_.write("damaged-" + std::string(formats[index].file), bytes);
-        try {
-            const auto file = AudioFile::open(path);
-            QVERIFY(file->length() > 0 && file->sampleRate() > 0 && file->channels() > 0);
-            for (int i = 0; i < 4; ++i) {
-                const auto at = static_cast<std::int64_t>(random() % 60000);
-                QVERIFY(file->read(at, some) <= 2000);
-            }
-        } catch (const AudioFileError& error) {
-            QVERIFY(std::strlen(error.what()) > 0);
-        }
-    }
 }
 
 QTEST_GUILESS_MAIN(AudioFileTest)
