@@ -54,13 +54,15 @@ std::optional<WaveformCacheEntry> examined(const QUrl& file) {
 
 QByteArray encodedSamples(const std::vector<float>& peaks) {
     QByteArray bytes(qsizetype(peaks.size() * sizeof(float)), Qt::Uninitialized);
-    qToLittleEndian<float>(peaks.data(), qsizetype(peaks.size()), bytes.data());
+    if (!peaks.empty()) // none have no address
+        qToLittleEndian<float>(peaks.data(), qsizetype(peaks.size()), bytes.data());
     return bytes;
 }
 
 std::vector<float> decodedSamples(const QByteArray& bytes) {
     std::vector<float> peaks(std::size_t(bytes.size()) / sizeof(float));
-    qFromLittleEndian<float>(bytes.data(), qsizetype(peaks.size()), peaks.data());
+    if (!peaks.empty())
+        qFromLittleEndian<float>(bytes.data(), qsizetype(peaks.size()), peaks.data());
     return peaks;
 }
 

@@ -26,6 +26,15 @@ struct WaveformCacheEntry {
     /// missing or mistyped, or the samples are not standard base64.
     static std::optional<WaveformCacheEntry> decoded(const QByteArray& json);
 
+    /// What eviction asks of a record.
+    struct Use {
+        std::int64_t sampleBytes = 0;
+        double lastAccessed = 0;
+    };
+
+    /// Of exactly the records that decoded() reads, in a fifth of the time.
+    static std::optional<Use> decodedUse(const QByteArray& json);
+
     static double dateOf(std::chrono::system_clock::time_point time);
 };
 

@@ -6,8 +6,6 @@
 
 #include <QHash>
 
-#include "waveform/WaveformCacheEntry.h"
-
 namespace ambrel {
 
 void WaveformCacheIndex::beginSnapshot() {
@@ -26,13 +24,7 @@ void WaveformCacheIndex::note(const QString& key, QByteArrayView json) {
         return;
     record.hash = hash;
     record.length = json.size();
-    const auto entry =
-        WaveformCacheEntry::decoded(QByteArray::fromRawData(json.data(), json.size()));
-    record.isReadable = entry.has_value();
-    if (entry) {
-        record.lastAccessed = entry->lastAccessed;
-        record.sampleBytes = entry->samplesData.size();
-    }
+    record.use = WaveformCacheEntry::decodedUse(QByteArray::fromRawData(json.data(), json.size()));
 }
 
 void WaveformCacheIndex::endSnapshot() {
@@ -42,7 +34,7 @@ void WaveformCacheIndex::endSnapshot() {
 QStringList WaveformCacheIndex::takeOlderThan(double cutoff) {
     QStringList taken;
     std::erase_if(records_, [&](const auto& item) {
-        const bool isOld = item.second.isReadable && item.second.lastAccessed < cutoff;
+        const bool isOld = item.second.use && item.second.use->lastAccessed < cutoff;
         if (isOld)
             taken << item.first;
         return isOld;
@@ -54,20 +46,21 @@ QStringList WaveformCacheIndex::takeBeyond(std::int64_t bytes) {
     std::vector<decltype(records_)::iterator> oldestFirst;
     std::int64_t total = 0;
     for (auto at = records_.begin(); at != records_.end(); ++at) {
-        if (at->second.isReadable) {
+        if (at->second.use) {
             oldestFirst.push_back(at);
-            total += at->second.sampleBytes;
+            total += at->second.use->sampleBytes;
         }
     }
     QStringList taken;
     if (total <= bytes)
         return taken;
-    std::ranges::sort(oldestFirst, {},
-                      [](auto at) { return std::pair(at->second.lastAccessed, at->second.place); });
+    std::ranges::sort(oldestFirst, {}, [](auto at) {
+        return std::pair(at->second.use->lastAccessed, at->second.place);
+    });
     for (const auto at : oldestFirst) {
         if (total <= bytes)
             break;
-        total -= at->second.sampleBytes;
+        total -= at->second.use->sampleBytes;
         taken << at->first;
         records_.erase(at);
     }

@@ -2,10 +2,13 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 
 #include <QByteArrayView>
 #include <QString>
 #include <QStringList>
+
+#include "waveform/WaveformCacheEntry.h"
 
 namespace ambrel {
 
@@ -29,12 +32,10 @@ class WaveformCacheIndex {
   private:
     struct Record {
         std::uint64_t hash = 0;
-        qsizetype length = 0;       ///< of the JSON
-        std::uint64_t snapshot = 0; ///< the last one it was in
-        std::size_t place = 0;      ///< in that one
-        bool isReadable = false;    ///< what does not decode is neither counted nor evicted
-        double lastAccessed = 0;    ///< as WaveformCacheEntry::lastAccessed
-        std::int64_t sampleBytes = 0;
+        qsizetype length = 0;                       ///< of the JSON
+        std::uint64_t snapshot = 0;                 ///< the last one it was in
+        std::size_t place = 0;                      ///< in that one
+        std::optional<WaveformCacheEntry::Use> use; ///< none: neither counted nor evicted
     };
 
     std::map<QString, Record> records_;

@@ -1,7 +1,9 @@
 #include <atomic>
 #include <future>
 #include <optional>
+#include <thread>
 
+#include <QTemporaryDir>
 #include <QTest>
 
 #include "app/FileLoader.h"
@@ -12,6 +14,7 @@ using namespace ambrel;
 namespace {
 
 const QString opening = QStringLiteral("Opening file...");
+const QString cached = QStringLiteral("Loading cached waveform...");
 const QString generating = QStringLiteral("Generating waveform...");
 const QString loaded = QStringLiteral("loaded");
 const QString idle = QStringLiteral("idle");
@@ -40,6 +43,8 @@ class FileLoaderTest : public QObject {
     void reportsWhatFails();
     void acceptsTheLongestFile();
     void theNewestLoadWins();
+    void aCachedWaveformIsNotMadeAgain();
+    void whatWasMadeForNobodyIsKept();
     void theLastOfManyLoadsWins();
     void endsAtAnyMoment_data();
     void endsAtAnyMoment();
@@ -48,7 +53,9 @@ class FileLoaderTest : public QObject {
     std::vector<float> extract(const QUrl& url, const WaveformGenerator::Progress& progress,
                                const std::atomic<bool>& ending);
     void noteLoadingState();
+    QUrl existingFile(const QString& name);
 
+    QTemporaryDir folder_;
     std::optional<test::ScriptedPlayer> player_;
     std::unique_ptr<FileLoader> loader_;
     FileLoader::Extract extract_; ///< absent: one peak, no progress
@@ -92,6 +99,16 @@ std::vector<float> FileLoaderTest::extract(const QUrl& url,
 void FileLoaderTest::noteLoadingState() {
     const auto& now = player_->state->loadingState();
     seen_ << (now.isLoading() ? now.message : now.isLoaded() ? loaded : idle);
+}
+
+/// A file that can be examined, which the cache wants; what is heard of it is scripted.
+QUrl FileLoaderTest::existingFile(const QString& name) {
+    QFile file(folder_.filePath(name));
+    if (!file.open(QFile::WriteOnly))
+        qFatal("no file to load");
+    const QUrl url = QUrl::fromLocalFile(file.fileName());
+    player_->graph->addFile(url, 10);
+    return url;
 }
 
 void FileLoaderTest::opensAFileWithTheDefaults() {
@@ -242,6 +259,48 @@ void FileLoaderTest::theNewestLoadWins() {
     QCOMPARE(player_->state->audioDuration(), 20.0);
     QCOMPARE(player_->state->waveformSamples().size(), std::size_t{2});
     QVERIFY(alerts_.isEmpty());
+}
+
+void FileLoaderTest::aCachedWaveformIsNotMadeAgain() {
+    const QUrl file = existingFile(QStringLiteral("a"));
+    extract_ = [](auto&&...) { return std::vector<float>{0.5F, 1}; };
+    for (const QUrl& next : {file, fileB, file}) {
+        seen_.clear();
+        loader_->loadFile(next, false);
+        QTRY_VERIFY(player_->state->loadingState().isLoaded());
+    }
+    QCOMPARE(seen_, (QStringList{opening, cached, loaded}));
+    QCOMPARE(extracted_.load(), 2);
+    QCOMPARE(player_->state->waveformSamples(), (std::vector<float>{0.5F, 1}));
+    QCOMPARE(player_->state->recentFiles(), (QList<QUrl>{file, fileB}));
+    QCOMPARE(player_->settings.recentFiles().all(), (QList<QUrl>{file, fileB}));
+    loader_->loadFile(fileNamed(QStringLiteral("missing")), true);
+    QTRY_COMPARE(alerts_.size(), 1);
+    QCOMPARE(player_->settings.recentFiles().all().size(), 2);
+}
+
+void FileLoaderTest::whatWasMadeForNobodyIsKept() {
+    const QUrl superseded = existingFile(QStringLiteral("a"));
+    const QUrl broken = existingFile(QStringLiteral("b"));
+    std::atomic<int> started = 0;
+    std::promise<void> gate;
+    extract_ = [&](const QUrl& url, auto&&, const std::atomic<bool>& ending) {
+        ++started;
+        if (url == superseded)
+            gate.get_future().wait();
+        while (url == broken && !ending)
+            std::this_thread::yield();
+        return std::vector<float>{1};
+    };
+    loader_->loadFile(superseded, false);
+    QTRY_COMPARE(started.load(), 1);
+    loader_->loadFile(broken, false);
+    QTRY_COMPARE(started.load(), 2);
+    gate.set_value();
+    QTRY_VERIFY(player_->settings.waveformCache().get(superseded));
+    loader_.reset();
+    QVERIFY2(!player_->settings.waveformCache().get(broken), "half a waveform");
+    QVERIFY(player_->settings.recentFiles().all().isEmpty());
 }
 
 void FileLoaderTest::theLastOfManyLoadsWins() {
