@@ -77,28 +77,35 @@ void NumberField::focusOutEvent(QFocusEvent* event) {
         commit();
 }
 
-void NumberField::commit() {
+bool NumberField::commit() {
     if (isCommitting_)
-        return;
+        return false;
     isCommitting_ = true;
     isEditing_ = false;
-    rules_.commit(text(), isTyped_);
+    const bool isTaken = rules_.commit(text(), isTyped_);
     showValue();
     isCommitting_ = false;
+    return isTaken;
 }
 
 void NumberField::submit() {
-    commit();
+    const bool isTaken = commit();
     if (rules_.keepsFocusOnReturn)
         selectAll();
+    else if (isTaken)
+        clearFocus(); // which commits the value as it is shown: whole
     else
-        clearFocus();
+        leaveWithoutCommit();
 }
 
 void NumberField::cancel() {
     isEditing_ = false;
     showValue();
-    isCommitting_ = true; // in this one case there is nothing to commit
+    leaveWithoutCommit();
+}
+
+void NumberField::leaveWithoutCommit() {
+    isCommitting_ = true;
     clearFocus();
     isCommitting_ = false;
 }

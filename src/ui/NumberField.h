@@ -20,9 +20,9 @@ class NumberField : public QLineEdit {
     struct Rules {
         /// How the value is shown.
         std::function<QString()> text;
-        /// Takes a text over into the model, as far as it is a value. `isTyped` is false for the
+        /// Takes a text over into the model; false when it is no value. `isTyped` is false for the
         /// field's own text, which is committed once more when Return gives up the focus.
-        std::function<void(const QString& text, bool isTyped)> commit;
+        std::function<bool(const QString& text, bool isTyped)> commit;
         /// Typing begins. May be empty.
         std::function<void()> begin;
         /// One step up (1) or down (-1), by the arrow keys. May be empty.
@@ -51,7 +51,8 @@ class NumberField : public QLineEdit {
   private:
     void applyTheme();
     void beginEditing();
-    void commit();
+    bool commit();
+    void leaveWithoutCommit();
     void showValue();
     void submit();
     void cancel();

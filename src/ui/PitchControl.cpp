@@ -42,7 +42,7 @@ QWidget* PitchControl::makeValueRow() {
         QStringLiteral("Pitch"), 72, Theme::TextStyle::body,
         {.text = [this] { return pitchText(state_->pitch()); },
          .commit = [this](const QString& text,
-                          bool isTyped) { commit(trimmedBlanks(text), isTyped); },
+                          bool isTyped) { return commit(trimmedBlanks(text), isTyped); },
          .begin = [this] { anchor_ = state_->pitch(); },
          .step =
              [this](int direction) {
@@ -63,7 +63,7 @@ QWidget* PitchControl::makeValueRow() {
 }
 
 /// The field's own text has a sign too, which is no change then.
-void PitchControl::commit(const QString& text, bool isTyped) {
+bool PitchControl::commit(const QString& text, bool isTyped) {
     auto pitch = isTyped ? typedChange(text, anchor_) : std::nullopt;
     if (!pitch)
         pitch = typedNumber(text);
@@ -71,6 +71,7 @@ void PitchControl::commit(const QString& text, bool isTyped) {
         transport::setPitch(*state_, *engine_, *pitch);
     else
         transport::pushPitch(*state_, *engine_);
+    return pitch.has_value();
 }
 
 void PitchControl::showPitch() {

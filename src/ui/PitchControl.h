@@ -20,7 +20,7 @@ class PitchControl : public ControlPanel {
 
   private:
     QWidget* makeValueRow();
-    void commit(const QString& text, bool isTyped);
+    bool commit(const QString& text, bool isTyped);
     void showPitch();
 
     std::shared_ptr<AppState> state_;

@@ -58,7 +58,7 @@ QWidget* SpeedControl::makeValueRow() {
     speed_ = new NumberField(
         QStringLiteral("Speed"), 64, Theme::TextStyle::body,
         {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
-         .commit = [this](const QString& text, bool) { commitSpeed(trimmedBlanks(text)); },
+         .commit = [this](const QString& text, bool) { return commitSpeed(trimmedBlanks(text)); },
          .begin = [this] { anchor_ = state_->speed(); },
          .step =
              [this](int direction) {
@@ -87,12 +87,13 @@ QWidget* SpeedControl::makeStepRow() {
         step_->addItem(QStringLiteral("%1%").arg(preset));
     step_->addItem(QStringLiteral("Custom"));
     connect(step_, &QComboBox::activated, this, &SpeedControl::chooseStep);
-    customStep_ = new NumberField(
-        QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
-        {.text = [this] { return stepText(state_->speedStep()); },
-         .commit = [this](const QString& text, bool isTyped) { commitCustomStep(text, isTyped); },
-         .begin = {},
-         .step = {}});
+    customStep_ =
+        new NumberField(QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
+                        {.text = [this] { return stepText(state_->speedStep()); },
+                         .commit = [this](const QString& text,
+                                          bool isTyped) { return commitCustomStep(text, isTyped); },
+                         .begin = {},
+                         .step = {}});
     auto* row = new ControlRow(6);
     row->add(new TextLabel(QStringLiteral("Step:"), Theme::TextStyle::caption));
     row->add(step_);
@@ -104,7 +105,7 @@ QWidget* SpeedControl::makeStepRow() {
     return row;
 }
 
-void SpeedControl::commitSpeed(const QString& typed) {
+bool SpeedControl::commitSpeed(const QString& typed) {
     auto speed = typedChange(typed, anchor_);
     if (!speed)
         speed = typedNumber(QString(typed).remove(QLatin1Char('%')));
@@ -112,14 +113,16 @@ void SpeedControl::commitSpeed(const QString& typed) {
         transport::setSpeed(*state_, *engine_, *speed);
     else
         transport::pushSpeed(*state_, *engine_);
+    return speed.has_value();
 }
 
-void SpeedControl::commitCustomStep(const QString& text, bool isTyped) {
+bool SpeedControl::commitCustomStep(const QString& text, bool isTyped) {
     const auto step = isTyped ? typedNumber(text) : std::nullopt;
     if (!step || !(*step > 0 && *step <= 100))
-        return;
+        return false;
     isCustomChosen_ = false;
     state_->setSpeedStep(*step);
+    return true;
 }
 
 void SpeedControl::chooseStep(int index) {

@@ -22,8 +22,8 @@ class SpeedControl : public ControlPanel {
   private:
     QWidget* makeValueRow();
     QWidget* makeStepRow();
-    void commitSpeed(const QString& typed);
-    void commitCustomStep(const QString& text, bool isTyped);
+    bool commitSpeed(const QString& typed);
+    bool commitCustomStep(const QString& text, bool isTyped);
     void chooseStep(int index);
     void showSpeed();
     void showStep();

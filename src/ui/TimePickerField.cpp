@@ -23,7 +23,7 @@ TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWi
     : QWidget(parent), value_(std::move(value)),
       field_(new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
                              {.text = [this] { return valueText(); },
-                              .commit = [this](const QString& text, bool) { commit(text); },
+                              .commit = [this](const QString& text, bool) { return commit(text); },
                               .begin = {},
                               .step = [this](int direction) { step(direction); },
                               .keepsFocusOnReturn = true})) {
@@ -56,11 +56,13 @@ QString TimePickerField::valueText() const {
     return QStringLiteral("%1").arg(value_.get(), digits, 10, QLatin1Char('0'));
 }
 
-void TimePickerField::commit(const QString& text) {
-    if (const auto number = typedWholeNumber(text))
+bool TimePickerField::commit(const QString& text) {
+    const auto number = typedWholeNumber(text);
+    if (number)
         value_.set(std::clamp(*number, value_.lowest, value_.highest));
     if (value_.committed)
         value_.committed();
+    return number.has_value();
 }
 
 void TimePickerField::step(int direction) {

@@ -34,7 +34,7 @@ class TimePickerField : public QWidget {
   private:
     SymbolButton* makeStepButton(const QString& name, int direction);
     QString valueText() const;
-    void commit(const QString& text);
+    bool commit(const QString& text);
     void step(int direction);
 
     Value value_;
