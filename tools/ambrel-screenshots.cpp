@@ -90,6 +90,12 @@ class Gallery {
         state_->setRegionEnd(4.8);
         state_->setPlaybackPosition(3.506);
         state_->setIsPlaying(true);
+        state_->setSpeed(75);
+        state_->setPitch(200);
+        state_->setEqEnabled(true);
+        state_->setEqGains({3, 0, -2.5, 1.5, 0});
+        state_->setLoopEnabled(true);
+        state_->setLoopDelayMilliseconds(500);
         state_->setWaveformSamples(peaks_);
         state_->setLoadingState(LoadingState::loaded());
     }
@@ -127,6 +133,7 @@ int main(int argc, char** argv) {
     Gallery gallery(QDir(arguments[1]), QDir::current().absoluteFilePath(arguments[2]));
     for (const Look& look :
          {Look{QStringLiteral("light"), light, QSize(780, 680), fontPoints},
+          Look{QStringLiteral("tall"), light, QSize(780, 880), fontPoints},
           Look{QStringLiteral("dark"), darkPalette(), QSize(780, 680), fontPoints},
           Look{QStringLiteral("small"), light, QSize(680, 580), fontPoints},
           Look{QStringLiteral("large-font"), light, QSize(680, 580), 14}})

@@ -1,0 +1,128 @@
+"""What the panels set is heard, stored, and said to who cannot see it."""
+
+import unittest
+
+import numpy as np
+
+from desktop import Desktop, wait_until
+from scenario import Scenario
+from sound import Recording, level_db, tone, write_wav
+
+TONE_HZ = 330
+
+
+class PractisingTest(Scenario):
+    def setUp(self):
+        super().setUp()
+        self.path = write_wav(self.folder / "song.wav", tone(TONE_HZ, 4))
+        self.program = self.start_with(self.path)
+
+    def type(self, name, text):
+        """Into a field, as a user does; Return commits."""
+        self.program.click(name=name, role="text")
+        self.program.type(text)
+        self.program.key("Return")
+
+    def setting(self, name, value):
+        wait_until(lambda: self.program.stored_settings(self.path)[name] == value,
+                   f"{name} to be stored as {value}")
+
+    def test_half_speed_three_semitones_up_is_heard_while_playing(self):
+        program = self.program
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            recording.wait_for_sound()
+            self.type("Speed", "50")
+            self.type("Pitch", "300")
+            program.wait_for(name="Pause")
+            program.wait_for(name="Play")
+            recording.wait_for_silence()
+        heard = recording.heard()
+        tail = heard[-2 * Desktop.RATE:-Desktop.RATE // 10]
+        spectrum = np.abs(np.fft.rfft(tail * np.hanning(len(tail)), 2 ** 20))
+        peak_hz = np.argmax(spectrum) * Desktop.RATE / 2 ** 20
+        cents = 1200 * np.log2(peak_hz / (TONE_HZ * 2 ** (300 / 1200)))
+        self.assertLess(abs(cents), 1)
+        self.setting("speed", 50)
+        self.setting("pitch", 300)
+
+    def test_loop_pause_is_right_pass_after_pass(self):
+        program = self.program
+        self.type("End seconds", "0")
+        program.key("Escape")
+        self.type("End milliseconds", "400")
+        program.key("Escape")
+        program.key("ctrl+l")
+        self.type("Loop delay milliseconds", "300")
+        program.key("Escape")
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            recording.wait_for_sound()
+            wait_until(lambda: len(recording.stretches()) >= 4, "four passes")
+            program.key("space")
+            recording.wait_for_silence(0.5)
+        mono = np.abs(recording.samples().mean(axis=1))
+        loud = np.flatnonzero(mono > 0.01)
+        gaps = np.diff(loud) / Desktop.RATE
+        pauses = gaps[gaps > 0.1]
+        self.assertGreaterEqual(len(pauses), 3)
+        for pause in pauses:
+            self.assertAlmostEqual(pause, 0.3, delta=0.03)
+
+    def test_equaliser_is_heard_and_everything_is_reset(self):
+        program = self.program
+        program.click(name="Equaliser")
+        program.wait_for(name="250Hz gain")
+        program.key("Escape")
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            recording.wait_for_sound()
+            from gi.repository import Atspi
+            for band in ("60Hz gain", "250Hz gain", "1kHz gain"):
+                slider = program.wait_for(name=band)
+                self.assertEqual(Atspi.Value.get_minimum_increment(slider), 0.5)
+                Atspi.Value.set_current_value(slider, -12)
+            self.setting("eqGains", [-12, -12, -12, 0, 0])
+            program.wait_for(name="Play")
+            recording.wait_for_silence()
+        tail = recording.heard()[-Desktop.RATE:-Desktop.RATE // 10]
+        self.assertLess(level_db(tail, TONE_HZ), 20 * np.log10(0.5) - 6)
+        program.click(name="Reset equaliser")
+        self.setting("eqGains", [0] * 5)
+        self.type("Speed", "+10")
+        program.click(name="Reset speed")
+        self.setting("speed", 100)
+
+    def test_tour_by_tab_reads_as_a_person_would_say_it(self):
+        from gi.repository import Atspi
+        self.program.click(name="Equaliser")
+        self.program.wait_for(name="12kHz gain")
+        self.program.key("ctrl+l")
+        self.program.wait_for(name="Loop delay milliseconds")
+
+        def focused():
+            return next((control for control in self.program._controls()
+                         if control.get_state_set().contains(Atspi.StateType.FOCUSED)
+                         and control.get_name()), None)
+        said = []
+        for _ in range(60):
+            self.program.key("Tab")
+            control = focused()
+            name = control.get_name() if control else ""
+            if said and name == said[0]:
+                break
+            if name and (not said or name != said[-1]):
+                said.append(name)
+        steps = [f"{end} {unit}{button}" for end in ("Start", "End")
+                 for unit in ("minutes", "seconds", "milliseconds") for button in (" up", "", " down")]
+        self.assertEqual(said, [
+            "Open File...", "Recent", "Help", "Zoom in", "Fit Region", *steps, "Play",
+            "Decrease speed", "Speed", "Increase speed", "Speed step",
+            "Lower pitch", "Pitch", "Raise pitch", "Equaliser",
+            "60Hz gain", "250Hz gain", "1kHz gain", "4kHz gain", "12kHz gain", "Loop",
+            *(f"Loop delay {unit}{button}" for unit in ("seconds", "milliseconds")
+              for button in (" up", "", " down"))])
+
+
+if __name__ == "__main__":
+    unittest.main()
