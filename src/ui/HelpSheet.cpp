@@ -86,6 +86,11 @@ HelpSheet::HelpSheet(QWidget* parent) : QDialog(parent), scroller_(new QScrollAr
     resize(Theme::length(560), Theme::length(560));
 }
 
+/// A gesture that is not given back outlives its widget.
+HelpSheet::~HelpSheet() {
+    QScroller::ungrabGesture(scroller_->viewport());
+}
+
 QWidget* HelpSheet::makeContent() {
     auto* title = new TextLabel(QStringLiteral("Help"), Theme::TextStyle::title);
     title->setBold(true);

@@ -12,6 +12,7 @@ class HelpSheet : public QDialog {
 
   public:
     explicit HelpSheet(QWidget* parent = nullptr);
+    ~HelpSheet() override;
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
