@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QPointer>
 
+#include "app/AccessibleFactory.h"
+
 namespace ambrel {
 namespace {
 
@@ -118,18 +120,10 @@ class MenuInterface : public QAccessibleWidget {
     mutable QHash<QAction*, QAccessible::Id> items_;
 };
 
-QAccessibleInterface* interfaceFor(const QString& className, QObject* object) {
-    auto* menu = qobject_cast<DescribedMenu*>(object);
-    if (menu && className == QLatin1String(DescribedMenu::staticMetaObject.className()))
-        return new MenuInterface(menu);
-    return nullptr;
-}
-
 } // namespace
 
 DescribedMenu::DescribedMenu(const QString& title, QWidget* parent) : QMenu(title, parent) {
-    static const bool installed = (QAccessible::installFactory(interfaceFor), true);
-    Q_UNUSED(installed)
+    describeBy<DescribedMenu, MenuInterface>();
     setToolTipsVisible(true);
 }
 

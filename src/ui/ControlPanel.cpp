@@ -1,7 +1,6 @@
 #include "ui/ControlPanel.h"
 
 #include <QHBoxLayout>
-#include <QPainter>
 #include <QVBoxLayout>
 
 #include "ui/PushButton.h"
@@ -11,7 +10,8 @@
 namespace ambrel {
 
 ControlPanel::ControlPanel(const QString& title, double spacing, QWidget* parent)
-    : QWidget(parent), spacing_(spacing), column_(new QVBoxLayout(this)), header_(new QHBoxLayout) {
+    : RoundedPanel(parent), spacing_(spacing), column_(new QVBoxLayout(this)),
+      header_(new QHBoxLayout) {
     header_->addWidget(new TextLabel(title, Theme::TextStyle::headline), 0, Qt::AlignVCenter);
     header_->addStretch(1);
     column_->addLayout(header_);
@@ -46,15 +46,6 @@ void ControlPanel::setResetEnabled(bool enabled) {
 
 void ControlPanel::addRow(QWidget* row) {
     column_->insertWidget(column_->count() - 1, row);
-}
-
-void ControlPanel::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::panelBackground(palette()));
-    const double radius = Theme::length(8);
-    painter.drawRoundedRect(rect(), radius, radius);
 }
 
 ControlRow::ControlRow(double spacing, QWidget* parent)

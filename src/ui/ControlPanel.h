@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QWidget>
+#include "ui/RoundedPanel.h"
 
 class QBoxLayout;
 
@@ -11,7 +11,7 @@ class TextLabel;
 
 /// The look that the control panels share: a rounded rectangle with a title on the left of its
 /// header row and, where the panel has a default to go back to, "Reset" on the right.
-class ControlPanel : public QWidget {
+class ControlPanel : public RoundedPanel {
     Q_OBJECT
 
   public:
@@ -29,9 +29,6 @@ class ControlPanel : public QWidget {
 
   Q_SIGNALS:
     void resetRequested();
-
-  protected:
-    void paintEvent(QPaintEvent* event) override;
 
   private:
     void applyTheme();

@@ -3,6 +3,8 @@
 #include <QAccessibleWidget>
 #include <QMenu>
 
+#include "app/AccessibleFactory.h"
+
 namespace ambrel {
 namespace {
 
@@ -41,19 +43,11 @@ class MenuButtonInterface : public QAccessibleWidget {
     MenuButton* button() const { return static_cast<MenuButton*>(widget()); }
 };
 
-QAccessibleInterface* menuButtonInterface(const QString& className, QObject* object) {
-    auto* button = qobject_cast<MenuButton*>(object);
-    if (button && className == QLatin1String(MenuButton::staticMetaObject.className()))
-        return new MenuButtonInterface(button);
-    return nullptr;
-}
-
 } // namespace
 
 MenuButton::MenuButton(const QString& text, QMenu* menu, QWidget* parent)
     : PushButton(text, Prominence::plain, parent) {
-    static const bool installed = (QAccessible::installFactory(menuButtonInterface), true);
-    Q_UNUSED(installed)
+    describeBy<MenuButton, MenuButtonInterface>();
     menu->setParent(this, menu->windowFlags());
     setMenu(menu);
 }

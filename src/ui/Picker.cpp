@@ -4,6 +4,7 @@
 #include <QAccessibleWidget>
 #include <QWheelEvent>
 
+#include "app/AccessibleFactory.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -45,18 +46,10 @@ class PickerInterface : public QAccessibleWidget {
     Picker* picker() const { return static_cast<Picker*>(widget()); }
 };
 
-QAccessibleInterface* pickerInterface(const QString& className, QObject* object) {
-    auto* picker = qobject_cast<Picker*>(object);
-    if (picker && className == QLatin1String(Picker::staticMetaObject.className()))
-        return new PickerInterface(picker);
-    return nullptr;
-}
-
 } // namespace
 
 Picker::Picker(const QString& accessibleName, QWidget* parent) : QComboBox(parent) {
-    static const bool installed = (QAccessible::installFactory(pickerInterface), true);
-    Q_UNUSED(installed)
+    describeBy<Picker, PickerInterface>();
     setAccessibleName(accessibleName);
     setFocusPolicy(Qt::TabFocus);
     const auto applyTheme = [this] { setFont(Theme::font(Theme::TextStyle::caption)); };

@@ -6,7 +6,7 @@
 #include "app/TypedNumber.h"
 #include "audio/AudioEngine.h"
 #include "ui/NumberField.h"
-#include "ui/PushButton.h"
+#include "ui/StepperRow.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
 
@@ -38,28 +38,19 @@ PitchControl::PitchControl(std::shared_ptr<AppState> state, std::shared_ptr<Audi
 }
 
 QWidget* PitchControl::makeValueRow() {
+    const auto step = [this](int direction) {
+        const auto stepped = direction > 0 ? transport::pitchUp : transport::pitchDown;
+        stepped(*state_, *engine_);
+    };
     pitch_ = new NumberField(
         QStringLiteral("Pitch"), 72, Theme::TextStyle::body,
         {.text = [this] { return pitchText(state_->pitch()); },
          .commit = [this](const QString& text,
                           bool isTyped) { return commit(trimmedBlanks(text), isTyped); },
          .begin = [this] { anchor_ = state_->pitch(); },
-         .step =
-             [this](int direction) {
-                 (direction > 0 ? transport::pitchUp : transport::pitchDown)(*state_, *engine_);
-             }});
-    auto* lower = new PushButton(Symbol::minus, QStringLiteral("Lower pitch"));
-    auto* raise = new PushButton(Symbol::plus, QStringLiteral("Raise pitch"));
-    lower->setRepeats();
-    raise->setRepeats();
-    connect(lower, &PushButton::clicked, this, [this] { transport::pitchDown(*state_, *engine_); });
-    connect(raise, &PushButton::clicked, this, [this] { transport::pitchUp(*state_, *engine_); });
-    auto* row = new ControlRow(6);
-    row->add(lower);
-    row->add(pitch_);
-    row->add(raise);
-    row->addStretch();
-    return row;
+         .step = step});
+    return new StepperRow(QStringLiteral("Lower pitch"), pitch_, QStringLiteral("Raise pitch"),
+                          step);
 }
 
 /// The field's own text has a sign too, which is no change then.

@@ -3,7 +3,6 @@
 #include <QPainter>
 
 #include "app/PlainText.h"
-#include "ui/ButtonFace.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -33,10 +32,6 @@ void PushButton::setEnabledWithoutPassingFocus(bool enabled) {
     if (!enabled && hasFocus())
         clearFocus();
     setEnabled(enabled);
-}
-
-void PushButton::setRepeats() {
-    makeRepeating(*this);
 }
 
 QSize PushButton::sizeHint() const {

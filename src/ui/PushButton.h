@@ -27,9 +27,6 @@ class PushButton : public QPushButton {
     /// given up instead.
     void setEnabledWithoutPassingFocus(bool enabled);
 
-    /// Acts again and again while it is held, after the desktop's usual delay.
-    void setRepeats();
-
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 

@@ -1,36 +1,19 @@
 #include "ui/RecentFilesBox.h"
 
-#include <QPainter>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
 #include "ui/Divider.h"
 #include "ui/QuietButton.h"
 #include "ui/RecentFileRow.h"
+#include "ui/RoundedPanel.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
-namespace {
-
-/// The rounded rectangle that the list lies on.
-class ListPanel : public QWidget {
-  protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Theme::panelBackground(palette()));
-        const double radius = Theme::length(8);
-        painter.drawRoundedRect(rect(), radius, radius);
-    }
-};
-
-} // namespace
-
 RecentFilesBox::RecentFilesBox(QWidget* parent)
     : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea) {
-    auto* panel = new ListPanel;
+    auto* panel = new RoundedPanel;
     panelColumn_ = new QVBoxLayout(panel);
     panelColumn_->addWidget(
         new TextLabel(QStringLiteral("Recent Files"), Theme::TextStyle::headline));

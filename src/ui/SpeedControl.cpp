@@ -9,7 +9,7 @@
 #include "audio/AudioEngine.h"
 #include "ui/NumberField.h"
 #include "ui/Picker.h"
-#include "ui/PushButton.h"
+#include "ui/StepperRow.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
 
@@ -55,30 +55,18 @@ SpeedControl::SpeedControl(std::shared_ptr<AppState> state, std::shared_ptr<Audi
 }
 
 QWidget* SpeedControl::makeValueRow() {
+    const auto step = [this](int direction) {
+        const auto stepped = direction > 0 ? transport::increaseSpeed : transport::decreaseSpeed;
+        stepped(*state_, *engine_);
+    };
     speed_ = new NumberField(
         QStringLiteral("Speed"), 64, Theme::TextStyle::body,
         {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
          .commit = [this](const QString& text, bool) { return commitSpeed(trimmedBlanks(text)); },
          .begin = [this] { anchor_ = state_->speed(); },
-         .step =
-             [this](int direction) {
-                 (direction > 0 ? transport::increaseSpeed : transport::decreaseSpeed)(*state_,
-                                                                                       *engine_);
-             }});
-    auto* slower = new PushButton(Symbol::minus, QStringLiteral("Decrease speed"));
-    auto* faster = new PushButton(Symbol::plus, QStringLiteral("Increase speed"));
-    slower->setRepeats();
-    faster->setRepeats();
-    connect(slower, &PushButton::clicked, this,
-            [this] { transport::decreaseSpeed(*state_, *engine_); });
-    connect(faster, &PushButton::clicked, this,
-            [this] { transport::increaseSpeed(*state_, *engine_); });
-    auto* row = new ControlRow(6);
-    row->add(slower);
-    row->add(speed_);
-    row->add(faster);
-    row->addStretch();
-    return row;
+         .step = step});
+    return new StepperRow(QStringLiteral("Decrease speed"), speed_,
+                          QStringLiteral("Increase speed"), step);
 }
 
 QWidget* SpeedControl::makeStepRow() {

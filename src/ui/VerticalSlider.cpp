@@ -7,6 +7,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include "app/AccessibleFactory.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -44,19 +45,11 @@ class SliderInterface : public QAccessibleWidget, public QAccessibleValueInterfa
     VerticalSlider* slider() const { return static_cast<VerticalSlider*>(widget()); }
 };
 
-QAccessibleInterface* sliderInterface(const QString& className, QObject* object) {
-    auto* slider = qobject_cast<VerticalSlider*>(object);
-    if (slider && className == QLatin1String(VerticalSlider::staticMetaObject.className()))
-        return new SliderInterface(slider);
-    return nullptr;
-}
-
 } // namespace
 
 VerticalSlider::VerticalSlider(const QString& accessibleName, QWidget* parent)
     : QAbstractSlider(parent) {
-    static const bool installed = (QAccessible::installFactory(sliderInterface), true);
-    Q_UNUSED(installed)
+    describeBy<VerticalSlider, SliderInterface>();
     setAccessibleName(accessibleName);
     setOrientation(Qt::Vertical);
     setRange(-stepsOf(kHighest), stepsOf(kHighest));

@@ -112,6 +112,13 @@ class Application:
     def type(self, text):
         _xdotool("type", "--clearmodifiers", text)
 
+    def play_through(self, recording):
+        """Plays the region to its end, until nothing is heard any more."""
+        self.key("space")
+        self.wait_for(name="Pause")
+        self.wait_for(name="Play")
+        recording.wait_for_silence()
+
     def pointer(self, *steps):
         _xdotool(*steps)
 

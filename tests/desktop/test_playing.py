@@ -33,10 +33,7 @@ class PlayingTest(Scenario):
         self.assertAlmostEqual(start_s, 4.1, delta=0.02)
         self.assertAlmostEqual(end_s, 5.8, delta=0.02)
         with Recording(self.desktop) as recording:
-            program.key("space")
-            program.wait_for(name="Pause")
-            program.wait_for(name="Play")
-            recording.wait_for_silence()
+            program.play_through(recording)
         heard = recording.heard()
         self.assertAlmostEqual(len(heard) / Desktop.RATE, end_s - start_s, delta=0.030)
         self.assert_only(heard, TONES_HZ[2])

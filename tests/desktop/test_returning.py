@@ -40,10 +40,7 @@ class ReturningTest(Scenario):
         program.wait_until_loaded()
         self.assertEqual(program.region(), (1.25, 2.25, 4))
         with Recording(self.desktop) as recording:
-            program.key("space")
-            program.wait_for(name="Pause")
-            program.wait_for(name="Play")
-            recording.wait_for_silence()
+            program.play_through(recording)
         heard = recording.heard()
         self.assertAlmostEqual(len(heard) / Desktop.RATE, 2, delta=0.06)
         steady = heard[Desktop.RATE // 2:-Desktop.RATE // 2]
