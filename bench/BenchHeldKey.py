@@ -1,7 +1,6 @@
 """A key that changes a setting, held for a minute while a file plays.
 
-    cmake --build --preset release --target ambrel
-    /usr/bin/python3 bench/BenchHeldKey.py
+    bench/run BenchHeldKey
 
 How often the settings are written while it is held and after it is let go (wanted: not at all, and
 once), and how often the window paints meanwhile, against playing with no key held.

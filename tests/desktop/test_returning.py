@@ -1,9 +1,12 @@
 """Who comes back finds everything as it was left; a file opened anew starts afresh."""
 
+import base64
 import json
 import subprocess
 import time
 import unittest
+
+import numpy as np
 
 from desktop import Desktop, wait_until
 from scenario import Scenario
@@ -48,6 +51,29 @@ class ReturningTest(Scenario):
         self.assertGreater(level_db(steady, transposed), level_db(steady, 330) + 40)
         self.quit(program)
         self.assertEqual(program.stored_settings(path), AS_LEFT)
+
+    def test_stored_waveform_equals_peaks_computed_from_ffmpegs_output(self):
+        path = self.folder / "stereo [1] #2.flac"
+        noise = np.random.default_rng(1).uniform(-0.7, 0.7, (48_000 * 5 + 123, 2))
+        wav = write_wav(self.folder / "noise.wav", noise * np.linspace(0, 1, len(noise))[:, None], 48_000)
+        subprocess.run(["ffmpeg", "-loglevel", "error", "-i", wav, path], check=True)
+        program = self.start_with(path)
+        self.quit(program)
+        kind, row = program.stored(f"waveformCache.{path}")
+        self.assertEqual(kind, "data")
+        self.assertRegex(row.decode(), r'^\{"samplesData":"[^"]*","fileSize":\d+,'
+                                       r'"modDate":\d+(\.\d+)?,"lastAccessed":\d+(\.\d+)?\}$')
+        record = json.loads(row)
+        self.assertEqual(record["fileSize"], path.stat().st_size)
+        stored = np.frombuffer(base64.b64decode(record["samplesData"]), "<f4")
+
+        decoded = subprocess.run(["ffmpeg", "-loglevel", "error", "-i", path, "-f", "f32le", "-"],
+                                 check=True, capture_output=True).stdout
+        mono = np.abs(np.frombuffer(decoded, "<f4").reshape(-1, 2).mean(axis=1, dtype="f8"))
+        bucket = int(len(mono) / 48_000 * 44_100) // 2000
+        peaks = np.array([part.mean() for part in np.split(mono, range(bucket, len(mono), bucket))])
+        self.assertEqual(len(stored), len(peaks))
+        np.testing.assert_allclose(stored, peaks / peaks.max(), atol=2e-6)
 
     def test_a_file_opened_anew_starts_afresh_and_stores_that(self):
         path = self.song()

@@ -7,6 +7,7 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QLineEdit>
+#include <QPaintEvent>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
@@ -376,6 +377,41 @@ class PanelsWindowTest : public QObject {
                      w.field(u"Pitch"_qs)->mapTo(&w.window, QPoint()).y());
         }
         QApplication::setFont(usual);
+    }
+
+    void aStepOfThePlayHeadPaintsNothingElse() {
+        Practice w;
+        w.state->setEqEnabled(true);
+        w.state->setLoopEnabled(true);
+        w.window.grab();
+        const auto placeOf = [&w](const QWidget* widget, const QRect& part) {
+            return part.translated(widget->mapTo(&w.window, QPoint()));
+        };
+        struct PaintWatch : QObject {
+            std::vector<std::pair<QWidget*, QRect>> painted;
+            bool eventFilter(QObject* watched, QEvent* event) override {
+                if (auto* widget = qobject_cast<QWidget*>(watched);
+                    widget && event->type() == QEvent::Paint)
+                    painted.emplace_back(widget, static_cast<QPaintEvent*>(event)->rect());
+                return false;
+            }
+        } watch;
+        QTest::qWait(300); // the rows have slid in
+        qApp->installEventFilter(&watch);
+        const QWidget* waveform = w.find(u"Waveform"_qs);
+        const QWidget* readOut = w.find(u"Position"_qs);
+        for (int step = 1; step <= 5; ++step) {
+            w.state->setPlaybackPosition(1 + step * 0.05);
+            QTest::qWait(20);
+        }
+        QVERIFY(!watch.painted.empty());
+        for (const auto& [widget, part] : watch.painted) {
+            const QRect place = placeOf(widget, part);
+            QVERIFY2(placeOf(readOut, readOut->rect()).contains(place) ||
+                         (placeOf(waveform, waveform->rect()).contains(place) &&
+                          place.width() < waveform->width() / 10),
+                     widget->metaObject()->className());
+        }
     }
 
     void helpOpensScrollsAndCloses() {
