@@ -10,7 +10,9 @@ void SheetBlocker::present(QDialog* sheet, QWidget* window) {
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->setWindowModality(Qt::NonModal);
     new SheetBlocker(sheet, window);
-    sheet->show();
+    const QWindow* place = window->windowHandle();
+    if (!place || place->isExposed())
+        sheet->show();
 }
 
 SheetBlocker::SheetBlocker(QDialog* sheet, QWidget* window)
@@ -21,8 +23,12 @@ SheetBlocker::SheetBlocker(QDialog* sheet, QWidget* window)
 }
 
 bool SheetBlocker::eventFilter(QObject* watched, QEvent* event) {
-    if (!sheet_->isVisible()) // closed, and about to be deleted
+    if (!sheet_->isVisible()) { // still to come, or closed and about to be deleted
+        if (event->type() == QEvent::Expose &&
+            !sheet_->testAttribute(Qt::WA_WState_ExplicitShowHide))
+            QMetaObject::invokeMethod(sheet_, &QDialog::show, Qt::QueuedConnection);
         return QObject::eventFilter(watched, event);
+    }
     switch (event->type()) {
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:

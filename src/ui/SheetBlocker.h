@@ -17,7 +17,8 @@ class SheetBlocker : public QObject {
     Q_OBJECT
 
   public:
-    /// Shows `sheet` over `window`. The sheet deletes itself when it is closed.
+    /// Shows `sheet` over `window`, as soon as that has its place on the screen. The sheet deletes
+    /// itself when it is closed.
     static void present(QDialog* sheet, QWidget* window);
 
   protected:
