@@ -1,7 +1,9 @@
 """Who comes back finds everything as it was left; a file opened anew starts afresh."""
 
 import base64
+import contextlib
 import json
+import sqlite3
 import subprocess
 import time
 import unittest
@@ -83,6 +85,25 @@ class ReturningTest(Scenario):
         program = self.start(path, home=first.home)
         program.wait_until_loaded()
         wait_until(lambda: program.stored_settings(path) == DEFAULTS, "the defaults to be stored")
+
+    def test_what_is_set_while_another_program_locks_the_store_is_saved_later(self):
+        path = self.song()
+        first = self.start_with(path)
+        self.quit(first)
+        with contextlib.closing(sqlite3.connect(first.store_path)) as lock:
+            lock.execute("BEGIN EXCLUSIVE")
+            program = self.start(path, home=first.home)
+            program.wait_until_loaded()
+            with Recording(self.desktop) as recording:
+                program.key("space")
+                recording.wait_for_sound()
+            program.key("ctrl+Right")
+            time.sleep(1)
+            self.assertEqual(program.stored_settings(path)["speed"], 100)
+            self.assertIsNone(program.find(name="OK"))
+            lock.rollback()
+        wait_until(lambda: program.stored_settings(path)["speed"] == 105, "the speed to be stored")
+        self.quit(program)
 
     def test_each_key_acts_once_on_any_layout(self):
         # Keys by their place: what a Dvorak keyboard prints on R and L is another letter.
