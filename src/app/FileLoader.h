@@ -47,7 +47,7 @@ class FileLoader {
                MainQueue& mainQueue, ErrorHandler showError,
                Extract extract = WaveformGenerator::extract);
 
-    /// Stops generators at their next bucket and waits for them. No load does anything afterwards,
+    /// Stops generators at their next read and waits for them. No load does anything afterwards,
     /// and half a waveform is not kept.
     ~FileLoader();
 

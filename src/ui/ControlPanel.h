@@ -7,7 +7,6 @@ class QBoxLayout;
 namespace ambrel {
 
 class PushButton;
-class TextLabel;
 
 /// The look that the control panels share: a rounded rectangle with a title on the left of its
 /// header row and, where the panel has a default to go back to, "Reset" on the right.
@@ -39,9 +38,8 @@ class ControlPanel : public RoundedPanel {
     PushButton* reset_ = nullptr;
 };
 
-/// A horizontal row of widgets: at their natural sizes and centred vertically, or, with a stretch,
-/// sharing what room there is;
-/// `spacing` points apart.
+/// A horizontal row of widgets, `spacing` points apart: at their natural sizes and centred
+/// vertically or, with a stretch, sharing what room there is.
 class ControlRow : public QWidget {
     Q_OBJECT
 
