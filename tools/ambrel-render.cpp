@@ -72,12 +72,12 @@ class Render {
 
     QJsonObject run() {
         const double cpuBefore = cpuSeconds();
-        for (int pass = 0; pass < options_.passes; ++pass) {
-            graph_.scheduleSegment(file_, region_.startFrame, region_.frameCount, [] {});
-            graph_.play();
-            while (pullBlock()) {
-            }
-            graph_.stop();
+        graph_.scheduleSegment(file_, region_.startFrame, region_.frameCount, [] {});
+        if (options_.passes > 1)
+            graph_.setContinuation(
+                Continuation{region_.startFrame, region_.frameCount, 0, options_.passes - 1});
+        graph_.play();
+        while (pullBlock()) {
         }
         const double cpu = cpuSeconds() - cpuBefore;
         wav_.finish();

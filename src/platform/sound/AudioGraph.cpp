@@ -22,9 +22,10 @@ constexpr int aheadMs = 10;
 
 struct Segment {
     std::shared_ptr<AudioFile> file;
-    std::int64_t startFrame = 0;
-    std::int64_t frameCount = 0;
+    PassBegin first;
     std::int64_t firstEpoch = 0;
+    std::optional<Continuation> next;
+    std::int64_t frameCount = 0; ///< of the pass being watched
 };
 
 } // namespace
@@ -42,6 +43,9 @@ class AudioGraph::Impl final : public FrameSource {
 
     void start();
     void schedule(Segment segment, Completion completion);
+    void follow(const std::optional<Continuation>& next);
+    std::optional<Continuation> runningOn() const;
+    bool goOn(Completion completion);
     void setPlaying(bool playing);
     void stop();
     std::optional<double> playerTime() const;
@@ -50,7 +54,7 @@ class AudioGraph::Impl final : public FrameSource {
     bool running = false;
 
   private:
-    void nextRun(std::int64_t framesBefore);
+    void playFrom(const OutputStage::Place& place);
     void rest();
 
     PlayGate gate_;
@@ -108,7 +112,7 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     const OutputStage::Progress progress = stage_.progress();
     const bool begun = segment_ && progress.epoch >= segment_->firstEpoch;
     if (segment_ && !(begun && progress.ended))
-        nextRun(begun ? static_cast<std::int64_t>(progress.fileFrame) : 0);
+        playFrom(begun ? stage_.place() : OutputStage::Place{segment_->first, 0});
 }
 
 void AudioGraph::Impl::render(float* stereo, std::size_t frames) noexcept {
@@ -130,10 +134,15 @@ std::size_t AudioGraph::Impl::awaitFrames(std::size_t frames) {
 }
 
 /// With the mutex held: what is left of the segment under a new epoch.
-void AudioGraph::Impl::nextRun(std::int64_t framesBefore) {
+void AudioGraph::Impl::playFrom(const OutputStage::Place& place) {
     ++epoch_;
-    player_.play({epoch_, segment_->file, segment_->startFrame + framesBefore,
-                  segment_->frameCount - framesBefore, framesBefore, rateHz_});
+    const PassBegin& pass = place.pass;
+    player_.play({epoch_,
+                  segment_->file,
+                  {-static_cast<std::int64_t>(place.fileFrame), pass.startFrame, pass.frameCount,
+                   1, pass.pass, 0},
+                  rateHz_},
+                 segment_->next);
     gate_.set({epoch_, gate_.get().playing});
     renderWake_.signal();
 }
@@ -163,7 +172,33 @@ void AudioGraph::Impl::schedule(Segment segment, Completion completion) {
     watch_->setActive(false);
     gate_.set({epoch_, false});
     if (rateHz_ > 0)
-        nextRun(0);
+        playFrom({segment_->first, 0});
+}
+
+void AudioGraph::Impl::follow(const std::optional<Continuation>& next) {
+    const std::scoped_lock lock(mutex_);
+    if (!segment_ || segment_->next == next)
+        return;
+    segment_->next = next;
+    if (rateHz_ > 0)
+        player_.follow(next);
+}
+
+std::optional<Continuation> AudioGraph::Impl::runningOn() const {
+    const std::scoped_lock lock(mutex_);
+    const std::optional<PassBegin> pass = watch_->following();
+    if (!segment_ || !gate_.get().playing || !pass)
+        return std::nullopt;
+    return Continuation{pass->startFrame, pass->frameCount, pass->pauseSeconds};
+}
+
+bool AudioGraph::Impl::goOn(Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    const std::optional<PassBegin> pass = watch_->following();
+    if (!segment_ || !pass || !watch_->goOn(std::move(completion)))
+        return false;
+    segment_->frameCount = pass->frameCount;
+    return true;
 }
 
 void AudioGraph::Impl::setPlaying(bool playing) {
@@ -185,9 +220,9 @@ void AudioGraph::Impl::stop() {
         return;
     segment_.reset();
     gate_.set({++epoch_, false});
-    PlayerNode::Run nothing;
+    PlayerNode::Segment nothing;
     nothing.epoch = epoch_;
-    player_.play(std::move(nothing));
+    player_.play(std::move(nothing), std::nullopt);
     renderWake_.signal();
     watch_->drop();
     watch_->setActive(false);
@@ -197,7 +232,11 @@ std::optional<double> AudioGraph::Impl::playerTime() const {
     const std::scoped_lock lock(mutex_);
     if (!segment_)
         return std::nullopt;
-    return stage_.log().fileFrameAt(output_->framesHeard(), segment_->firstEpoch);
+    const auto heard = stage_.log().placeAt(output_->framesHeard(), segment_->firstEpoch);
+    const std::int64_t watched = watch_->watchedPass();
+    if (!heard || heard->pass < watched)
+        return std::nullopt;
+    return heard->pass > watched ? static_cast<double>(segment_->frameCount) : heard->fileFrame;
 }
 
 AudioGraph::AudioGraph(std::unique_ptr<AudioOutput> output)
@@ -215,8 +254,22 @@ void AudioGraph::start() {
 
 void AudioGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                                  std::int64_t frameCount, Completion completion) {
-    impl_->schedule({std::move(file), startFrame, std::max<std::int64_t>(0, frameCount)},
-                    std::move(completion));
+    frameCount = std::max<std::int64_t>(0, frameCount);
+    impl_->schedule(
+        {std::move(file), {0, startFrame, frameCount, 0}, 0, std::nullopt, frameCount},
+        std::move(completion));
+}
+
+void AudioGraph::setContinuation(const std::optional<Continuation>& next) {
+    impl_->follow(next && next->frameCount > 0 && next->passes > 0 ? next : std::nullopt);
+}
+
+std::optional<Continuation> AudioGraph::runningOn() const {
+    return impl_->runningOn();
+}
+
+bool AudioGraph::goOn(Completion completion) {
+    return impl_->goOn(std::move(completion));
 }
 
 void AudioGraph::play() {

@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 
+#include "platform/sound/PassCourse.h"
+
 namespace ambrel {
 
 class AudioFile;
@@ -16,7 +18,8 @@ class AudioOutput;
 /// another thread. Completions are called on a thread of the graph's.
 class AudioGraph {
   public:
-    /// Called once per scheduled segment, when its last frame has been heard or it was dropped.
+    /// Called once per segment that was scheduled and per pass that was gone on with, when its last
+    /// frame has been heard or it was dropped.
     using Completion = std::function<void()>;
 
     /// Bands of the equaliser.
@@ -41,6 +44,21 @@ class AudioGraph {
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                          std::int64_t frameCount, Completion completion);
 
+    /// What follows the segment, and each pass after it, until told otherwise: the sound runs
+    /// straight on into it. A segment that is scheduled is followed by nothing.
+    ///
+    /// It counts from the first end of a pass on that is further away than what the device has been
+    /// given and about 10 ms; what was announced before is taken back there.
+    void setContinuation(const std::optional<Continuation>& next);
+
+    /// What runs on, or is about to after its pause, since the completion was called; absent before
+    /// that, and if the sound ended with it. Passes that are not gone on with count as one.
+    std::optional<Continuation> runningOn() const;
+
+    /// Goes on with what runs on: the player's time counts in it, and its completion is called.
+    /// False if nothing does.
+    bool goOn(Completion completion);
+
     /// The scheduled segment is heard from here on, or goes on after pause().
     void play();
 
@@ -50,8 +68,8 @@ class AudioGraph {
     /// Silence within 30 ms; drops the segment and calls its completion.
     void stop();
 
-    /// Frames of the file, at the file's rate, heard since the segment's first; absent before the
-    /// first is heard or with nothing scheduled; rests at the segment's length.
+    /// Frames of the file, at the file's rate, heard since the first of the segment or of the pass
+    /// gone on with; absent before that is heard or with nothing scheduled; rests at the length.
     std::optional<double> playerTime() const;
 
     /// Speed, 1.0 is normal; values outside 0.05 to 3.0 are brought to the nearer end.

@@ -20,8 +20,13 @@ void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesT
 OutputStage::Progress OutputStage::progress() const noexcept {
     const std::int64_t ended = endedEpoch_.load(std::memory_order_acquire);
     const std::int64_t epoch = progressEpoch_.load(std::memory_order_acquire);
-    return {epoch, progressFileFrame_.load(std::memory_order_relaxed), ended == epoch};
+    return {epoch, ended == epoch};
 }
+
+const OutputStage::Boundary* OutputStage::oldestBoundary() noexcept {
+    return boundaries_.read_available() > 0 ? &boundaries_.front() : nullptr;
+}
+
 
 void OutputStage::render(float* stereo, std::size_t frames) noexcept {
     const PlayGate::State gate = gate_.get();
@@ -97,8 +102,12 @@ void OutputStage::finishBlock() noexcept {
     if (block.last) {
         endFrame_.store(written_, std::memory_order_relaxed);
         endedEpoch_.store(block.epoch, std::memory_order_release);
-        // The run's own last frames were faded by the render thread.
+        // The segment's own last frames were faded by the render thread.
         fadeStep_ = 0;
+        segmentEnded_.signal();
+    } else if (block.passEnds) {
+        boundaries_.push({block.epoch, written_, block.next});
+        place_ = {block.next, 0};
         segmentEnded_.signal();
     }
     ring_->pop();
@@ -137,15 +146,16 @@ void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcep
 }
 
 void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {
-    if (entry_.frames > 0 && entry_.epoch != heardEpoch_) {
+    const PassBegin& pass = ring_->front()->pass;
+    if (entry_.frames > 0 && (entry_.epoch != heardEpoch_ || entry_.pass != pass.pass)) {
         log_.write(entry_);
         entry_ = {};
     }
     if (entry_.frames == 0)
-        entry_ = {heardEpoch_, at, 0, from, to};
+        entry_ = {heardEpoch_, pass.pass, at, 0, from, to};
     entry_.frames += static_cast<std::int64_t>(frames);
     entry_.fileFrameEnd = to;
-    progressFileFrame_.store(to, std::memory_order_relaxed);
+    place_ = {pass, to};
     progressEpoch_.store(heardEpoch_, std::memory_order_release);
 }
 

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 
+#include <boost/lockfree/spsc_queue.hpp>
+
 #include "platform/sound/Fade.h"
 #include "platform/sound/PlayGate.h"
 #include "platform/sound/PlayheadLog.h"
@@ -20,11 +22,23 @@ namespace ambrel {
 /// render() does not lock, allocate or wait. attach() is called between two renders.
 class OutputStage {
   public:
-    /// What is written down about the run handed over last.
+    /// What is written down about the segment handed over last.
     struct Progress {
         std::int64_t epoch = 0;
-        double fileFrame = 0; ///< handed over so far, counted from the segment's first
-        bool ended = false;   ///< its last frame was handed over
+        bool ended = false; ///< its last frame was handed over
+    };
+
+    /// How far that is.
+    struct Place {
+        PassBegin pass;       ///< being handed over, or the next where one has ended
+        double fileFrame = 0; ///< counted from the pass's first
+    };
+
+    /// The end of a pass that another follows.
+    struct Boundary {
+        std::int64_t epoch = 0;
+        std::int64_t outputFrame = 0; ///< handed over before it
+        PassBegin next;
     };
 
     /// `roomMade` is signalled when frames were taken, `segmentEnded` when a run's last was.
@@ -38,10 +52,18 @@ class OutputStage {
 
     const PlayheadLog& log() const noexcept { return log_; }
 
-    /// Any thread, while no render() runs; otherwise only `epoch` and `ended` may be relied upon.
+    /// Any thread.
     Progress progress() const noexcept;
 
-    /// Frames handed over when the run ended that progress() tells of. Any thread.
+    /// While no render() runs.
+    const Place& place() const noexcept { return place_; }
+
+    /// The oldest boundary handed over that was not dropped; nullptr with none. One thread.
+    const Boundary* oldestBoundary() noexcept;
+    void dropBoundary() noexcept { boundaries_.pop(); }
+
+    /// Frames handed over when the segment ended that progress() tells of. Any
+    /// thread.
     std::int64_t endFrame() const noexcept { return endFrame_.load(std::memory_order_relaxed); }
 
     /// Frames of silence handed over in the middle of a run because none were ready. Any thread.
@@ -71,12 +93,14 @@ class OutputStage {
     float lastLeft_ = 0, lastRight_ = 0;
     std::int64_t written_ = 0; ///< frames handed over since the output was opened
     PlayheadLog::Entry entry_; ///< being gathered during one render()
+    Place place_;
 
     std::atomic<std::int64_t> progressEpoch_{0};
-    std::atomic<double> progressFileFrame_{0};
     std::atomic<std::int64_t> endedEpoch_{0};
     std::atomic<std::int64_t> endFrame_{0};
     std::atomic<std::int64_t> missed_{0};
+    /// A boundary that finds no room is left out: another is near.
+    boost::lockfree::spsc_queue<Boundary, boost::lockfree::capacity<512>> boundaries_;
 };
 
 } // namespace ambrel

@@ -1,30 +1,37 @@
 #include "platform/sound/PlayerNode.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
 #include <exception>
+#include <utility>
 
 #include "platform/sound/AudioFile.h"
-#include "platform/sound/SegmentReader.h"
 #include "platform/sound/SoundPriority.h"
 
 namespace ambrel {
 
 namespace {
-/// Room for a second at the highest rate of a device.
-constexpr std::size_t ringBlocks = 768;
 /// The first chunks are small so that the first frames come out early.
 constexpr std::size_t firstChunkFrames = 512;
 constexpr std::size_t largestChunkFrames = 4096;
 
 std::size_t blocksInASecond(int rateHz) {
-    return std::min<std::size_t>(ringBlocks, std::size_t(rateHz) / PlayerBlock::capacity + 1);
+    return std::min<std::size_t>(PlayerRing::blockCount,
+                                 std::size_t(rateHz) / PlayerBlock::capacity + 1);
 }
 } // namespace
 
+/// A plan under a new announcement, read from where it makes a difference on.
+struct PlayerNode::Branch {
+    BranchPoint point;
+    std::unique_ptr<PlayPlan> plan; ///< none: nothing that was read is touched
+    const PlayPlan::Run* run = nullptr;
+    std::unique_ptr<RunReader> reader;
+    std::vector<float> chunk;
+};
+
 PlayerNode::PlayerNode(WakeUp& framesReady, bool paced)
-    : framesReady_(framesReady), paced_(paced), blocks_(ringBlocks), blocksAhead_(ringBlocks),
-      chunk_(2 * largestChunkFrames), thread_([this] { decode(); }) {}
+    : framesReady_(framesReady), paced_(paced), thread_([this] { decode(); }) {}
 
 PlayerNode::~PlayerNode() {
     ending_ = true;
@@ -32,138 +39,273 @@ PlayerNode::~PlayerNode() {
     thread_.join();
 }
 
-void PlayerNode::play(Run run) {
+void PlayerNode::play(Segment segment, const std::optional<Continuation>& next) {
+    Wish wish{std::move(segment), next}; // what it replaces is let go outside the mutex
     {
         const std::scoped_lock lock(wishMutex_);
-        wishedEpoch_ = run.epoch;
-        std::swap(wish_, run);
+        std::swap(wish_, wish);
+        isNewSegment_ = true;
+        ++wished_;
     }
     wake_.signal();
 }
 
-bool PlayerNode::superseded() const {
-    return ending_ || wishedEpoch_ != run_.epoch;
+void PlayerNode::follow(const std::optional<Continuation>& next) {
+    {
+        const std::scoped_lock lock(wishMutex_);
+        wish_.next = next;
+        ++wished_;
+    }
+    wake_.signal();
+}
+
+bool PlayerNode::hasAhead(std::size_t frames) noexcept {
+    const std::int64_t wished = wished_.load(std::memory_order_acquire);
+    const std::size_t blocks =
+        std::min(frames / PlayerBlock::capacity + 2, ring_.blocksAhead());
+    if (heeded_.load(std::memory_order_acquire) == wished &&
+        (allRead_.load(std::memory_order_acquire) == wished || ring_.readable() >= blocks))
+        return true;
+    wake_.signal();
+    return false;
+}
+
+bool PlayerNode::isSuperseded() const {
+    return ending_ || wished_ != taken_;
 }
 
 void PlayerNode::decode() {
     if (paced_)
         raiseSoundPriority(SoundUrgency::ahead);
     while (!ending_) {
-        if (superseded())
-            nextRun();
-        else if (reader_)
-            decodeChunk();
+        // Pulled offline, what is read ahead must not depend on when an announcement came.
+        if (isSuperseded() && (paced_ || isNewSegment_))
+            takeWish();
+        else if (pushBlock() || readOn())
+            continue;
+        else if (isSuperseded())
+            takeWish();
         else
             wake_.wait();
     }
 }
 
-void PlayerNode::nextRun() {
+void PlayerNode::takeWish() {
+    Wish wish;
+    bool isNew = false;
     {
         const std::scoped_lock lock(wishMutex_);
-        run_ = wish_;
-        wish_.file = nullptr;
+        taken_ = wished_;
+        isNew = isNewSegment_.exchange(false);
+        wish.next = wish_.next;
+        if (isNew)
+            wish.segment = std::move(wish_.segment);
+        wish_.segment.file = nullptr;
     }
-    reader_ = nullptr;
-    if (!run_.file)
-        return;
-    blocksAhead_ = blocksInASecond(run_.outputRateHz);
-    chunkFrames_ = firstChunkFrames;
-    try {
-        reader_ = std::make_unique<SegmentReader>(run_.file, run_.startFrame, run_.frameCount,
-                                                  run_.outputRateHz);
-    } catch (const std::exception&) {
-        // A rate that cannot be converted: nothing of it can be heard, so the run ends at once.
-        reader_ =
-            std::make_unique<SegmentReader>(run_.file, run_.startFrame, 0, run_.file->sampleRate());
-    }
-    place_ = {run_.epoch, reader_->frames(), static_cast<double>(run_.framesBefore),
-              static_cast<double>(run_.file->sampleRate()) / run_.outputRateHz,
-              static_cast<double>(run_.framesBefore + run_.frameCount)};
-}
-
-void PlayerNode::decodeChunk() {
-    const std::size_t frames = reader_->read(chunk_.data(), chunkFrames_);
-    const bool last = frames < chunkFrames_;
-    chunkFrames_ = std::min(2 * chunkFrames_, largestChunkFrames);
-    PlayerBlock block;
-    block.run = place_;
-    // A run without a frame still sends a block, which tells that it begins and ends.
-    std::size_t done = 0;
-    do {
-        block.frames = std::min(frames - done, PlayerBlock::capacity);
-        std::copy_n(chunk_.data() + 2 * done, 2 * block.frames, block.samples.data());
-        if (!waitForRoom())
-            return;
-        blocks_.push(block);
-        done += block.frames;
-    } while (done < frames);
-    if (last) {
-        decodedEpoch_.store(run_.epoch, std::memory_order_release);
-        reader_ = nullptr;
-        run_.file = nullptr;
-    }
+    if (isNew)
+        beginSegment(std::move(wish.segment), wish.next);
+    else if (plan_)
+        announce(wish.next);
+    heeded_.store(taken_, std::memory_order_release);
     framesReady_.signal();
 }
 
-bool PlayerNode::waitForRoom() {
-    while (ringBlocks - blocks_.write_available() >= blocksAhead_) {
+void PlayerNode::beginSegment(Segment segment, const std::optional<Continuation>& next) {
+    reader_ = nullptr;
+    plan_ = nullptr;
+    isBlockDue_ = false;
+    segment_ = std::move(segment);
+    if (!segment_.file)
+        return;
+    ring_.setBlocksAhead(blocksInASecond(segment_.outputRateHz));
+    rates_ = {segment_.file->sampleRate(), segment_.outputRateHz};
+    plan_ = std::make_unique<PlayPlan>(segment_.first, next);
+    try {
+        beginRun(*plan_->run(0));
+    } catch (const std::exception&) {
+        // A rate that cannot be converted: nothing of it can be heard, so it ends at once.
+        rates_.deviceHz = rates_.fileHz;
+        plan_ = std::make_unique<PlayPlan>(Passes{}, std::nullopt);
+        beginRun(*plan_->run(0));
+    }
+}
+
+void PlayerNode::beginRun(const PlayPlan::Run& run) {
+    run_ = &run;
+    setPlace();
+    reader_ = std::make_unique<RunReader>(segment_.file, run.course, rates_, 0);
+    isRunRead_ = false;
+    pushed_ = 0;
+    toRead_ = firstChunkFrames;
+}
+
+void PlayerNode::setPlace() {
+    constexpr double longestPauseSeconds = 1e6;
+    const double pause = std::clamp(run_->pauseSeconds, 0.0, longestPauseSeconds);
+    place_ = {segment_.epoch, run_->number, std::llround(pause * rates_.deviceHz),
+              rates_.fileFramesPerFrame()};
+}
+
+/// Reads the next frames once the last are in the ring; false when there are none left.
+bool PlayerNode::readOn() {
+    if (!plan_ || isBlockDue_)
+        return false;
+    if (!isRunRead_) {
+        readChunk();
+        return true;
+    }
+    if (const PlayPlan::Run* next = plan_->run(run_->number + 1)) {
+        beginRun(*next);
+        const PlayerRing::Progress progress = ring_.progress();
+        if (progress.epoch == segment_.epoch)
+            plan_->forgetBefore(progress.run);
+        return true;
+    }
+    allRead_.store(taken_, std::memory_order_release);
+    framesReady_.signal();
+    return false;
+}
+
+void PlayerNode::readChunk() {
+    chunk_.resize(2 * toRead_);
+    const std::size_t frames = reader_->read(chunk_.data(), toRead_);
+    chunk_.resize(2 * frames);
+    isRunRead_ = frames < toRead_;
+    toRead_ = std::min(2 * toRead_, largestChunkFrames);
+    chunkDone_ = 0;
+    // A run without a frame still sends a block, which tells that it begins and ends.
+    isBlockDue_ = frames > 0 || pushed_ == 0;
+}
+
+/// False when there is nothing to push or no room.
+bool PlayerNode::pushBlock() {
+    if (!isBlockDue_)
+        return false;
+    if (ring_.filled() >= ring_.blocksAhead()) {
         framesReady_.signal();
-        if (superseded())
+        return false;
+    }
+    const std::size_t frames = chunk_.size() / 2;
+    std::int64_t until = 0;
+    PlayerBlock block;
+    block.run = place_;
+    block.branch = branch_;
+    block.begin = pushed_;
+    block.end = runEnd(*run_);
+    block.span = spanAt(pushed_, until);
+    block.frames = std::min({frames - chunkDone_, PlayerBlock::capacity,
+                             static_cast<std::size_t>(std::max<std::int64_t>(1, until - pushed_))});
+    std::copy_n(chunk_.data() + 2 * chunkDone_, 2 * block.frames, block.samples.data());
+    ring_.push(block);
+    chunkDone_ += block.frames;
+    pushed_ += static_cast<std::int64_t>(block.frames);
+    isBlockDue_ = chunkDone_ < frames;
+    if (!isBlockDue_)
+        framesReady_.signal();
+    return true;
+}
+
+/// The passes that the run's device frame `frame` belongs to, which go on until `until`.
+PassSpan PlayerNode::spanAt(std::int64_t frame, std::int64_t& until) const {
+    const Passes& passes = run_->course.at(rates_.toFile(frame));
+    const double perFileFrame = 1 / rates_.fileFramesPerFrame();
+    const auto device = [&](std::int64_t fileFrame) {
+        return rates_.equal() ? static_cast<double>(fileFrame)
+                              : static_cast<double>(fileFrame) * perFileFrame;
+    };
+    until = passes.end() >= PassCourse::open
+                ? PassCourse::open
+                : static_cast<std::int64_t>(std::ceil(device(passes.end())));
+    return {device(passes.begin), device(passes.frameCount), passes};
+}
+
+RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
+    RunEnd end{rates_.toDevice(run.course.end()), run.then.has_value(), {}};
+    if (run.then)
+        end.next = {run.course.passFrom(run.course.end()), run.then->startFrame,
+                    run.then->frameCount, run.then->pauseSeconds};
+    return end;
+}
+
+/// `next` is to follow from the next boundary on that can still be reached in time.
+void PlayerNode::announce(const std::optional<Continuation>& next) {
+    while (const auto boundary = nextBoundary()) {
+        if (boundary->run > run_->number || (boundary->run == run_->number &&
+                                             reader_->boundariesSeenTo() <= boundary->frame)) {
+            plan_->follow(*boundary, next);
+            return;
+        }
+        Branch branch = prepareBranch(*boundary, next);
+        if (isAccepted(branch.point)) {
+            takeBranch(std::move(branch));
+            return;
+        }
+        if (isSuperseded())
+            return;
+    }
+}
+
+std::optional<PlayPlan::Boundary> PlayerNode::nextBoundary() {
+    const PlayerRing::Progress progress = ring_.progress();
+    const bool hasBegun = progress.epoch == segment_.epoch;
+    const std::int64_t run = hasBegun ? progress.run : 0;
+    // Rounded up: a boundary before it would be refused.
+    const std::int64_t frame =
+        hasBegun ? rates_.toFile(progress.frame) + (rates_.equal() ? 0 : 1) : 0;
+    if (const auto boundary = plan_->boundaryFrom(run, frame))
+        return boundary;
+    // Behind everything read so far: the run after that, if there will be one.
+    return plan_->run(run_->number + 1) ? plan_->boundaryFrom(run_->number + 1, 0) : std::nullopt;
+}
+
+PlayerNode::Branch PlayerNode::prepareBranch(PlayPlan::Boundary boundary,
+                                             const std::optional<Continuation>& next) {
+    Branch branch;
+    branch.plan = std::make_unique<PlayPlan>(*plan_);
+    branch.plan->follow(boundary, next);
+    branch.run = branch.plan->run(boundary.run);
+    const bool hasSeam = plan_->isSeamless(boundary) || branch.plan->isSeamless(boundary);
+    std::int64_t frame = hasSeam ? RunReader::changesFrom(boundary.frame, rates_)
+                                 : rates_.toDevice(boundary.frame);
+    if (boundary.run == run_->number)
+        frame = std::min(frame, pushed_); // what is not in the ring yet is read anew
+    branch.point = {segment_.epoch,  branch_ + 1,
+                    boundary.run,    frame,
+                    rates_.toDevice(boundary.frame), runEnd(*branch.run)};
+    branch.reader =
+        std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
+    branch.chunk.resize(2 * firstChunkFrames);
+    branch.chunk.resize(2 * branch.reader->read(branch.chunk.data(), firstChunkFrames));
+    return branch;
+}
+
+/// Asks the render thread whether it has not come so far yet.
+bool PlayerNode::isAccepted(const BranchPoint& point) {
+    BranchQuestion& question = ring_.question();
+    question.ask(point);
+    framesReady_.signal();
+    for (;;) {
+        const BranchQuestion::State state = question.takeAnswer();
+        if (state == BranchQuestion::State::accepted || state == BranchQuestion::State::refused)
+            return state == BranchQuestion::State::accepted;
+        if (isSuperseded() && question.withdraw())
             return false;
         wake_.wait();
     }
-    return !superseded();
 }
 
-const RunPlace* PlayerNode::open(std::int64_t epoch) noexcept {
-    if (opened_.epoch == epoch)
-        return &opened_;
-    bool dropped = false;
-    while (blocks_.read_available() > 0 && blocks_.front().run.epoch < epoch) {
-        blocks_.pop();
-        dropped = true;
-    }
-    if (dropped)
-        wake_.signal();
-    if (blocks_.read_available() == 0 || blocks_.front().run.epoch != epoch)
-        return nullptr;
-    taken_ = 0;
-    opened_ = blocks_.front().run;
-    return &opened_;
-}
-
-std::size_t PlayerNode::read(float* stereo, std::size_t frames) noexcept {
-    std::size_t done = 0;
-    bool popped = false;
-    while (done < frames && blocks_.read_available() > 0) {
-        const PlayerBlock& block = blocks_.front();
-        if (block.run.epoch != opened_.epoch)
-            break;
-        const std::size_t count = std::min(frames - done, block.frames - taken_);
-        std::memcpy(stereo + 2 * done, block.samples.data() + 2 * taken_,
-                    2 * count * sizeof(float));
-        done += count;
-        taken_ += count;
-        if (taken_ == block.frames) {
-            blocks_.pop();
-            taken_ = 0;
-            popped = true;
-        }
-    }
-    if (popped && blocks_.read_available() < blocksAhead_ * 3 / 4)
-        wake_.signal();
-    return done;
-}
-
-bool PlayerNode::hasAhead(std::size_t frames) noexcept {
-    const std::size_t blocks =
-        std::min(frames / PlayerBlock::capacity + 2, blocksAhead_.load(std::memory_order_relaxed));
-    if (decodedEpoch_.load(std::memory_order_acquire) == opened_.epoch ||
-        blocks_.read_available() >= blocks)
-        return true;
-    wake_.signal();
-    return false;
+void PlayerNode::takeBranch(Branch branch) {
+    reader_ = std::move(branch.reader);
+    plan_ = std::move(branch.plan);
+    run_ = branch.run;
+    branch_ = branch.point.branch;
+    setPlace();
+    pushed_ = branch.point.frame;
+    chunk_ = std::move(branch.chunk);
+    chunkDone_ = 0;
+    isRunRead_ = chunk_.size() < 2 * firstChunkFrames;
+    toRead_ = firstChunkFrames;
+    isBlockDue_ = !chunk_.empty();
 }
 
 } // namespace ambrel

@@ -5,88 +5,105 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
+#include <vector>
 
-#include <boost/lockfree/spsc_queue.hpp>
-
-#include "platform/sound/FrameBlock.h"
+#include "platform/sound/PlayPlan.h"
+#include "platform/sound/PlayerRing.h"
+#include "platform/sound/RunReader.h"
 #include "platform/sound/WakeUp.h"
 
 namespace ambrel {
 
 class AudioFile;
-class SegmentReader;
 
-/// Decodes what is to be played on a thread of its own, about a second ahead of the render thread.
+/// Decodes what is to be played on a thread of its own, about a second ahead of the render thread:
+/// a pass, and whatever was announced to follow it. When something else is announced, what was
+/// read ahead of it is replaced, as long as the render thread has not come that far.
 ///
 /// Commands come from any thread and never wait for the decoder: they leave their wish in a slot,
-/// the decode thread looks there after each block. The reading side belongs to the render thread
-/// and never waits either.
-class PlayerNode final : public FrameInput {
+/// the decode thread looks there after each block.
+class PlayerNode {
   public:
-    /// What to decode: `frameCount` frames of `file` from `startFrame` on.
-    struct Run {
+    /// What to decode: the passes of `file` from the run's frame 0 on.
+    struct Segment {
         std::int64_t epoch = 0;
         std::shared_ptr<AudioFile> file; ///< none: nothing to decode
-        std::int64_t startFrame = 0;
-        std::int64_t frameCount = 0;
-        std::int64_t framesBefore = 0; ///< of the segment, heard before this run
+        Passes first;                    ///< begins before 0 where a part of it was heard before
         int outputRateHz = 0;
     };
 
     /// `framesReady` is signalled whenever frames were added. `paced`: a device plays them, so that
     /// the decode thread rests most of the time and may go before other programs.
     PlayerNode(WakeUp& framesReady, bool paced);
-    ~PlayerNode() override;
+    ~PlayerNode();
 
-    /// Decodes this instead of what was being decoded. Any thread.
-    void play(Run run);
+    /// Decodes this, followed by `next`, instead of what was being decoded. Any thread.
+    void play(Segment segment, const std::optional<Continuation>& next);
 
-    /// @name The render thread's side
-    /// @{
+    /// From the next pass's end on that is not too near, `next` follows. Any thread.
+    void follow(const std::optional<Continuation>& next);
 
-    /// Drops the frames of runs before run `epoch`, and gives the run's
-    /// place when its first frames are there, nullptr before.
-    const RunPlace* open(std::int64_t epoch) noexcept;
+    /// What has been decoded; the render thread reads it.
+    PlayerRing& ring() noexcept { return ring_; }
 
-    /// Frames of the run that was opened last.
-    std::size_t read(float* stereo, std::size_t frames) noexcept override;
-
-    /// Whether `frames` frames of the opened run are there, or all that are left of it, or as many
-    /// as are decoded ahead. If not, they will be.
+    /// Whether `frames` frames are there, or all that are left, or as many as are decoded ahead,
+    /// and every command has been heeded. If not, they will be. The render thread's.
     bool hasAhead(std::size_t frames) noexcept;
 
-    /// @}
-
   private:
+    struct Wish {
+        Segment segment;
+        std::optional<Continuation> next;
+    };
+    struct Branch;
+
     void decode();
-    void nextRun();
-    void decodeChunk();
-    bool waitForRoom();
-    bool superseded() const;
+    void takeWish();
+    void beginSegment(Segment segment, const std::optional<Continuation>& next);
+    void beginRun(const PlayPlan::Run& run);
+    void setPlace();
+    void announce(const std::optional<Continuation>& next);
+    std::optional<PlayPlan::Boundary> nextBoundary();
+    Branch prepareBranch(PlayPlan::Boundary boundary, const std::optional<Continuation>& next);
+    bool isAccepted(const BranchPoint& point);
+    void takeBranch(Branch branch);
+    bool readOn();
+    void readChunk();
+    bool pushBlock();
+    PassSpan spanAt(std::int64_t frame, std::int64_t& until) const;
+    RunEnd runEnd(const PlayPlan::Run& run) const;
+    bool isSuperseded() const;
 
     WakeUp& framesReady_;
     bool paced_;
     WakeUp wake_;
-    boost::lockfree::spsc_queue<PlayerBlock> blocks_;
+    PlayerRing ring_{wake_};
     std::atomic<bool> ending_{false};
-    std::atomic<std::size_t> blocksAhead_;      ///< as many are decoded before the thread rests
-    std::atomic<std::int64_t> decodedEpoch_{0}; ///< all frames of this run are in the ring
+    std::atomic<std::int64_t> wished_{0};  ///< number of the newest wish
+    std::atomic<std::int64_t> heeded_{0};  ///< number of the newest that was carried out
+    std::atomic<std::int64_t> allRead_{0}; ///< number of the wish all of whose frames are there
 
     std::mutex wishMutex_;
-    Run wish_;
-    std::atomic<std::int64_t> wishedEpoch_{0};
+    Wish wish_;
+    std::atomic<bool> isNewSegment_{false}; ///< the wish is more than an announcement
 
     // The decode thread's.
-    Run run_;
+    std::int64_t taken_ = 0; ///< number of the newest wish taken
+    std::int64_t branch_ = 0;
+    Segment segment_;
+    RatePair rates_;
+    std::unique_ptr<PlayPlan> plan_; ///< none: nothing to read
+    const PlayPlan::Run* run_ = nullptr; ///< being read, of plan_
     RunPlace place_;
-    std::unique_ptr<SegmentReader> reader_;
-    std::size_t chunkFrames_ = 0;
-    std::vector<float> chunk_;
-
-    // The render thread's.
-    RunPlace opened_;
-    std::size_t taken_ = 0; ///< frames of the first block that were read already
+    std::unique_ptr<RunReader> reader_;
+    bool isRunRead_ = false;   ///< to its end
+    std::int64_t pushed_ = 0;  ///< frames of the run that are in the ring
+    std::size_t toRead_ = 0;   ///< frames of the next chunk
+    std::vector<float> chunk_; ///< read last
+    std::size_t chunkDone_ = 0; ///< frames of it that are in the ring
+    bool isBlockDue_ = false;   ///< not all of it is
 
     std::thread thread_; ///< last: everything above is there before it runs
 };

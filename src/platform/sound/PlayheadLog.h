@@ -17,10 +17,16 @@ class PlayheadLog {
   public:
     struct Entry {
         std::int64_t epoch = 0;
+        std::int64_t pass = 0;        ///< counted from the segment's first
         std::int64_t outputFrame = 0; ///< first frame handed over, as the output counts
         std::int64_t frames = 0;
-        double fileFrameBegin = 0; ///< counted from the segment's first
+        double fileFrameBegin = 0;    ///< counted from the pass's first
         double fileFrameEnd = 0;
+    };
+
+    struct Place {
+        std::int64_t pass = 0;
+        double fileFrame = 0;
     };
 
     void write(const Entry& entry) noexcept {
@@ -30,6 +36,7 @@ class PlayheadLog {
         // before it looks again, so a mixed entry never passes.
         slot.number.store(2 * number + 1, std::memory_order_relaxed);
         slot.epoch.store(entry.epoch, std::memory_order_release);
+        slot.pass.store(entry.pass, std::memory_order_release);
         slot.outputFrame.store(entry.outputFrame, std::memory_order_release);
         slot.frames.store(entry.frames, std::memory_order_release);
         slot.fileFrameBegin.store(entry.fileFrameBegin, std::memory_order_release);
@@ -38,10 +45,10 @@ class PlayheadLog {
         written_.store(number + 1, std::memory_order_release);
     }
 
-    /// The file frame that was heard when `heardFrames` frames had been, looking only at runs from
+    /// The pass and in it the file frame that was heard when `heardFrames` frames had been, looking only at runs from
     /// `firstEpoch` on; absent before their first frame was heard.
-    std::optional<double> fileFrameAt(std::int64_t heardFrames,
-                                      std::int64_t firstEpoch) const noexcept {
+    std::optional<Place> placeAt(std::int64_t heardFrames,
+                                 std::int64_t firstEpoch) const noexcept {
         const std::uint64_t written = written_.load(std::memory_order_acquire);
         for (std::uint64_t number = written; number > 0 && number + slots_.size() > written;
              --number) {
@@ -51,10 +58,11 @@ class PlayheadLog {
             if (entry->outputFrame >= heardFrames)
                 continue;
             if (heardFrames >= entry->outputFrame + entry->frames)
-                return entry->fileFrameEnd;
-            return entry->fileFrameBegin + (entry->fileFrameEnd - entry->fileFrameBegin) *
+                return Place{entry->pass, entry->fileFrameEnd};
+            return Place{entry->pass,
+                         entry->fileFrameBegin + (entry->fileFrameEnd - entry->fileFrameBegin) *
                                                double(heardFrames - entry->outputFrame) /
-                                               double(entry->frames);
+                                               double(entry->frames)};
         }
         return std::nullopt;
     }
@@ -63,6 +71,7 @@ class PlayheadLog {
     struct Slot {
         std::atomic<std::uint64_t> number{0};
         std::atomic<std::int64_t> epoch{0};
+        std::atomic<std::int64_t> pass{0};
         std::atomic<std::int64_t> outputFrame{0};
         std::atomic<std::int64_t> frames{0};
         std::atomic<double> fileFrameBegin{0};
@@ -74,6 +83,7 @@ class PlayheadLog {
         if (slot.number.load(std::memory_order_acquire) != 2 * number + 2)
             return std::nullopt;
         const Entry entry{slot.epoch.load(std::memory_order_acquire),
+                          slot.pass.load(std::memory_order_acquire),
                           slot.outputFrame.load(std::memory_order_acquire),
                           slot.frames.load(std::memory_order_acquire),
                           slot.fileFrameBegin.load(std::memory_order_acquire),

@@ -1,13 +1,15 @@
 #include "platform/sound/RenderThread.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "platform/sound/SoundPriority.h"
 
 namespace ambrel {
 
 RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
-    : wiring_(wiring), framesAhead_(framesAhead), ring_(framesAhead), timePitch_(sampleRateHz),
+    : wiring_(wiring), player_(wiring.player.ring()), sampleRateHz_(sampleRateHz),
+      framesAhead_(framesAhead), ring_(framesAhead), timePitch_(sampleRateHz),
       equaliser_(sampleRateHz), fade_(sampleRateHz), thread_([this] { run(); }) {}
 
 RenderThread::~RenderThread() {
@@ -28,45 +30,72 @@ void RenderThread::run() {
 }
 
 bool RenderThread::step() {
+    answerQuestion();
     const PlayGate::State gate = wiring_.gate.get();
-    const RunPlace* run = wiring_.player.open(gate.epoch);
-    if (!run)
-        return false;
-    if (run->epoch != run_.epoch) {
-        if (!gate.playing)
+    if (run_.epoch != gate.epoch || isMade_) {
+        if (!enterRun(gate))
             return false;
-        begin(*run);
     }
-    const std::size_t frames = room();
-    if (finished_ || frames == 0 || !ring_.hasRoom())
+    const std::size_t frames = std::min(room(), RenderBlock::capacity - block_.frames);
+    if (frames == 0 || !ring_.hasRoom())
         return false;
     if (wiring_.demand && !wiring_.player.hasAhead(timePitch_.mostInput()))
         return false;
-    const std::size_t before = block_.frames;
-    makeFrames(std::min(frames, RenderBlock::capacity - before));
-    finished_ = timePitch_.finished();
-    const bool full = block_.frames == RenderBlock::capacity;
-    const bool demandMet = wiring_.demand && block_.frames > 0 && room() == 0;
-    if (finished_ || full || demandMet) {
-        block_.fileFrameEnd = finished_ ? run_.fileFrameEnd : fileFrame();
-        block_.last = finished_;
-        ring_.push(block_);
-        block_.frames = 0;
-        if (wiring_.demand)
-            wiring_.demandMet.signal();
-        return !finished_;
-    }
-    return block_.frames > before;
+    const std::size_t made = pauseLeft_ > 0 ? makePause(frames) : makeFrames(frames);
+    finishFrames();
+    return made > 0 || isMade_;
+}
+
+/// The run that is to be made next; false if there is none, or not yet.
+bool RenderThread::enterRun(PlayGate::State gate) {
+    const RunPlace* run = player_.next(gate.epoch);
+    const bool isFollowing = run_.epoch == gate.epoch;
+    if (!run || !gate.playing || (isFollowing && !player_.end().follows))
+        return false;
+    begin(*run);
+    return true;
 }
 
 void RenderThread::begin(const RunPlace& run) {
+    const bool isFollowing = run.epoch == run_.epoch;
     run_ = run;
+    player_.enter();
+    isMade_ = false;
+    pauseLeft_ = run.pauseFrames;
+    fadeInStep_ = isFollowing ? 0 : fade_.frames();
+    if (!isFollowing)
+        block_.frames = 0;
     block_.epoch = run.epoch;
-    block_.frames = 0;
-    finished_ = false;
     applySettings();
-    timePitch_.begin(run.frames);
-    equaliser_.reset();
+    timePitch_.begin(player_.end().frame);
+    if (!isFollowing)
+        equaliser_.reset();
+    place_ = player_.passes().at(0);
+    block_.fileFrameBegin = place_.fileFrame;
+    tellProgress();
+}
+
+void RenderThread::answerQuestion() noexcept {
+    BranchQuestion& question = player_.question();
+    if (!question.take())
+        return;
+    const bool accepted = accepts(question.point());
+    tellProgress();
+    player_.answer(accepted);
+}
+
+/// Whether what was announced still reaches what is to be made in time.
+bool RenderThread::accepts(const BranchPoint& point) noexcept {
+    if (point.epoch != run_.epoch || point.run > run_.run)
+        return player_.branch(point);
+    if (point.run < run_.run || point.boundary < nextChangeable())
+        return false;
+    const bool isNewEndOnly = point.frame >= std::min(point.end.frame, player_.end().frame);
+    if (!player_.branch(point))
+        return false;
+    if (!isNewEndOnly)
+        timePitch_.replaceFrom(point.frame);
+    return true;
 }
 
 /// Frames that may still be made.
@@ -89,18 +118,81 @@ void RenderThread::applySettings() noexcept {
     equaliser_.set(bands, settings.equaliserBypass.load(std::memory_order_relaxed));
 }
 
-void RenderThread::makeFrames(std::size_t frames) noexcept {
+std::size_t RenderThread::makeFrames(std::size_t frames) noexcept {
     applySettings();
-    if (block_.frames == 0)
-        block_.fileFrameBegin = fileFrame();
+    timePitch_.setLength(player_.end().frame);
     float* stereo = block_.samples.data() + 2 * block_.frames;
-    const std::size_t made = timePitch_.process(wiring_.player, stereo, frames);
+    const std::size_t made = timePitch_.process(player_, stereo, frames);
     equaliser_.process(stereo, made);
+    fadeStart(stereo, made);
     fadeEnd(stereo, made);
     block_.frames += made;
+    isMade_ = timePitch_.finished();
+    return made;
 }
 
-/// The segment's last 3 ms, so that it does not break off with a click.
+std::size_t RenderThread::makePause(std::size_t frames) noexcept {
+    frames = static_cast<std::size_t>(std::min(pauseLeft_, static_cast<std::int64_t>(frames)));
+    float* stereo = block_.samples.data() + 2 * block_.frames;
+    std::fill(stereo, stereo + 2 * frames, 0.0F);
+    block_.frames += frames;
+    pauseLeft_ -= static_cast<std::int64_t>(frames);
+    return frames;
+}
+
+/// Sends the block on its way if it is full, a pass ends, or no more may be made now.
+void RenderThread::finishFrames() noexcept {
+    const PassMap::Place before = place_;
+    const PassMap::Place now = player_.passes().at(timePitch_.position());
+    // A stretcher that takes over may stand a little further back; a pass ends only once.
+    if (pauseLeft_ == 0 && now.pass.pass >= before.pass.pass)
+        place_ = now;
+    const RunEnd end = player_.end();
+    const bool isRunOver = isMade_ && pauseLeft_ == 0;
+    const bool isSeam = place_.pass.pass > before.pass.pass;
+    block_.last = isRunOver && !end.follows;
+    block_.passEnds = isSeam || (isRunOver && end.follows);
+    block_.next = isSeam ? place_.pass : end.next;
+    block_.pass = before.pass;
+    block_.fileFrameEnd = isSeam || isRunOver ? static_cast<double>(before.pass.frameCount)
+                                              : place_.fileFrame;
+    const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
+    if (isRunOver || isSeam || block_.frames == RenderBlock::capacity || isDemandMet)
+        push();
+    tellProgress();
+}
+
+void RenderThread::push() noexcept {
+    ring_.push(block_);
+    block_.frames = 0;
+    block_.fileFrameBegin = place_.fileFrame;
+    if (wiring_.demand)
+        wiring_.demandMet.signal();
+}
+
+void RenderThread::tellProgress() noexcept {
+    player_.setProgress({run_.epoch, run_.run, nextChangeable()});
+}
+
+/// The first frame of the run that a pass may still end at otherwise than was announced: the seam
+/// before it, 5 ms long, has not begun at normal speed.
+std::int64_t RenderThread::nextChangeable() const noexcept {
+    constexpr double noticeSeconds = 0.01;
+    if (isMade_)
+        return PassCourse::open;
+    const double notice = noticeSeconds * sampleRateHz_ * timePitch_.rate();
+    return static_cast<std::int64_t>(std::ceil(timePitch_.position() + notice));
+}
+
+/// The first 3 ms of a run that follows a pause; the first of a segment is faded where it is heard.
+void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
+    for (std::size_t i = 0; i < frames && fadeInStep_ < fade_.frames(); ++i, ++fadeInStep_) {
+        stereo[2 * i] *= fade_.gain(fadeInStep_);
+        stereo[2 * i + 1] *= fade_.gain(fadeInStep_);
+    }
+}
+
+/// The run's last 3 ms, so that it does not break off with a click.
 void RenderThread::fadeEnd(float* stereo, std::size_t frames) const noexcept {
     const std::int64_t left = timePitch_.framesLeft();
     if (left >= static_cast<std::int64_t>(fade_.frames()))
@@ -111,10 +203,6 @@ void RenderThread::fadeEnd(float* stereo, std::size_t frames) const noexcept {
         stereo[2 * i] *= gain;
         stereo[2 * i + 1] *= gain;
     }
-}
-
-double RenderThread::fileFrame() const noexcept {
-    return run_.fileFrame + timePitch_.position() * run_.fileFramesPerFrame;
 }
 
 } // namespace ambrel

@@ -56,14 +56,24 @@ class RenderThread {
   private:
     void run();
     bool step();
+    bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
+    void answerQuestion() noexcept;
+    bool accepts(const BranchPoint& point) noexcept;
     std::size_t room() const noexcept;
     void applySettings() noexcept;
-    void makeFrames(std::size_t frames) noexcept;
+    std::size_t makeFrames(std::size_t frames) noexcept;
+    std::size_t makePause(std::size_t frames) noexcept;
+    void finishFrames() noexcept;
+    void push() noexcept;
+    void tellProgress() noexcept;
+    std::int64_t nextChangeable() const noexcept;
+    void fadeStart(float* stereo, std::size_t frames) noexcept;
     void fadeEnd(float* stereo, std::size_t frames) const noexcept;
-    double fileFrame() const noexcept;
 
     Wiring wiring_;
+    PlayerRing& player_;
+    int sampleRateHz_;
     std::size_t framesAhead_;
     RenderRing ring_;
     TimePitchUnit timePitch_;
@@ -71,7 +81,10 @@ class RenderThread {
     Fade fade_;
     RunPlace run_;
     RenderBlock block_;
-    bool finished_ = true; ///< the run's last block was pushed
+    bool isMade_ = true;           ///< the run, to its last frame
+    std::int64_t pauseLeft_ = 0;   ///< frames of silence before the run
+    std::size_t fadeInStep_ = 0;   ///< of a run that follows a pause
+    PassMap::Place place_;         ///< of the next frame made
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

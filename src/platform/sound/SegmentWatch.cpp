@@ -1,5 +1,6 @@
 #include "platform/sound/SegmentWatch.h"
 
+#include <limits>
 #include <utility>
 
 namespace ambrel {
@@ -24,6 +25,8 @@ void SegmentWatch::add(std::int64_t firstEpoch, Completion completion) {
         dropped_.push_back(std::exchange(current_, nullptr));
     firstEpoch_ = firstEpoch;
     current_ = std::move(completion);
+    pass_ = 0;
+    newest_.reset();
     wiring_.wake.signal();
 }
 
@@ -31,7 +34,30 @@ void SegmentWatch::drop() {
     const std::scoped_lock lock(mutex_);
     if (current_)
         dropped_.push_back(std::exchange(current_, nullptr));
+    newest_.reset();
+    firstEpoch_ = std::numeric_limits<std::int64_t>::max();
     wiring_.wake.signal();
+}
+
+std::optional<PassBegin> SegmentWatch::following() const {
+    const std::scoped_lock lock(mutex_);
+    return current_ ? std::nullopt : newest_;
+}
+
+bool SegmentWatch::goOn(Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    if (current_ || !newest_)
+        return false;
+    pass_ = newest_->pass;
+    newest_.reset();
+    current_ = std::move(completion);
+    wiring_.wake.signal();
+    return true;
+}
+
+std::int64_t SegmentWatch::watchedPass() const {
+    const std::scoped_lock lock(mutex_);
+    return pass_;
 }
 
 void SegmentWatch::setActive(bool active) {
@@ -44,21 +70,44 @@ void SegmentWatch::setActive(bool active) {
     wiring_.wake.signal();
 }
 
-bool SegmentWatch::endHandedOver() const {
+bool SegmentWatch::isEndOnItsWay() const {
     const OutputStage::Progress progress = wiring_.stage.progress();
-    return current_ && progress.ended && progress.epoch >= firstEpoch_;
+    return progress.ended && progress.epoch >= firstEpoch_ && active_;
+}
+
+/// Looks which passes have begun for the listener.
+void SegmentWatch::hearBoundaries() {
+    const std::int64_t heard = wiring_.framesHeard();
+    while (const OutputStage::Boundary* boundary = wiring_.stage.oldestBoundary()) {
+        if (boundary->epoch >= firstEpoch_) {
+            if (boundary->outputFrame > heard)
+                break;
+            newest_ = boundary->next;
+        }
+        wiring_.stage.dropBoundary();
+    }
+    if (newest_ && newest_->pass > pass_ && current_)
+        complete();
+    if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
+        // What went by unwatched ended with it.
+        if (current_)
+            complete();
+        newest_.reset();
+        active_ = false;
+        idleReported_ = false;
+        idleSince_ = std::chrono::steady_clock::now();
+    }
+}
+
+void SegmentWatch::complete() {
+    dropped_.push_back(std::exchange(current_, nullptr));
 }
 
 std::vector<SegmentWatch::Completion> SegmentWatch::takeDue() {
     const std::scoped_lock lock(mutex_);
     if (ending_ && current_)
-        dropped_.push_back(std::exchange(current_, nullptr));
-    if (endHandedOver() && wiring_.framesHeard() >= wiring_.stage.endFrame()) {
-        dropped_.push_back(std::exchange(current_, nullptr));
-        active_ = false;
-        idleReported_ = false;
-        idleSince_ = std::chrono::steady_clock::now();
-    }
+        complete();
+    hearBoundaries();
     return std::exchange(dropped_, {});
 }
 
@@ -81,7 +130,7 @@ void SegmentWatch::wait() {
         const auto idleFor = std::chrono::steady_clock::now() - idleSince_;
         if (!dropped_.empty())
             return;
-        if (endHandedOver())
+        if (isEndOnItsWay() || wiring_.stage.oldestBoundary())
             limit = lookAgainAfter;
         else if (!active_ && !idleReported_ && idleFor >= idleAfter)
             report = idleReported_ = true;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -13,9 +14,12 @@
 
 namespace ambrel {
 
-/// Calls each segment's completion, once, on a thread of its own: when the last frame has been
-/// heard, when the segment is dropped, or at the end of the watch. The same thread notices that
-/// nothing has been playing for a while.
+/// Calls the completion of each pass that is watched, once, on a thread of its own: when its last
+/// frame has been heard, when it is dropped, or at the end of the watch. The same thread notices
+/// that nothing has been playing for a while.
+///
+/// A pass that follows another without being told to is watched from goOn() on. Those that go by
+/// before that count as one.
 ///
 /// It is apart from the decode thread, which a slow disk may hold up, and from the render thread,
 /// which a completion must not hold up. add(), drop() and setActive() come from the client.
@@ -25,7 +29,7 @@ class SegmentWatch {
 
     struct Wiring {
         WakeUp& wake; ///< what the thread sleeps on; the stage signals a run's end here
-        const OutputStage& stage;
+        OutputStage& stage;
         std::function<std::int64_t()> framesHeard;
         std::function<void()> idle; ///< called when nothing has been active for idleAfter
     };
@@ -40,20 +44,34 @@ class SegmentWatch {
     void add(std::int64_t firstEpoch, Completion completion);
     void drop();
 
+    /// The pass that began when the watched one had been heard; absent as long as that has not
+    /// been, or if the sound ended there.
+    std::optional<PassBegin> following() const;
+
+    /// Watches the newest pass that has begun, instead of the one before. False if none has.
+    bool goOn(Completion completion);
+
+    /// The number of the pass watched, counted from the segment's first.
+    std::int64_t watchedPass() const;
+
     /// Whether something is to be heard.
     void setActive(bool active);
     bool isActive() const noexcept { return active_; }
 
   private:
     void run();
-    bool endHandedOver() const;
+    bool isEndOnItsWay() const;
+    void hearBoundaries();
+    void complete();
     std::vector<Completion> takeDue();
     void wait();
 
     Wiring wiring_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::int64_t firstEpoch_ = 0;
     Completion current_;
+    std::int64_t pass_ = 0;            ///< watched
+    std::optional<PassBegin> newest_;  ///< that began behind it
     std::vector<Completion> dropped_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;

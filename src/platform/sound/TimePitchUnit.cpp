@@ -1,29 +1,41 @@
 #include "platform/sound/TimePitchUnit.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cmath>
+
+#include "platform/sound/Crossfade.h"
 
 namespace ambrel {
 
 namespace {
 
-constexpr auto feedFrames = static_cast<std::int64_t>(Stretcher::feedFrames);
-/// While it joins, the stretcher is fed this many times the frames that pass: it has caught up
+constexpr std::size_t blockFrames = 64;
+/// While it takes over, a stretcher is fed this many times the frames that pass: it has caught up
 /// after 35 ms, and no block costs more than at the highest speed.
-constexpr std::size_t catchUpSpeed = 6;
+constexpr double catchUpSpeed = 6;
 /// More past than the stretcher must have heard to sound like what is being played.
 constexpr std::int64_t settleFrames = 1024;
-constexpr int joinFadeMs = 5;
-constexpr std::size_t joinFrames = 64;
+constexpr int takeOverFadeMs = 5;
+
+/// Back at normal, the stretcher is heard a while longer: it takes time to come to rest, and the
+/// next change may be near.
+constexpr int neutralMs = 500;
+constexpr int leaveFadeMs = 10;
+/// The stretcher keeps to its course within this.
+constexpr int mostLagMs = 3;
+/// What is compared to find the lag. A power of two.
+constexpr std::size_t recentFrames = 2048;
+
+std::size_t framesIn(int ms, int sampleRateHz) {
+    return std::max<std::size_t>(1, std::size_t(sampleRateHz) * std::size_t(ms) / 1000);
+}
 
 } // namespace
 
 TimePitchUnit::TimePitchUnit(int sampleRateHz)
-    : stretcher_(sampleRateHz),
-      fadeFrames_(std::max<std::size_t>(1, sampleRateHz * joinFadeMs / 1000)),
-      span_(std::bit_ceil(8 * stretcher_.pad() + 2 * fadeFrames_)), input_(2 * span_) {}
+    : lines_{StretchLine(sampleRateHz), StretchLine(sampleRateHz)}, sampleRateHz_(sampleRateHz),
+      input_(8 * lines_[0].pad() + 2 * framesIn(takeOverFadeMs, sampleRateHz)),
+      recent_(recentFrames) {}
 
 void TimePitchUnit::setRate(double rate) noexcept {
     rate_ = std::clamp(std::isnan(rate) ? 1.0 : rate, Stretcher::minRate, Stretcher::maxRate);
@@ -35,189 +47,225 @@ void TimePitchUnit::setPitch(double cents) noexcept {
 
 void TimePitchUnit::begin(std::int64_t frames) noexcept {
     length_ = std::max<std::int64_t>(0, frames);
-    pulled_ = 0;
+    input_.begin();
     next_ = 0;
-    made_ = 0;
-    endKnown_ = false;
-    if (neutral()) {
-        mode_ = Mode::direct;
+    isOutdated_ = false;
+    neutralFor_ = 0;
+    mode_ = neutral() ? Mode::direct : Mode::stretching;
+    if (mode_ == Mode::stretching)
+        line().begin(0, rate_, cents_);
+}
+
+void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
+    input_.rewind(frame);
+    if (mode_ == Mode::direct || incoming().next() <= frame)
         return;
-    }
-    mode_ = Mode::stretching;
-    stretcher_.reset(rate_, cents_);
-    fed_ = -static_cast<std::int64_t>(stretcher_.pad());
-    first_ = 0;
-    stretcher_.discard(stretcher_.startDelay());
-    behindZero_ = static_cast<double>(stretcher_.startDelay());
-    map_.begin(0, rate_);
+    if (mode_ == Mode::joining && !fading_)
+        mode_ = Mode::direct;
+    else if (mode_ == Mode::switching && !fading_)
+        beginSwitching();
+    else
+        isOutdated_ = true;
 }
 
 std::size_t TimePitchUnit::process(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+    frames = std::min(frames, blockFrames);
     if (mode_ == Mode::direct && !neutral())
         beginJoining();
+    if (mode_ == Mode::stretching && isOutdated_)
+        beginSwitching();
     switch (mode_) {
     case Mode::direct:
         return direct(source, stereo, frames);
     case Mode::joining:
-        return join(source, stereo, frames);
+    case Mode::switching:
+        return takeOver(source, stereo, frames);
+    case Mode::leaving:
+        return leave(source, stereo, frames);
     case Mode::stretching:
         break;
     }
-    return stretch(source, stereo, frames);
+    line().set(rate_, cents_);
+    const std::size_t count = stretch(source, stereo, frames);
+    watchForReturn(stereo, count);
+    return count;
 }
 
 std::int64_t TimePitchUnit::framesLeft() const noexcept {
-    if (mode_ != Mode::stretching)
-        return length_ - next_;
-    const auto centre = static_cast<double>(fed_ - static_cast<std::int64_t>(stretcher_.pad()));
-    const double end = endKnown_ ? end_
-                                 : map_.output() + (static_cast<double>(length_) -
-                                                    std::max(centre, static_cast<double>(first_))) /
-                                                       rate_;
-    return std::llround(end) - made_;
+    return isDirect() ? length_ - next_ : std::llround(line().framesLeft(length_));
 }
 
 double TimePitchUnit::position() const noexcept {
-    if (mode_ != Mode::stretching)
+    if (isDirect())
         return static_cast<double>(next_);
-    return finished()
-               ? static_cast<double>(length_)
-               : std::min(map_.inputAt(static_cast<double>(made_)), static_cast<double>(length_));
+    const auto length = static_cast<double>(length_);
+    return finished() ? length : std::clamp(line().position(), 0.0, length);
 }
 
 std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t frames) noexcept {
     const std::int64_t wanted = std::min(next_ + static_cast<std::int64_t>(frames), length_);
-    pull(source, wanted);
-    const std::int64_t until = std::min(wanted, pulled_);
+    input_.take(source, wanted);
+    const std::int64_t until = std::max(next_, std::min(wanted, input_.taken()));
     const auto count = static_cast<std::size_t>(until - next_);
-    copyInput(next_, stereo, count);
+    input_.copy(next_, length_, stereo, count);
     next_ = until;
     return count;
 }
 
-void TimePitchUnit::beginJoining() noexcept {
-    mode_ = Mode::joining;
-    stretcher_.reset(1, 0);
-    fed_ = next_ - static_cast<std::int64_t>(stretcher_.pad()) - settleFrames;
-    first_ = fed_ + static_cast<std::int64_t>(stretcher_.pad());
-    stretcher_.discard(stretcher_.startDelay());
-    faded_ = 0;
-    fading_ = false;
-}
-
-std::size_t TimePitchUnit::join(FrameInput& source, float* stereo, std::size_t frames) noexcept {
-    // first_ is the input frame that the stretcher gives next; what lies before next_ is old.
-    frames = std::min(frames, joinFrames);
-    for (std::size_t fed = 0; fading_ || fed < frames * catchUpSpeed;
-         fed += Stretcher::feedFrames) {
-        const auto ready = static_cast<std::int64_t>(stretcher_.available());
-        const std::int64_t fadeEnd =
-            next_ + static_cast<std::int64_t>(fadeFrames_ - faded_ + frames);
-        if (first_ + ready >= fadeEnd || !feed(source))
-            break;
-    }
-    if (fading_)
-        frames = std::min(frames, stretcher_.available());
-    const std::size_t count = direct(source, stereo, frames);
-    const std::int64_t began = next_ - static_cast<std::int64_t>(count);
-    std::array<float, 2 * joinFrames> beside{};
-    while (first_ < began) {
-        const std::size_t old = stretcher_.take(
-            beside.data(), std::min(joinFrames, static_cast<std::size_t>(began - first_)));
-        if (old == 0)
-            return count;
-        first_ += static_cast<std::int64_t>(old);
-    }
-    if (!fading_ && stretcher_.available() < fadeFrames_ + count)
-        return count;
-    fading_ = true;
-    first_ += static_cast<std::int64_t>(stretcher_.take(beside.data(), count));
-    for (std::size_t i = 0; i < count; ++i) {
-        const float share =
-            std::min(1.0F, static_cast<float>(++faded_) / static_cast<float>(fadeFrames_));
-        stereo[2 * i] += share * (beside[2 * i] - stereo[2 * i]);
-        stereo[2 * i + 1] += share * (beside[2 * i + 1] - stereo[2 * i + 1]);
-    }
-    if (faded_ >= fadeFrames_)
-        endJoining();
-    return count;
-}
-
-void TimePitchUnit::endJoining() noexcept {
-    mode_ = Mode::stretching;
-    made_ = 0;
-    endKnown_ = false;
-    map_.begin(static_cast<double>(first_), 1);
-    const auto centre = fed_ - static_cast<std::int64_t>(stretcher_.pad());
-    map_.advance(static_cast<double>(std::min(centre, length_) - first_), 1);
-    behindZero_ = static_cast<double>(stretcher_.taken());
-    if (centre >= length_) {
-        endKnown_ = true;
-        end_ = map_.output();
-    }
-}
-
 std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept {
-    stretcher_.setRate(rate_);
-    stretcher_.setCents(cents_);
     std::size_t done = 0;
     while (done < frames && !finished()) {
         const auto wanted = static_cast<std::size_t>(
             std::min(static_cast<std::int64_t>(frames - done), framesLeft()));
-        const std::size_t count = stretcher_.take(stereo + 2 * done, wanted);
+        const std::size_t count = line().take(stereo + 2 * done, wanted);
         done += count;
-        made_ += static_cast<std::int64_t>(count);
-        if (count == 0 && !feed(source))
+        if (count == 0 && !feed(line(), source))
             break;
     }
     return done;
 }
 
-bool TimePitchUnit::feed(FrameInput& source) noexcept {
-    const std::int64_t until = fed_ + feedFrames;
-    if (!pull(source, until))
-        return false;
+bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
-    copyInput(fed_, stereo.data(), Stretcher::feedFrames);
-    stretcher_.feed(stereo.data());
-    fed_ = until;
-    if (mode_ != Mode::stretching)
-        return true;
-    const auto centre = fed_ - static_cast<std::int64_t>(stretcher_.pad());
-    if (centre <= first_ || endKnown_)
-        return true;
-    map_.advance(
-        static_cast<double>(std::min(centre, length_) - std::max(centre - feedFrames, first_)),
-        rate_);
-    if (centre >= length_) {
-        endKnown_ = true;
-        end_ = map_.output();
-    }
-    stretcher_.correct(behindZero_ + map_.output() - stretcher_.committed());
+    const auto until = line.next() + static_cast<std::int64_t>(Stretcher::feedFrames);
+    if (!input_.take(source, std::min(until, length_)))
+        return false;
+    input_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
+    line.feed(stereo.data(), length_);
     return true;
 }
 
-bool TimePitchUnit::pull(FrameInput& source, std::int64_t upTo) noexcept {
-    upTo = std::min(upTo, length_);
-    while (pulled_ < upTo) {
-        const auto at = static_cast<std::size_t>(pulled_) & (span_ - 1);
-        const std::size_t room = std::min(span_ - at, static_cast<std::size_t>(upTo - pulled_));
-        const std::size_t count = source.read(input_.data() + 2 * at, room);
-        if (count == 0)
+/// The stretcher is brought to what is passed through, at normal speed, where it follows the
+/// waveform; only then the change is made.
+void TimePitchUnit::beginJoining() noexcept {
+    mode_ = Mode::joining;
+    fadeFrames_ = framesIn(takeOverFadeMs, sampleRateHz_);
+    fading_ = false;
+    isOutdated_ = false;
+    line().begin(next_ - settleFrames, 1, 0);
+}
+
+void TimePitchUnit::beginSwitching() noexcept {
+    const auto from = static_cast<std::int64_t>(position()) - settleFrames;
+    mode_ = Mode::switching;
+    fadeFrames_ = framesIn(takeOverFadeMs, sampleRateHz_);
+    fading_ = false;
+    isOutdated_ = false;
+    incoming().begin(from, rate_, cents_);
+}
+
+/// What is heard goes on while the other stretcher catches up, and is then faded into that.
+std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
+                                    std::size_t frames) noexcept {
+    const bool isJoining = mode_ == Mode::joining;
+    if (!isJoining) {
+        line().set(rate_, cents_);
+        incoming().set(rate_, cents_);
+    }
+    catchUp(source, frames);
+    if (fading_)
+        frames = std::min(frames, incoming().available());
+    const double began = position();
+    const std::size_t count =
+        isJoining ? direct(source, stereo, frames) : stretch(source, stereo, frames);
+    if (!fading_ && (!dropTo(began) || incoming().available() < fadeFrames_ + count))
+        return count;
+    if (!fading_)
+        faded_ = 0;
+    fading_ = true;
+    std::array<float, 2 * blockFrames> beside{};
+    const std::size_t taken = incoming().take(beside.data(), count);
+    Crossfade::mix(stereo, beside.data(), taken, faded_, fadeFrames_, 1);
+    faded_ += taken;
+    if (faded_ >= fadeFrames_)
+        endTakeOver();
+    return count;
+}
+
+void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) noexcept {
+    const double rate = mode_ == Mode::joining ? 1 : rate_;
+    const double budget = (catchUpSpeed + rate) * static_cast<double>(frames);
+    for (double fed = 0; fading_ || fed < budget; fed += Stretcher::feedFrames) {
+        const double ahead = static_cast<double>(incoming().available()) -
+                             std::max(0.0, position() - incoming().position()) / rate;
+        const double wanted = static_cast<double>((fading_ ? 0 : fadeFrames_) + frames);
+        if (ahead >= wanted || !feed(incoming(), source))
+            break;
+    }
+}
+
+/// Throws away what the incoming stretcher makes of frames that were heard before; false if it has
+/// not come that far.
+bool TimePitchUnit::dropTo(double position) noexcept {
+    const double rate = mode_ == Mode::joining ? 1 : rate_;
+    std::array<float, 2 * blockFrames> old{};
+    for (;;) {
+        const auto behind =
+            std::llround((position - incoming().position()) / rate);
+        if (behind <= 0)
+            return true;
+        if (incoming().take(old.data(), std::min<std::size_t>(blockFrames, std::size_t(behind))) ==
+            0)
             return false;
-        pulled_ += static_cast<std::int64_t>(count);
     }
-    return true;
 }
 
-void TimePitchUnit::copyInput(std::int64_t from, float* stereo, std::size_t frames) const noexcept {
-    for (std::size_t i = 0; i < frames; ++i) {
-        const std::int64_t frame = from + static_cast<std::int64_t>(i);
-        const auto at = 2 * (static_cast<std::size_t>(frame) & (span_ - 1));
-        const bool inside = frame >= 0 && frame < length_;
-        stereo[2 * i] = inside ? input_[at] : 0.0F;
-        stereo[2 * i + 1] = inside ? input_[at + 1] : 0.0F;
+void TimePitchUnit::endTakeOver() noexcept {
+    if (mode_ == Mode::switching)
+        active_ = 1 - active_;
+    mode_ = Mode::stretching;
+    neutralFor_ = 0;
+}
+
+void TimePitchUnit::watchForReturn(const float* stereo, std::size_t frames) noexcept {
+    if (!neutral()) {
+        neutralFor_ = 0;
+        return;
     }
+    for (std::size_t i = 0; i < frames; ++i)
+        recent_[recentAt_++ % recentFrames] = stereo[2 * i] + stereo[2 * i + 1];
+    neutralFor_ += static_cast<std::int64_t>(frames);
+    if (neutralFor_ >= static_cast<std::int64_t>(framesIn(neutralMs, sampleRateHz_)))
+        beginLeaving();
+}
+
+/// Finds the input frame that continues what the stretcher gave last.
+void TimePitchUnit::beginLeaving() noexcept {
+    const auto most = static_cast<std::int64_t>(framesIn(mostLagMs, sampleRateHz_));
+    const std::int64_t here = std::llround(line().position());
+    const auto count = static_cast<std::int64_t>(recentFrames);
+    if (here - count - most < 0 || here + most > length_ ||
+        here + most + 2 * static_cast<std::int64_t>(blockFrames) > input_.taken())
+        return; // too near to an end: later, or not at all
+    std::array<float, recentFrames> heard{};
+    for (std::size_t i = 0; i < recentFrames; ++i)
+        heard[i] = recent_[(recentAt_ + i) % recentFrames];
+    std::int64_t best = 0;
+    likeness_ = -1;
+    for (std::int64_t lag = -most; lag <= most; ++lag) {
+        const double alike = input_.likeness(here - count + lag, heard);
+        if (alike > likeness_) {
+            likeness_ = alike;
+            best = lag;
+        }
+    }
+    mode_ = Mode::leaving;
+    next_ = here + best;
+    fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
+    faded_ = 0;
+}
+
+std::size_t TimePitchUnit::leave(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+    std::array<float, 2 * blockFrames> beside{};
+    const std::size_t count = stretch(source, stereo, frames);
+    const std::size_t passed = direct(source, beside.data(), count);
+    Crossfade::mix(stereo, beside.data(), passed, faded_, fadeFrames_, likeness_);
+    faded_ += passed;
+    if (faded_ >= fadeFrames_) {
+        mode_ = Mode::direct;
+        isOutdated_ = false;
+    }
+    return count;
 }
 
 } // namespace ambrel

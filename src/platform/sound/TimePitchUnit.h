@@ -1,33 +1,44 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "platform/sound/FrameBlock.h"
-#include "platform/sound/StretchMap.h"
-#include "platform/sound/Stretcher.h"
+#include "platform/sound/InputHistory.h"
+#include "platform/sound/StretchLine.h"
 
 namespace ambrel {
 
 /// Changes speed and pitch of one run after the other, each without the other.
 ///
 /// The first frame out is the run's first and the last its last: the stretcher's delay is taken
-/// off, and a run at a steady rate lasts its frames ÷ rate, to the frame. A run that begins at
-/// rate 1 and 0 cents is passed through bit for bit until either is changed; the stretcher is then
-/// brought alongside on what was just played, and crossfaded in.
+/// off, and a run at a steady rate lasts its frames ÷ rate, to the frame. At rate 1 and 0 cents the
+/// run is passed through bit for bit. Whenever either changes, a stretcher is brought alongside on
+/// what was just played, and crossfaded in; half a second after both are back, the sound itself is
+/// crossfaded in again. The same way a second stretcher takes over when frames that the first was
+/// fed already are replaced by others.
 ///
 /// One thread at a time, the render thread. Allocates in the constructor only, which takes about
-/// 0.2 s.
+/// 0.4 s.
 class TimePitchUnit {
   public:
     explicit TimePitchUnit(int sampleRateHz);
 
-    /// What comes next is a run of `frames` frames.
+    /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet.
     void begin(std::int64_t frames) noexcept;
+
+    /// The run ends there now.
+    void setLength(std::int64_t frames) noexcept { length_ = frames; }
+
+    /// From `frame` on the source gives its frames once more, and they may be others than those that
+    /// were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
+    void replaceFrom(std::int64_t frame) noexcept;
 
     /// Speed, 1 is normal; brought into 0.05 to 3, no number counts as 1.
     void setRate(double rate) noexcept;
+    double rate() const noexcept { return rate_; }
 
     /// Transposition; brought into −1200 to 1200 cents, no number counts as 0.
     void setPitch(double cents) noexcept;
@@ -46,41 +57,57 @@ class TimePitchUnit {
     double position() const noexcept;
 
     /// Input frames that one process() for up to 64 frames can ask for at most.
-    std::size_t mostInput() const noexcept { return span_; }
+    std::size_t mostInput() const noexcept { return input_.span(); }
 
   private:
-    enum class Mode { direct, joining, stretching };
+    /// What is heard: the input itself or the stretcher in use; in the other modes, one of them
+    /// with the other, or the other stretcher, on its way to replace it.
+    enum class Mode { direct, joining, stretching, switching, leaving };
 
     bool neutral() const noexcept { return rate_ == 1 && cents_ == 0; }
-    std::size_t direct(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    std::size_t join(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    void beginJoining() noexcept;
-    void endJoining() noexcept;
-    bool feed(FrameInput& source) noexcept;
-    bool pull(FrameInput& source, std::int64_t upTo) noexcept;
-    void copyInput(std::int64_t from, float* stereo, std::size_t frames) const noexcept;
+    bool isDirect() const noexcept { return mode_ == Mode::direct || mode_ == Mode::joining; }
+    StretchLine& line() noexcept { return lines_[active_]; }
+    const StretchLine& line() const noexcept { return lines_[active_]; }
+    /// The stretcher that takes over, in the modes that have one; else the one in use.
+    StretchLine& incoming() noexcept {
+        return lines_[mode_ == Mode::switching ? 1 - active_ : active_];
+    }
 
-    Stretcher stretcher_;
-    std::size_t fadeFrames_;
-    std::size_t span_;         ///< frames of input kept, a power of two
-    std::vector<float> input_; ///< the last span_ frames pulled, by frame modulo span_
+    std::size_t direct(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    bool feed(StretchLine& line, FrameInput& source) noexcept;
+
+    void beginJoining() noexcept;
+    void beginSwitching() noexcept;
+    std::size_t takeOver(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    void catchUp(FrameInput& source, std::size_t frames) noexcept;
+    bool dropTo(double position) noexcept;
+    void endTakeOver() noexcept;
+
+    void watchForReturn(const float* stereo, std::size_t frames) noexcept;
+    void beginLeaving() noexcept;
+    std::size_t leave(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+
+    std::array<StretchLine, 2> lines_;
+    std::size_t active_ = 0;
+    int sampleRateHz_;
+    InputHistory input_;
 
     double rate_ = 1;
     double cents_ = 0;
     Mode mode_ = Mode::direct;
-    std::int64_t length_ = 0; ///< of the run
-    std::int64_t pulled_ = 0; ///< input frames taken from the source
-    std::int64_t next_ = 0;   ///< direct and joining: the input frame to pass through next
-    std::int64_t fed_ = 0;    ///< the input frame to feed next; negative is silence before the run
-    std::int64_t first_ = 0;  ///< stretching: the input frame that output frame 0 is made of
-    std::int64_t made_ = 0;   ///< stretching: output frames made
-    double end_ = 0;          ///< stretching: output frames there must be, once known
-    bool endKnown_ = false;
-    double behindZero_ = 0; ///< committed() when the course is at 0
+    std::int64_t length_ = 0;    ///< of the run
+    std::int64_t next_ = 0;      ///< direct: the input frame to pass through next
+    bool isOutdated_ = false;    ///< the line in use was fed frames that were replaced
+
+    std::size_t fadeFrames_ = 0; ///< of a fade between two of them
     std::size_t faded_ = 0;
     bool fading_ = false;
-    StretchMap map_;
+    double likeness_ = 1;
+
+    std::int64_t neutralFor_ = 0; ///< frames made since rate and pitch are back to normal
+    std::vector<float> recent_;   ///< the newest frames that the line made, a ring
+    std::size_t recentAt_ = 0;
 };
 
 } // namespace ambrel

@@ -1,0 +1,47 @@
+#include "platform/sound/StretchLine.h"
+
+#include <algorithm>
+
+namespace ambrel {
+
+void StretchLine::begin(std::int64_t first, double rate, double cents) noexcept {
+    stretcher_.reset(rate, cents);
+    stretcher_.discard(stretcher_.startDelay());
+    rate_ = rate;
+    first_ = mapped_ = first;
+    fed_ = first - static_cast<std::int64_t>(pad());
+    made_ = 0;
+    map_.begin(static_cast<double>(first), rate);
+}
+
+void StretchLine::set(double rate, double cents) noexcept {
+    rate_ = rate;
+    stretcher_.setRate(rate);
+    stretcher_.setCents(cents);
+}
+
+void StretchLine::feed(const float* stereo, std::int64_t length) noexcept {
+    stretcher_.feed(stereo);
+    fed_ += static_cast<std::int64_t>(Stretcher::feedFrames);
+    // A frame is heard when the middle of the analysis window passes it.
+    const std::int64_t reached = std::min(centre(), length);
+    if (reached <= mapped_)
+        return;
+    map_.advance(static_cast<double>(reached - mapped_), rate_);
+    mapped_ = reached;
+    stretcher_.correct(static_cast<double>(stretcher_.startDelay()) + map_.output() -
+                       stretcher_.committed());
+}
+
+std::size_t StretchLine::take(float* stereo, std::size_t frames) noexcept {
+    const std::size_t count = stretcher_.take(stereo, frames);
+    made_ += static_cast<std::int64_t>(count);
+    return count;
+}
+
+double StretchLine::framesLeft(std::int64_t length) const noexcept {
+    return map_.output() + static_cast<double>(length - mapped_) / rate_ -
+           static_cast<double>(made_);
+}
+
+} // namespace ambrel

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/sound/StretchMap.h"
+#include "platform/sound/Stretcher.h"
+
+namespace ambrel {
+
+/// A stretcher on its way through the input of a run: which input frame it is to be fed next, and
+/// which one the next frame that comes out is heard as. One thread at a time, as the stretcher.
+class StretchLine {
+  public:
+    explicit StretchLine(int sampleRateHz) : stretcher_(sampleRateHz) {}
+
+    /// Half the analysis window, in input frames.
+    std::size_t pad() const noexcept { return stretcher_.pad(); }
+
+    /// Starts anew: the first frame that comes out is heard as input frame `first`. What lies
+    /// before it, half a window at least, is fed first.
+    void begin(std::int64_t first, double rate, double cents) noexcept;
+
+    void set(double rate, double cents) noexcept;
+
+    /// The input frame that feed() takes next; negative is before the run.
+    std::int64_t next() const noexcept { return fed_; }
+
+    /// Takes Stretcher::feedFrames stereo frames of a run of `length` frames; those behind it count
+    /// for nothing and should be silent.
+    void feed(const float* stereo, std::int64_t length) noexcept;
+
+    std::size_t available() noexcept { return stretcher_.available(); }
+
+    /// Takes up to `frames` frames and returns how many.
+    std::size_t take(float* stereo, std::size_t frames) noexcept;
+
+    /// The input frame that the next frame taken is heard as.
+    double position() const noexcept { return map_.inputAt(static_cast<double>(made_)); }
+
+    /// Frames to be taken until the run of `length` frames is over, if the rate stays.
+    double framesLeft(std::int64_t length) const noexcept;
+
+  private:
+    std::int64_t centre() const noexcept { return fed_ - static_cast<std::int64_t>(pad()); }
+
+    Stretcher stretcher_;
+    StretchMap map_; ///< from the frames taken to the input
+    std::int64_t fed_ = 0;
+    std::int64_t first_ = 0;
+    std::int64_t made_ = 0;
+    std::int64_t mapped_ = 0; ///< input frames that map_ knows of
+    double rate_ = 1;
+};
+
+} // namespace ambrel
