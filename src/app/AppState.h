@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -79,6 +80,8 @@ class AppState : public QObject,
     std::int64_t loopDelayMilliseconds() const override { return loopDelayMilliseconds_; }
     const QList<QUrl>& recentFiles() const { return recentFiles_; } ///< newest first
     bool isShowingHelp() const { return isShowingHelp_; }
+
+    std::shared_ptr<void> observeLoop(std::function<void()> notify) override;
 
     void setLoadingState(const LoadingState& value);
     void setAudioFileURL(const std::optional<QUrl>& value);

@@ -20,6 +20,11 @@ std::int64_t frameAt(double seconds, int sampleRateHz) {
     return static_cast<std::int64_t>(std::clamp(seconds * sampleRateHz, -bound, bound));
 }
 
+double pauseOf(const PlaybackModel& appState) {
+    return static_cast<double>(appState.loopDelayMilliseconds()) / 1000 +
+           static_cast<double>(appState.loopDelaySeconds());
+}
+
 } // namespace
 
 std::shared_ptr<AudioEngine> AudioEngine::shared() {
@@ -48,6 +53,12 @@ void AudioEngine::setupEngine() {
 
 void AudioEngine::setAppState(std::weak_ptr<PlaybackModel> appState) {
     appState_ = std::move(appState);
+    loopObservation_.reset();
+    if (const auto model = appState_.lock())
+        loopObservation_ = model->observeLoop([weak = weak_from_this()] {
+            if (const auto self = weak.lock())
+                self->announce();
+        });
 }
 
 QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
@@ -77,23 +88,67 @@ void AudioEngine::play(double start, double end) {
     if (!audioFile_ || !(start < end))
         return;
     stop();
+    const auto frames = segment(start, end);
+    if (!frames)
+        return;
+    const auto generation = ++generation_;
+    if (!engine_->isRunning())
+        engine_->start();
+    engine_->scheduleSegment(audioFile_, frames->startFrame, frames->frameCount,
+                             completionOf(generation));
+    announce();
+    engine_->play();
+    startPositionTimer(start);
+}
+
+/// The frames from `start` to `end`; none if there is not one.
+std::optional<Continuation> AudioEngine::segment(double start, double end) const {
     const auto startFrame = frameAt(start, audioFile_->sampleRate());
     const auto frameCount = frameAt(end, audioFile_->sampleRate()) - startFrame;
     if (frameCount <= 0)
-        return;
-    const auto segment = ++generation_;
-    if (!engine_->isRunning())
-        engine_->start();
+        return std::nullopt;
+    return Continuation{startFrame, frameCount};
+}
+
+AudioEngine::Completion AudioEngine::completionOf(std::int64_t segment) {
     // The hop comes first: a reference held on the graph's thread could be the last one there.
-    auto completion = [weak = weak_from_this(), &mainQueue = mainQueue_, segment] {
+    return [weak = weak_from_this(), &mainQueue = mainQueue_, segment] {
         mainQueue.async([weak, segment] {
             if (const auto self = weak.lock())
                 self->handleCompletion(segment);
         });
     };
-    engine_->scheduleSegment(audioFile_, startFrame, frameCount, std::move(completion));
-    engine_->play();
-    startPositionTimer(start);
+}
+
+/// What follows a pass that ends now, as the graph is told.
+std::optional<Continuation> AudioEngine::continuation(const PlaybackModel& appState) const {
+    const double start = appState.regionStart();
+    const double end = appState.regionEnd();
+    if (!audioFile_ || !appState.loopEnabled() || !(start < end))
+        return std::nullopt;
+    auto next = segment(start, end);
+    if (next)
+        next->pauseSeconds = pauseOf(appState);
+    return next;
+}
+
+void AudioEngine::announce() {
+    if (const auto appState = appState_.lock())
+        engine_->setContinuation(continuation(*appState));
+}
+
+/// Plays on at the end of a pass: what runs on already, if it is this, and anew otherwise.
+void AudioEngine::playNext(double start, double end, double pauseSeconds) {
+    auto wanted = segment(start, end);
+    if (wanted)
+        wanted->pauseSeconds = pauseSeconds;
+    if (!wanted || engine_->runningOn() != wanted || !engine_->goOn(completionOf(generation_ + 1))) {
+        play(start, end);
+        return;
+    }
+    ++generation_;
+    fileStart_ = start;
+    announce();
 }
 
 void AudioEngine::stop() {
@@ -137,23 +192,26 @@ void AudioEngine::handleCompletion(std::int64_t generation) {
 void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState) {
     const double start = appState.regionStart();
     const double end = appState.regionEnd();
-    const std::chrono::duration<double> delay(
-        static_cast<double>(appState.loopDelayMilliseconds()) / 1000 +
-        static_cast<double>(appState.loopDelaySeconds()));
-    if (delay.count() <= 0) {
-        play(start, end);
+    const double pause = pauseOf(appState);
+    if (pause <= 0) {
+        playNext(start, end, 0);
         return;
     }
     // The timer runs on: the position rests at the region's end.
-    mainQueue_.asyncAfter(delay, [weak = weak_from_this(), generation, start, end] {
-        const auto self = weak.lock();
-        if (self && self->generation_ == generation)
-            self->play(start, end);
-    });
+    if (const auto runningOn = engine_->runningOn(); runningOn && runningOn != continuation(appState))
+        engine_->stop();
+    mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
+                          [weak = weak_from_this(), generation, start, end, pause] {
+                              const auto self = weak.lock();
+                              if (self && self->generation_ == generation)
+                                  self->playNext(start, end, pause);
+                          });
 }
 
 void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState) {
     positionTimer_.reset();
+    if (engine_->runningOn())
+        engine_->stop();
     appState->setPlaybackPosition(appState->regionEnd());
     // The play head is seen at the end before it goes back.
     mainQueue_.async([weak = weak_from_this(), generation, appState] {
@@ -166,19 +224,20 @@ void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<Playback
 }
 
 void AudioEngine::startPositionTimer(double fileStart) {
-    auto tick = [weak = weak_from_this(), fileStart] {
+    fileStart_ = fileStart;
+    auto tick = [weak = weak_from_this()] {
         if (const auto self = weak.lock())
-            self->writePosition(fileStart);
+            self->writePosition();
     };
     positionTimer_ = std::make_unique<RepeatingTimer>(kPositionInterval, std::move(tick));
 }
 
-void AudioEngine::writePosition(double fileStart) {
+void AudioEngine::writePosition() {
     const auto appState = appState_.lock();
     const auto frames = engine_->playerTime();
     if (!appState || !audioFile_ || !frames)
         return;
-    const double position = *frames / audioFile_->sampleRate() + fileStart;
+    const double position = *frames / audioFile_->sampleRate() + fileStart_;
     appState->setPlaybackPosition(std::min(position, appState->regionEnd()));
 }
 

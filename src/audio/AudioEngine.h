@@ -19,7 +19,9 @@ class PlaybackModel;
 /// Plays one region of the open file, loops it with or without a pause, and reports the play head.
 ///
 /// The rules are here: which frames a region has, what follows its end, and which completions are
-/// stale. Everything runs on the main thread; completions of the graph hop there first. The model
+/// stale. While a segment plays, the graph is kept told what will follow it, so that a loop runs on
+/// without waiting for the main thread; at its end the rules still decide, and what runs on by then
+/// is adopted if it is what they say. Everything runs on the main thread; completions of the graph hop there first. The model
 /// is held weakly and holds the truth about speed, pitch and equaliser: nobody reads them back
 /// here.
 class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
@@ -55,13 +57,20 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     void setEQGain(double gain, int band); ///< dB; a band that does not exist is ignored
 
   private:
+    using Completion = EngineGraph::Completion;
+
     AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue);
     void setupEngine();
     void handleCompletion(std::int64_t generation);
+    std::optional<Continuation> continuation(const PlaybackModel& appState) const;
+    std::optional<Continuation> segment(double start, double end) const;
+    Completion completionOf(std::int64_t segment);
+    void announce();
+    void playNext(double start, double end, double pauseSeconds);
     void repeat(std::int64_t generation, const PlaybackModel& appState);
     void finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState);
     void startPositionTimer(double fileStart);
-    void writePosition(double fileStart);
+    void writePosition();
 
     MainQueue& mainQueue_;
     std::unique_ptr<EngineGraph> engine_;
@@ -70,7 +79,9 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     std::int64_t generation_ = 0; ///< taken by every stop and every new segment
     std::int64_t newestLoad_ = 0;
     std::unique_ptr<RepeatingTimer> positionTimer_;
+    double fileStart_ = 0; ///< seconds; where the segment that plays begins
     std::weak_ptr<PlaybackModel> appState_;
+    std::shared_ptr<void> loopObservation_;
 };
 
 } // namespace ambrel

@@ -7,6 +7,8 @@
 
 #include <QUrl>
 
+#include "platform/sound/PassCourse.h"
+
 namespace ambrel {
 
 class AudioFile;
@@ -31,6 +33,18 @@ class EngineGraph {
     /// heard to its end or was stopped.
     virtual void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                                  std::int64_t frameCount, Completion completion) = 0;
+
+    /// What follows the segment, and each pass after it, until told otherwise. A segment that is
+    /// scheduled is followed by nothing.
+    virtual void setContinuation(const std::optional<Continuation>& next) = 0;
+
+    /// What runs on since the completion was called; absent if nothing does.
+    virtual std::optional<Continuation> runningOn() const = 0;
+
+    /// Makes what runs on the segment that plays: its completion is called, and the player's time
+    /// counts in it. False if nothing runs on.
+    virtual bool goOn(Completion completion) = 0;
+
     virtual void play() = 0;
     virtual void pause() = 0;
     virtual void stop() = 0;

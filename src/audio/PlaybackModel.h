@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 
 namespace ambrel {
 
@@ -14,6 +16,10 @@ class PlaybackModel {
     virtual double regionEnd() const = 0;   ///< seconds from the file's start
     virtual std::int64_t loopDelaySeconds() const = 0;
     virtual std::int64_t loopDelayMilliseconds() const = 0;
+
+    /// Calls `notify` after each change of the five above, until the handle that it gives is let
+    /// go.
+    virtual std::shared_ptr<void> observeLoop(std::function<void()> notify) = 0;
 
     virtual void setPlaybackPosition(double seconds) = 0;
     virtual void setIsPlaying(bool playing) = 0;

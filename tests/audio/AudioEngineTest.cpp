@@ -22,6 +22,10 @@ class FakeModel : public PlaybackModel {
     double regionEnd() const override { return end; }
     std::int64_t loopDelaySeconds() const override { return delaySeconds; }
     std::int64_t loopDelayMilliseconds() const override { return delayMilliseconds; }
+    std::shared_ptr<void> observeLoop(std::function<void()> notify) override {
+        loopChanged = std::move(notify);
+        return std::make_shared<int>();
+    }
     void setPlaybackPosition(double seconds) override {
         writes << QStringLiteral("position %1").arg(seconds);
         if (onPosition)
@@ -38,6 +42,7 @@ class FakeModel : public PlaybackModel {
     std::int64_t delayMilliseconds = 0;
     QStringList writes;
     std::function<void()> onPosition;
+    std::function<void()> loopChanged;
 };
 
 QUrl fileNamed(const QString& name) {
@@ -184,6 +189,73 @@ class AudioEngineTest : public QObject {
         graph_->takeCalls();
         handleAll(std::chrono::milliseconds(2));
         QVERIFY2(takeCalls().isEmpty(), "a stop ends the pause as well");
+    }
+
+    void announcesWhatFollows() {
+        loadFile();
+        model_->loop = true;
+        playRegion();
+        QCOMPARE(graph_->following, (Continuation{66150, 77175}));
+        model_->start = 2;
+        model_->delaySeconds = 1;
+        model_->delayMilliseconds = 500;
+        model_->loopChanged();
+        QCOMPARE(graph_->following, (Continuation{88200, 55125, 1.5}));
+        model_->end = 2; // nothing there to be played
+        model_->loopChanged();
+        QVERIFY(!graph_->following);
+        model_->end = 3;
+        model_->loop = false;
+        model_->loopChanged();
+        QVERIFY(!graph_->following);
+    }
+
+    /// At a pass's end, what runs on is gone on with if it is what the region says by then.
+    void goesOnWithWhatRunsOn() {
+        const Continuation region{66150, 77175};
+        Continuation rested = region;
+        rested.pauseSeconds = 0.02;
+        struct Case {
+            bool loop;
+            int delayMilliseconds;
+            std::optional<Continuation> running;
+            const char* calls;
+        };
+        for (const Case& c :
+             {Case{true, 0, region, "go on"}, Case{true, 0, rested, "stop schedule 66150+77175 play"},
+              Case{true, 0, Continuation{66150, 77174}, "stop schedule 66150+77175 play"},
+              Case{true, 20, rested, "go on"},
+              Case{true, 20, region, "stop stop schedule 66150+77175 play"},
+              Case{false, 0, region, "stop"}, Case{false, 0, std::nullopt, ""}}) {
+            loadFile();
+            model_->loop = c.loop;
+            model_->delayMilliseconds = c.delayMilliseconds;
+            playRegion();
+            graph_->takeCalls();
+            graph_->running = c.running;
+            graph_->takeCompletion()();
+            QTRY_COMPARE(graph_->calls.join(u' '), QString::fromLatin1(c.calls));
+            handleAll();
+            engine_->stop();
+        }
+    }
+
+    void aPassGoneOnWithEndsLikeAnyOther() {
+        loadFile();
+        model_->loop = true;
+        playRegion();
+        const auto first = graph_->takeCompletion();
+        graph_->running = Continuation{66150, 77175};
+        first();
+        QTRY_COMPARE(graph_->calls.last(), QStringLiteral("go on"));
+        graph_->time = 4410; // counts in the new pass
+        QTRY_COMPARE(model_->writes.value(0), QStringLiteral("position 1.6"));
+        model_->loop = false;
+        first(); // stale by now
+        handleAll();
+        QVERIFY(!model_->writes.contains(QStringLiteral("playing 0")));
+        graph_->takeCompletion()();
+        QTRY_VERIFY(model_->writes.contains(QStringLiteral("playing 0")));
     }
 
     void ignoresCompletionsOfEarlierSegments() {

@@ -23,11 +23,15 @@ class NotingModel : public PlaybackModel {
     double regionEnd() const override { return 0.6; }
     std::int64_t loopDelaySeconds() const override { return 0; }
     std::int64_t loopDelayMilliseconds() const override { return 300; }
+    std::shared_ptr<void> observeLoop(std::function<void()> notify) override {
+        return std::make_shared<std::function<void()>>(loopChanged = std::move(notify));
+    }
     void setPlaybackPosition(double seconds) override {
         positions.push_back({seconds, clock.elapsed()});
     }
     void setIsPlaying(bool playing) override { isPlaying = playing; }
 
+    std::function<void()> loopChanged;
     bool loop = true;
     bool isPlaying = true;
     std::vector<Position> positions;
@@ -66,6 +70,7 @@ class SoundEngineGraphTest : public QObject {
         QVERIFY(model->isPlaying);
 
         model->loop = false;
+        model->loopChanged();
         QTRY_VERIFY(!model->isPlaying);
         QCOMPARE(positions.back().seconds, 0.2);
         QCOMPARE(positions[positions.size() - 2].seconds, 0.6);

@@ -37,9 +37,21 @@ void ScriptedGraph::scheduleSegment(std::shared_ptr<AudioFile> scheduled, std::i
     file = std::move(scheduled);
     calls << QStringLiteral("schedule %1+%2").arg(startFrame).arg(frameCount);
     completion_ = std::move(completion);
+    following.reset();
+    running.reset();
+}
+
+bool ScriptedGraph::goOn(Completion completion) {
+    if (!running)
+        return false;
+    calls << QStringLiteral("go on");
+    running.reset();
+    completion_ = std::move(completion);
+    return true;
 }
 
 void ScriptedGraph::stop() {
+    running.reset();
     calls << QStringLiteral("stop");
     if (const auto completion = takeCompletion())
         completion();

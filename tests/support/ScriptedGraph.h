@@ -61,6 +61,9 @@ class ScriptedGraph : public EngineGraph {
     void start() override;
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                          std::int64_t frameCount, Completion completion) override;
+    void setContinuation(const std::optional<Continuation>& next) override { following = next; }
+    std::optional<Continuation> runningOn() const override { return running; }
+    bool goOn(Completion completion) override;
     void play() override { calls << QStringLiteral("play"); }
     void pause() override { calls << QStringLiteral("pause"); }
     void stop() override;
@@ -73,6 +76,8 @@ class ScriptedGraph : public EngineGraph {
 
     QStringList calls;
     std::shared_ptr<AudioFile> file; ///< of the segment scheduled last
+    std::optional<Continuation> following; ///< announced last
+    std::optional<Continuation> running;   ///< what runs on behind a completion
     std::optional<double> time;
     float rate = 0;
     float pitch = 0;

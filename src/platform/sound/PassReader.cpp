@@ -40,7 +40,7 @@ std::size_t PassReader::read(float* stereo, std::size_t frames) {
         float* out = stereo + 2 * (next_ - begin);
         if (next_ < boundary - seam) {
             const std::int64_t count = std::min(end, boundary - seam) - next_;
-            readAt(fileBoundary - (boundary - next_), out, count);
+            readAt(passes.startFrame + (next_ - passes.begin) % passes.frameCount, out, count);
             next_ += count;
             continue;
         }
