@@ -215,6 +215,29 @@ class PractisingTest(Scenario):
             *(f"Loop delay {unit}{button}" for unit in ("seconds", "milliseconds")
               for button in (" up", "", " down"))])
 
+    def test_a_screen_reader_hears_of_a_field_before_it_hears_of_its_text(self):
+        # It takes what comes of a text for the focus moving there, and then does not say where it is.
+        from gi.repository import Atspi, GLib
+        told = []
+        listener = Atspi.EventListener.new(
+            lambda event: told.append((event.type, event.source.get_name())))
+        kinds = ("object:state-changed:focused", "object:text-caret-moved")
+        for kind in kinds:
+            listener.register(kind)
+        main = GLib.MainContext.default()
+
+        def is_told(kind):
+            while main.iteration(False):
+                pass
+            return (kind, "Start minutes") in told
+        self.program.click(name="Pitch", role="text")
+        self.program.click(name="Start minutes", role="text")
+        for kind in kinds:
+            wait_until(lambda: is_told(kind), kind)
+            listener.deregister(kind)
+        focused, moved = (told.index((kind, "Start minutes")) for kind in kinds)
+        self.assertLess(focused, moved)
+
 
 if __name__ == "__main__":
     unittest.main()

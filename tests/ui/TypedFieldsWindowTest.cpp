@@ -128,6 +128,16 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(pitch->text(), u"-50"_qs);
     }
 
+    void theValueIsToldWhileItIsTypedOver() {
+        Practice w;
+        QLineEdit* speed = w.field(u"Speed"_qs);
+        speed->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(speed->text(), QString());
+        QCOMPARE(speed->accessibleDescription(), u"100%"_qs);
+        w.state->setSpeed(90);
+        QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
+    }
+
     void customStep() {
         Practice w;
         auto* picker = w.control<QComboBox>(u"Speed step"_qs);
