@@ -4,54 +4,28 @@
 //
 // AMBREL_BENCH_FILE names the file; without it an hour of noise is encoded as FLAC first.
 
-#include <chrono>
 #include <cstdio>
 
 #include <QApplication>
-#include <QEventLoop>
 #include <QKeyEvent>
-#include <QMainWindow>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QWindow>
 #include <benchmark/benchmark.h>
 
-#include "app/AppState.h"
-#include "audio/AudioEngine.h"
+#include "BenchWindow.h"
 #include "audio/LocalPath.h"
-#include "platform/desktop/MainQueue.h"
-#include "platform/desktop/NotificationCenter.h"
 #include "platform/sound/AudioFile.h"
-#include "platform/store/Preferences.h"
-#include "store/RecentFilesStore.h"
-#include "store/SettingsStore.h"
-#include "ui/ContentView.h"
 #include "ui/KeyHandler.h"
-#include "waveform/WaveformCache.h"
 
 using namespace ambrel;
 
 namespace {
 
-/// The window on stores of its own, with the file loaded once.
-struct Player {
-    QTemporaryDir home;
+/// The window with the file loaded once.
+struct Player : BenchWindow {
     QUrl file = QUrl::fromLocalFile(recording());
-    Preferences preferences{home.filePath(QStringLiteral("preferences.sqlite")).toStdString()};
-    SettingsStore settings{preferences};
-    RecentFilesStore recentFiles{preferences};
-    WaveformCache waveformCache{preferences};
-    std::shared_ptr<AppState> state = AppState::create(settings, MainQueue::shared());
     KeyHandler keys{AudioEngine::shared()};
-    QMainWindow window;
-    ContentView* content =
-        new ContentView({state, AudioEngine::shared(), settings, recentFiles, waveformCache,
-                         MainQueue::shared(), NotificationCenter::shared()});
 
     Player() {
-        window.setCentralWidget(content);
-        window.resize(780, 680);
-        window.show();
         keys.start(state);
         load();
     }
@@ -61,29 +35,16 @@ struct Player {
         return *player;
     }
 
-    void load() {
-        QEventLoop loop;
-        const auto waiting =
-            QObject::connect(state.get(), &AppState::changed, &loop, [&](AppState::Field) {
-                if (state->loadingState().isLoaded())
-                    loop.quit();
-            });
-        content->loadFile(file, true);
-        loop.exec();
-        QObject::disconnect(waiting);
-    }
+    void load() { BenchWindow::load(file); }
 
     QString recording() const {
         const QString named = qEnvironmentVariable("AMBREL_BENCH_FILE");
         if (!named.isEmpty())
             return named;
-        const QString path = home.filePath(QStringLiteral("hour.flac"));
-        QProcess::execute(QStringLiteral("ffmpeg"),
-                          {QStringLiteral("-loglevel"), QStringLiteral("error"),
-                           QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                           QStringLiteral("anoisesrc=color=pink:sample_rate=44100:duration=3600"),
-                           QStringLiteral("-ac"), QStringLiteral("2"), path});
-        return path;
+        return make(QStringLiteral("hour.flac"),
+                    {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                     QStringLiteral("anoisesrc=color=pink:sample_rate=44100:duration=3600"),
+                     QStringLiteral("-ac"), QStringLiteral("2")});
     }
 };
 

@@ -1,12 +1,15 @@
 #include "ui/Divider.h"
 
+#include <cmath>
+
 #include <QPainter>
 
 #include "ui/Theme.h"
 
 namespace ambrel {
 
-Divider::Divider(Qt::Orientation orientation, QWidget* parent) : QWidget(parent) {
+Divider::Divider(Qt::Orientation orientation, QWidget* parent)
+    : QWidget(parent), orientation_(orientation) {
     if (orientation == Qt::Horizontal) {
         setFixedHeight(1);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -16,8 +19,13 @@ Divider::Divider(Qt::Orientation orientation, QWidget* parent) : QWidget(parent)
     }
 }
 
+/// A point can be one or two pixels at a scale between, by where it lies: the line is as many
+/// pixels as a point has whole ones, wherever it is.
 void Divider::paintEvent(QPaintEvent*) {
-    QPainter(this).fillRect(rect(), Theme::divider(palette()));
+    const double thickness = std::floor(devicePixelRatioF()) / devicePixelRatioF();
+    const QSizeF size =
+        orientation_ == Qt::Horizontal ? QSizeF(width(), thickness) : QSizeF(thickness, height());
+    QPainter(this).fillRect(QRectF(QPointF(), size), Theme::divider(palette()));
 }
 
 } // namespace ambrel

@@ -13,6 +13,9 @@ class Divider : public QWidget {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+
+  private:
+    Qt::Orientation orientation_;
 };
 
 } // namespace ambrel

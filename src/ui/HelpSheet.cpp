@@ -78,6 +78,8 @@ HelpSheet::HelpSheet(QWidget* parent) : QDialog(parent), scroller_(new QScrollAr
     scroller_->setFrameShape(QFrame::NoFrame);
     scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroller_->setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::StrongFocus);
+    setFocus(); // before "Done" has it: Space turns the page
     QScroller::grabGesture(scroller_->viewport(), QScroller::TouchGesture);
     auto* place = new QVBoxLayout(this);
     place->setContentsMargins(0, 0, 0, 0);
@@ -95,6 +97,7 @@ QWidget* HelpSheet::makeContent() {
     auto* title = new TextLabel(QStringLiteral("Help"), Theme::TextStyle::title);
     title->setBold(true);
     auto* done = new PushButton(QStringLiteral("Done"));
+    done->installEventFilter(this);
     connect(done, &PushButton::clicked, this, &QDialog::accept);
     auto* header = new QHBoxLayout;
     header->addWidget(title);
@@ -123,8 +126,20 @@ QWidget* HelpSheet::makeContent() {
 }
 
 void HelpSheet::keyPressEvent(QKeyEvent* event) {
-    const auto scrollAction = [&]() -> std::optional<QAbstractSlider::SliderAction> {
-        switch (event->key()) {
+    if (!scroll(event->key() == Qt::Key_Space ? Qt::Key_PageDown : event->key()))
+        QDialog::keyPressEvent(event);
+}
+
+/// "Done" would take the arrow keys for handing on the focus.
+bool HelpSheet::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress && scroll(static_cast<QKeyEvent*>(event)->key()))
+        return true;
+    return QDialog::eventFilter(watched, event);
+}
+
+bool HelpSheet::scroll(int key) {
+    const auto action = [key]() -> std::optional<QAbstractSlider::SliderAction> {
+        switch (key) {
         case Qt::Key_Up:
             return QAbstractSlider::SliderSingleStepSub;
         case Qt::Key_Down:
@@ -132,7 +147,6 @@ void HelpSheet::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_PageUp:
             return QAbstractSlider::SliderPageStepSub;
         case Qt::Key_PageDown:
-        case Qt::Key_Space:
             return QAbstractSlider::SliderPageStepAdd;
         case Qt::Key_Home:
             return QAbstractSlider::SliderToMinimum;
@@ -141,11 +155,10 @@ void HelpSheet::keyPressEvent(QKeyEvent* event) {
         default:
             return {};
         }
-    };
-    if (const auto action = scrollAction())
+    }();
+    if (action)
         scroller_->verticalScrollBar()->triggerAction(*action);
-    else
-        QDialog::keyPressEvent(event);
+    return action.has_value();
 }
 
 } // namespace ambrel

@@ -16,9 +16,13 @@ class HelpSheet : public QDialog {
 
   protected:
     void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     QWidget* makeContent();
+
+    /// Whether the key is one that scrolls.
+    bool scroll(int key);
 
     QScrollArea* scroller_;
 };

@@ -41,10 +41,13 @@ QSize NumberField::sizeHint() const {
 void NumberField::refresh() {
     if (!isEditing_)
         showValue();
+    else
+        setAccessibleDescription(rules_.text());
 }
 
 void NumberField::showValue() {
     setText(rules_.text());
+    setAccessibleDescription(text());
     isTyped_ = false;
 }
 
@@ -67,6 +70,15 @@ void NumberField::beginEditing() {
     isEditing_ = true;
     if (keepsText_)
         return;
+    // A screen reader that hears of the text before it hears of the focus, which Qt tells after
+    // this, says nothing.
+    isToBeCleared_ = true;
+    QMetaObject::invokeMethod(this, &NumberField::clearForTyping, Qt::QueuedConnection);
+}
+
+void NumberField::clearForTyping() {
+    if (!std::exchange(isToBeCleared_, false))
+        return;
     clear();
     isTyped_ = true;
 }
@@ -80,6 +92,7 @@ void NumberField::focusOutEvent(QFocusEvent* event) {
 bool NumberField::commit() {
     if (isCommitting_)
         return false;
+    clearForTyping();
     isCommitting_ = true;
     isEditing_ = false;
     const bool isTaken = rules_.commit(text(), isTyped_);
@@ -99,6 +112,7 @@ void NumberField::submit() {
 }
 
 void NumberField::cancel() {
+    isToBeCleared_ = false;
     isEditing_ = false;
     showValue();
     leaveWithoutCommit();
@@ -121,6 +135,7 @@ void NumberField::step(int direction) {
 }
 
 void NumberField::keyPressEvent(QKeyEvent* event) {
+    clearForTyping();
     const bool isPlain =
         !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
     switch (event->key()) {

@@ -11,7 +11,8 @@ namespace ambrel {
 /// A field for a typed number. Gaining the focus clears it for fresh typing; Return and the loss of
 /// focus commit; Escape leaves it without. While it is typed into, refresh() leaves it alone. It
 /// takes any text: what is no number is thrown out by the commit. Coming back from another window
-/// it still has the focus and what was typed.
+/// it still has the focus and what was typed. Its accessible description is the value as it is,
+/// also while that is typed over.
 class NumberField : public QLineEdit {
     Q_OBJECT
 
@@ -51,6 +52,7 @@ class NumberField : public QLineEdit {
   private:
     void applyTheme();
     void beginEditing();
+    void clearForTyping();
     bool commit();
     void leaveWithoutCommit();
     void showValue();
@@ -62,9 +64,10 @@ class NumberField : public QLineEdit {
     Theme::TextStyle style_;
     Rules rules_;
     bool isEditing_ = false;
-    bool isCommitting_ = false; ///< a commit may hide the field, which takes its focus
-    bool isTyped_ = false;      ///< the text is the user's, not the value's
-    bool keepsText_ = false;    ///< the focus is about to come, and what is shown is to stay
+    bool isCommitting_ = false;  ///< a commit may hide the field, which takes its focus
+    bool isToBeCleared_ = false; ///< as soon as it is known to have the focus
+    bool isTyped_ = false;       ///< the text is the user's, not the value's
+    bool keepsText_ = false;     ///< the focus is about to come, and what is shown is to stay
 };
 
 } // namespace ambrel

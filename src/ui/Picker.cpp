@@ -14,8 +14,12 @@ class PickerInterface : public QAccessibleWidget {
   public:
     explicit PickerInterface(Picker* picker) : QAccessibleWidget(picker, QAccessible::ComboBox) {}
 
+    /// The choice is the description too: some screen readers know no other way to it while the
+    /// list is closed.
     QString text(QAccessible::Text kind) const override {
-        return kind == QAccessible::Value ? picker()->currentText() : QAccessibleWidget::text(kind);
+        return kind == QAccessible::Value || kind == QAccessible::Description
+                   ? picker()->currentText()
+                   : QAccessibleWidget::text(kind);
     }
     int childCount() const override { return 1; }
     QAccessibleInterface* child(int index) const override {

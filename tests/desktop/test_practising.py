@@ -1,5 +1,8 @@
 """What the panels set is heard, stored, and said to who cannot see it."""
 
+import os
+import subprocess
+import time
 import unittest
 
 import numpy as np
@@ -23,6 +26,12 @@ class PractisingTest(Scenario):
         self.program.type(text)
         self.program.key("Return")
 
+    def shown(self, field):
+        """The text in a field."""
+        from gi.repository import Atspi
+        control = self.program.wait_for(name=field, role="text")
+        return Atspi.Text.get_text(control, 0, -1)
+
     def setting(self, name, value):
         wait_until(lambda: self.program.stored_settings(self.path)[name] == value,
                    f"{name} to be stored as {value}")
@@ -45,6 +54,89 @@ class PractisingTest(Scenario):
         self.assertLess(abs(cents), 1)
         self.setting("speed", 50)
         self.setting("pitch", 300)
+
+    def test_a_held_step_button_repeats_until_it_is_let_go_or_left(self):
+        from application import extents
+        program = self.program
+        for button, field in (("Increase speed", "Speed"), ("Lower pitch", "Pitch"),
+                              ("Start milliseconds up", "Start milliseconds")):
+            for leave in (False, True):
+                with self.subTest(button, leave=leave):
+                    x, y, width, height = extents(program.wait_for(name=button))
+                    program.pointer("mousemove", x + width // 2, y + height // 2, "mousedown", 1)
+                    values = {self.shown(field)}
+
+                    def repeats():
+                        values.add(self.shown(field))
+                        return len(values) > 4
+                    wait_until(repeats, f"{button} to repeat")
+                    program.pointer(*(("mousemove", 1, 1) if leave else ("mouseup", 1)))
+                    at_rest = wait_until(lambda: self.rest(field), f"{field} to rest")
+                    program.pointer("mouseup", 1)
+                    self.assertEqual(self.shown(field), at_rest)
+
+    def rest(self, field):
+        """The field's text, once it has not changed for longer than a repeat takes."""
+        before = self.shown(field)
+        time.sleep(0.3)
+        return before if self.shown(field) == before else None
+
+    def test_a_typed_region_is_heard_at_once_while_playing(self):
+        steps_hz = [330 * 1.2 ** step for step in range(8)]
+        self.path = write_wav(self.folder / "scale.wav",
+                              np.concatenate([tone(hz, 1) for hz in steps_hz]))
+        self.program = program = self.start_with(self.path)
+        program.key("ctrl+l")
+        self.type("End seconds", "1")
+        program.key("Escape")
+
+        def is_heard(step):
+            mono = recording.last(0.1).mean(axis=1)
+            levels = [level_db(mono, hz) for hz in steps_hz]
+            return levels[step] > -10 and sorted(levels)[-2] < -40
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            wait_until(lambda: is_heard(0), "the first tone")
+            self.type("End seconds", "7")
+            wait_until(lambda: is_heard(0), "the region's start", 1)
+            self.type("Start seconds", "5")
+            wait_until(lambda: is_heard(5), "the new start", 1)
+            program.type("6")  # over what Return left selected
+            program.key("Return")
+            wait_until(lambda: is_heard(6), "the next start", 1)
+            program.key("Escape", "space")
+            recording.wait_for_silence()
+
+    def test_a_german_desktop_changes_no_number(self):
+        locales = self.folder / "locales"
+        locales.mkdir()
+        subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", locales / "de_DE.UTF-8"], check=True)
+        german = {"LOCPATH": str(locales), "LC_ALL": "de_DE.UTF-8"}
+        comma = subprocess.run(["locale", "decimal_point"], env={**os.environ, **german},
+                               capture_output=True, text=True, check=True).stdout
+        self.assertEqual(comma.strip(), ",")
+        first = self.program
+        first.key("ctrl+q")
+        self.assert_ends(first)
+        left = {**first.stored_settings(self.path), "eqEnabled": True,
+                "eqGains": [-2.5, 0, 0, 0, 0], "speedStep": 7.5, "regionStart": 1.25}
+        first.store_settings(self.path, left)
+
+        self.program = program = self.start(home={**first.home, **german})
+        program.wait_for_window()
+        program.click(name="song.wav")
+        program.wait_until_loaded()
+        program.wait_for(name="-2.5", description="60Hz value")
+        program.wait_for(name="1.0x", description="Zoom level")
+        self.assertEqual(self.shown("Custom speed step"), "7.5")
+        self.assertEqual(program.region(), (1.25, 4, 4))
+        for text, step in (("1,5", 7.5), ("1.5", 1.5), ("1.234", 1.234)):
+            self.type("Custom speed step", text)
+            self.setting("speedStep", step)
+            self.assertEqual(self.shown("Custom speed step"), str(step))
+        program.key("ctrl+q")
+        self.assert_ends(program)
+        self.assertEqual(program.stored_settings(self.path), {**left, "speedStep": 1.234})
 
     def test_loop_pause_is_right_pass_after_pass(self):
         program = self.program
@@ -122,6 +214,29 @@ class PractisingTest(Scenario):
             "60Hz gain", "250Hz gain", "1kHz gain", "4kHz gain", "12kHz gain", "Loop",
             *(f"Loop delay {unit}{button}" for unit in ("seconds", "milliseconds")
               for button in (" up", "", " down"))])
+
+    def test_a_screen_reader_hears_of_a_field_before_it_hears_of_its_text(self):
+        # It takes what comes of a text for the focus moving there, and then does not say where it is.
+        from gi.repository import Atspi, GLib
+        told = []
+        listener = Atspi.EventListener.new(
+            lambda event: told.append((event.type, event.source.get_name())))
+        kinds = ("object:state-changed:focused", "object:text-caret-moved")
+        for kind in kinds:
+            listener.register(kind)
+        main = GLib.MainContext.default()
+
+        def is_told(kind):
+            while main.iteration(False):
+                pass
+            return (kind, "Start minutes") in told
+        self.program.click(name="Pitch", role="text")
+        self.program.click(name="Start minutes", role="text")
+        for kind in kinds:
+            wait_until(lambda: is_told(kind), kind)
+            listener.deregister(kind)
+        focused, moved = (told.index((kind, "Start minutes")) for kind in kinds)
+        self.assertLess(focused, moved)
 
 
 if __name__ == "__main__":

@@ -4,9 +4,14 @@
 #include <QAccessible>
 #include <QCheckBox>
 #include <QDialog>
+#include <QMetaEnum>
 #include <QPaintEvent>
+#include <QPointingDevice>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
+#include <QWheelEvent>
+#include <QWindow>
 
 #include "support/Practice.h"
 #include "ui/HelpTexts.h"
@@ -212,7 +217,7 @@ class PanelsWindowTest : public QObject {
         }
     }
 
-    void helpOpensScrollsAndCloses() {
+    void helpOpensAndCloses() {
         test::TestWindow w;
         w.notifications.post(u"AMB.showHelp"_qs);
         auto* sheet = w.window.findChild<QDialog*>();
@@ -220,11 +225,56 @@ class PanelsWindowTest : public QObject {
         QCOMPARE(helpSections().size(), 7U);
         for (const HelpSection& section : helpSections())
             QVERIFY(w.find(section.title) && w.find(section.lines.join(u'\n')));
-        QTest::keyClick(sheet, Qt::Key_Escape);
+        QTest::keyClick(sheet->windowHandle(), Qt::Key_Escape);
         QVERIFY(!w.state->isShowingHelp());
         w.state->setIsShowingHelp(true);
         QTest::mouseClick(w.find(u"Done"_qs), Qt::LeftButton);
         QVERIFY(!w.state->isShowingHelp());
+    }
+
+    void helpScrolls() {
+        test::TestWindow w;
+        w.state->setIsShowingHelp(true);
+        auto* sheet = w.window.findChild<QDialog*>();
+        QVERIFY(QTest::qWaitForWindowActive(sheet));
+        QWindow* window = sheet->windowHandle();
+        QWidget* page = sheet->findChild<QScrollArea*>()->viewport();
+        const QScrollBar* place = sheet->findChild<QScrollArea*>()->verticalScrollBar();
+        int before = 0;
+        const auto goes = [&](bool isDown) {
+            const int by = place->value() - std::exchange(before, place->value());
+            return isDown ? by > 0 : by < 0;
+        };
+        QTest::keyClick(window, Qt::Key_Space);
+        QVERIFY(goes(true));
+        for (QWidget* focused : std::initializer_list<QWidget*>{sheet, w.find(u"Done"_qs)}) {
+            if (focused != sheet)
+                QTest::keyClick(window, Qt::Key_Tab);
+            QCOMPARE(QApplication::focusWidget(), focused);
+            for (const auto& [key, isDown] : {std::pair(Qt::Key_Home, false),
+                                              {Qt::Key_Down, true},
+                                              {Qt::Key_PageDown, true},
+                                              {Qt::Key_Up, false},
+                                              {Qt::Key_PageUp, false},
+                                              {Qt::Key_End, true}}) {
+                QTest::keyClick(window, key);
+                QVERIFY2(goes(isDown), QMetaEnum::fromType<Qt::Key>().valueToKey(key));
+            }
+        }
+        const QPoint middle = page->rect().center();
+        QWheelEvent wheel(middle, page->mapToGlobal(middle), QPoint(), QPoint(0, 120), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(page, &wheel);
+        QVERIFY(goes(false));
+
+        const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
+        QTest::touchEvent(page, finger.get()).press(0, middle);
+        for (int way = 10; way <= 100; way += 10) {
+            QTest::qWait(16); // a finger takes its time
+            QTest::touchEvent(page, finger.get()).move(0, middle - QPoint(0, way));
+        }
+        QVERIFY(goes(true));
+        QTest::touchEvent(page, finger.get()).release(0, middle - QPoint(0, 100));
     }
 };
 

@@ -28,11 +28,29 @@ void addTyped(std::initializer_list<Typed> rows) {
 
 } // namespace
 
-/// What is typed into the fields, by real keys.
+/// What is typed into the fields, by real keys, where a decimal sign is a comma.
 class TypedFieldsWindowTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
+    void initTestCase() { QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany)); }
+
+    void numbersAreShownWithAPoint() {
+        QCOMPARE(QLocale().toString(2.5), u"2,5"_qs);
+        Practice w;
+        w.state->setEqGains({-2.5, 0, 0, 0, 0});
+        w.state->setEqEnabled(true);
+        w.state->setZoomLevel(1.5);
+        w.state->setSpeedStep(1234.5);
+        w.state->setPlaybackPosition(1.25);
+        QTRY_COMPARE(w.textOf(u"60Hz value"_qs), u"-2.5"_qs);
+        QCOMPARE(w.textOf(u"Zoom level"_qs), u"1.5x"_qs);
+        QCOMPARE(w.textOf(u"Position"_qs), u"00:01.250"_qs);
+        QCOMPARE(w.field(u"Custom speed step"_qs)->text(), u"1234.5"_qs);
+        QCOMPARE(w.find(u"Waveform"_qs)->accessibleDescription(),
+                 u"Region 0:01.000 to 0:03.000 of 0:10.000"_qs);
+    }
+
     void typedSpeed_data() {
         addTyped({{"relative", 100, u"+10"_qs, 110, u"110%"_qs},
                   {"relative, clamped", 100, u"-200"_qs, 5, u"5%"_qs},
@@ -41,6 +59,7 @@ class TypedFieldsWindowTest : public QObject {
                   {"percent after a sign", 100, u"+10%"_qs, 10, u"10%"_qs},
                   {"letters", 90, u"abc"_qs, 90, u"90%"_qs},
                   {"decimal comma", 90, u"87,5"_qs, 90, u"90%"_qs},
+                  {"a point does not part thousands", 90, u"10.234"_qs, 10, u"10%"_qs},
                   {"nothing", 87.5, u""_qs, 87.5, u"87%"_qs},
                   {"too high", 100, u"400"_qs, 300, u"300%"_qs},
                   {"zero", 100, u"0"_qs, 5, u"5%"_qs},
@@ -72,6 +91,7 @@ class TypedFieldsWindowTest : public QObject {
                   {"negative stays so after Return", 0, u"-50"_qs, -50, u"-50"_qs},
                   {"unit", 100, u"+100 cents"_qs, 100, u"+100"_qs},
                   {"sign alone", 7, u"-"_qs, 7, u"+7"_qs},
+                  {"decimal comma", 7, u"100,5"_qs, 7, u"+7"_qs},
                   {"between -1 and 1", 0, u"0.9"_qs, 0, u"0"_qs}});
     }
     void typedPitch() {
@@ -108,6 +128,16 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(pitch->text(), u"-50"_qs);
     }
 
+    void theValueIsToldWhileItIsTypedOver() {
+        Practice w;
+        QLineEdit* speed = w.field(u"Speed"_qs);
+        speed->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(speed->text(), QString());
+        QCOMPARE(speed->accessibleDescription(), u"100%"_qs);
+        w.state->setSpeed(90);
+        QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
+    }
+
     void customStep() {
         Practice w;
         auto* picker = w.control<QComboBox>(u"Speed step"_qs);
@@ -118,7 +148,7 @@ class TypedFieldsWindowTest : public QObject {
         QVERIFY(!w.field(u"Custom speed step"_qs));
         w.state->setSpeedStep(3);
         QCOMPARE(picker->currentText(), u"Custom"_qs);
-        for (const char* refused : {"0", "-1", "101", "x", ""}) {
+        for (const char* refused : {"0", "-1", "101", "1,5", "x", ""}) {
             w.type(u"Custom speed step"_qs, QLatin1String(refused));
             QCOMPARE(w.state->speedStep(), 3.0);
             QCOMPARE(w.field(u"Custom speed step"_qs)->text(), u"3.0"_qs);

@@ -40,38 +40,80 @@ Stretcher::Stretcher(int sampleRateHz)
 Stretcher::~Stretcher() = default;
 
 void Stretcher::warmUp() {
-    std::array<float, 2 * feedFrames> sound{};
-    std::array<float, 2 * takeFrames> heard{};
     double phase = 0;
     for (const double rate : {1.0, minRate, maxRate}) {
         for (const double cents : {0.0, -maxCents, maxCents}) {
             reset(rate, cents);
-            for (std::size_t fed = 0; fed < 2 * pad_ + 1024; fed += feedFrames) {
-                for (float& sample : sound)
-                    sample = static_cast<float>(0.1 * std::sin(phase += 0.05));
-                feed(sound.data());
-                while (take(heard.data(), takeFrames) > 0) {
-                }
-            }
+            feedSine(phase);
         }
     }
+    // Under way, which is when the engine's resampler begins to keep sound.
+    setCents(-maxCents);
+    feedSine(phase);
+    measureKept();
     reset(1, 0);
 }
 
+void Stretcher::feedSine(double& phase) {
+    std::array<float, 2 * feedFrames> sound{};
+    std::array<float, 2 * takeFrames> heard{};
+    for (std::size_t fed = 0; fed < 2 * pad_ + 1024; fed += feedFrames) {
+        for (float& sample : sound)
+            sample = static_cast<float>(0.1 * std::sin(phase += 0.05));
+        feed(sound.data());
+        while (take(heard.data(), takeFrames) > 0) {
+        }
+    }
+}
+
+/// Once the pitch has changed under way, the engine's reset leaves its resampler full: every start
+/// from then on comes late by what it kept. How much that is shows where a click comes out.
+void Stretcher::measureKept() {
+    reset(1, 0);
+    discard(startDelay());
+    std::array<float, 2 * feedFrames> sound{};
+    std::array<float, 2 * takeFrames> heard{};
+    for (std::size_t fed = 0; fed < pad_; fed += feedFrames)
+        feed(sound.data());
+    sound[0] = 1;
+    while (available() < takeFrames) {
+        feed(sound.data());
+        sound[0] = 0;
+    }
+    take(heard.data(), takeFrames);
+    keptFrames_ = (std::ranges::max_element(heard) - heard.begin()) / 2;
+}
+
+/// Until the engine has seen nothing else.
+void Stretcher::feedSilence() noexcept {
+    constexpr std::array<float, 2 * feedFrames> silence{};
+    while (ready() == 0)
+        feed(silence.data());
+}
+
 void Stretcher::reset(double rate, double cents) noexcept {
-    engine_->reset();
-    rate_ = rate;
-    correction_ = 0;
+    // The engine's reset leaves it its view of the sound before, by which it would set the first
+    // phases; silence at normal speed gives it another in one hop.
+    begin(1, 0);
+    feedSilence();
+    begin(rate, cents);
     mostBehind_ = 0;
     observed_ = 0;
     discard_ = 0;
     taken_ = 0;
+}
+
+void Stretcher::begin(double rate, double cents) noexcept {
+    engine_->reset();
+    rate_ = rate;
+    correction_ = 0;
     applyRatio();
     setCents(cents);
 }
 
 std::int64_t Stretcher::startDelay() const noexcept {
-    return static_cast<std::int64_t>(engine_->getStartDelay());
+    return static_cast<std::int64_t>(engine_->getStartDelay()) +
+           std::llround(static_cast<double>(keptFrames_) / engine_->getPitchScale());
 }
 
 void Stretcher::applyRatio() noexcept {

@@ -66,6 +66,10 @@ class Stretcher {
     void warmUp();
     void applyRatio() noexcept;
     int ready() const noexcept;
+    void feedSine(double& phase);
+    void measureKept();
+    void feedSilence() noexcept;
+    void begin(double rate, double cents) noexcept;
 
     static constexpr std::size_t takeFrames = 256;
 
@@ -73,9 +77,10 @@ class Stretcher {
     std::unique_ptr<RubberBand::RubberBandStretcher> engine_;
     std::size_t pad_ = 0;
     double rate_ = 1;
-    double correction_ = 0; ///< relative, of the time ratio
-    double mostBehind_ = 0; ///< in the span observed
-    double observed_ = 0;   ///< length of that span so far, output frames
+    double correction_ = 0;       ///< relative, of the time ratio
+    double mostBehind_ = 0;       ///< in the span observed
+    double observed_ = 0;         ///< length of that span so far, output frames
+    std::int64_t keptFrames_ = 0; ///< at 0 cents, how much later than the engine says it starts
     std::int64_t discard_ = 0;
     std::int64_t taken_ = 0; ///< since reset(), thrown away included
     std::array<std::array<float, feedFrames>, 2> in_{};

@@ -162,14 +162,20 @@ class TimePitchUnitTest : public QObject {
     }
 
     void goesInWithoutAStep() {
-        TimePitchUnit unit(rateHz);
-        const double smooth = test::sharpestBend(runSine(unit, rateHz / 2));
+        // What it did before leaves no trace, a pitch that changed under way least of all.
+        set(0.8, 700);
+        runSine(unit_, rateHz / 2, [&](std::size_t frames) {
+            if (frames % 6400 == 0)
+                unit_.setPitch(double(frames % 1000));
+        });
+        set(1, 0);
+        const double smooth = test::sharpestBend(runSine(unit_, rateHz / 2));
         for (const std::int64_t atFrame : {64, 1920, 64 * 300}) {
-            unit.setRate(1);
+            set(1, 0);
             const std::int64_t length = 2 * rateHz;
-            const auto made = runSine(unit, length, [&](std::size_t frames) {
+            const auto made = runSine(unit_, length, [&](std::size_t frames) {
                 if (std::int64_t(frames) == atFrame)
-                    unit.setRate(0.5);
+                    unit_.setRate(0.5);
             });
             QCOMPARE_LT(test::sharpestBend(std::span(made).first(rateHz)), 1.3 * smooth);
             for (std::size_t i = 0; i + 882 < std::size_t(rateHz); i += 441) {
