@@ -7,9 +7,11 @@
 #include "app/AppCommands.h"
 #include "app/RecentFilesMenu.h"
 #include "audio/AudioEngine.h"
+#include "platform/desktop/ApplicationBundle.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -32,7 +34,9 @@ QSize firstSize(const QScreen* screen) {
 
 AmbrelApp::AmbrelApp()
     : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
-      engine_(AudioEngine::shared()), keyHandler_(engine_) {
+      engine_(AudioEngine::shared()), keyHandler_(engine_),
+      settingsScene_({WaveformCache::shared(), SettingsStore::shared(),
+                      DownloadSettingsStore::shared(), MainQueue::shared()}) {
     appDelegate_.applicationWillFinishLaunching();
     makeMainWindow();
 }
@@ -50,12 +54,14 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    content_ = new ContentView({appState_, engine_, SettingsStore::shared(),
-                                RecentFilesStore::shared(), WaveformCache::shared(),
-                                MainQueue::shared(), NotificationCenter::shared()});
+    const auto openSettings = [this] { settingsScene_.open(); };
+    content_ =
+        new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
+                         WaveformCache::shared(), MainQueue::shared(), NotificationCenter::shared(),
+                         openSettings, ApplicationBundle::donationPage()});
     mainWindow_->setCentralWidget(content_);
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
-                                                NotificationCenter::shared());
+                                                NotificationCenter::shared(), openSettings);
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
 }
 
