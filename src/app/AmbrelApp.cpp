@@ -35,8 +35,9 @@ QSize firstSize(const QScreen* screen) {
 AmbrelApp::AmbrelApp()
     : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
       engine_(AudioEngine::shared()), keyHandler_(engine_),
-      settingsScene_({WaveformCache::shared(), SettingsStore::shared(),
-                      DownloadSettingsStore::shared(), MainQueue::shared()}) {
+      settingsScene_(std::in_place, SettingsScene::Services{
+                                        WaveformCache::shared(), SettingsStore::shared(),
+                                        DownloadSettingsStore::shared(), MainQueue::shared()}) {
     appDelegate_.applicationWillFinishLaunching();
     makeMainWindow();
 }
@@ -54,7 +55,7 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    const auto openSettings = [this] { settingsScene_.open(); };
+    const auto openSettings = [this] { settingsScene_->open(); };
     content_ =
         new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
                          WaveformCache::shared(), MainQueue::shared(), NotificationCenter::shared(),
@@ -66,8 +67,10 @@ void AmbrelApp::makeMainWindow() {
 }
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
-    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(),
-                     [this] { appDelegate_.applicationWillTerminate(); });
+    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
+        settingsScene_.reset(); // a clear that is under way must not take what is saved now
+        appDelegate_.applicationWillTerminate();
+    });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
     mainWindow_->show();
     appDelegate_.setAppState(appState_);

@@ -35,7 +35,7 @@ class AmbrelApp {
     std::shared_ptr<AppState> appState_;
     std::shared_ptr<AudioEngine> engine_;
     KeyHandler keyHandler_;
-    SettingsScene settingsScene_;
+    std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
     ContentView* content_ = nullptr;
 };

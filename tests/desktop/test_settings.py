@@ -8,10 +8,18 @@ from sound import tone, write_wav
 
 
 class SettingsTest(Scenario):
+    def wait_until_active(self, program, **window):
+        from application import is_active
+        wait_until(lambda: is_active(program.wait_for(**window)), f"{window} to be active")
+
     def open_settings(self, program):
         program.key("ctrl+comma")
-        program.wait_for(name="Settings", role="frame")
-        program.wait_for_window()
+        self.wait_until_active(program, name="Settings", role="frame")
+
+    def clear(self, program):
+        program.click(name="Clear Cache…")
+        self.wait_until_active(program, name="Clear Cache", role="alert")
+        program.click(name="Clear Cache & Settings")
 
     def choose(self, program, group, preset):
         from application import extents
@@ -39,8 +47,7 @@ class SettingsTest(Scenario):
         program.key("Return")
         self.assert_stored(program, "waveformCacheSettings.maxSize", "int", 20 * 1_048_576)
 
-        program.click(name="Clear Cache…")
-        program.click(name="Clear Cache & Settings")
+        self.clear(program)
         program.wait_for(description="Entries", name="0")
         program.wait_for(description="Total size", name="0.0 MB")
         self.assertIsNone(program.stored(f"waveformCache.{path}"))
@@ -48,10 +55,10 @@ class SettingsTest(Scenario):
         self.assertIsNotNone(program.stored("recentFiles"))
 
         for close in ("Escape", "ctrl+w"):
-            program.wait_for_window()
+            self.wait_until_active(program, name="Settings", role="frame")
             program.key(close)
             program.wait_until_gone(name="Settings", role="frame")
-            program.wait_for_window()
+            self.wait_until_active(program, name="Ambrel", role="frame")
             self.open_settings(program)
             self.assertEqual(program.wait_for(name="Custom size").get_text(0, -1), "20")
         program.key("ctrl+Up")  # also from here
@@ -62,17 +69,17 @@ class SettingsTest(Scenario):
         program.key("alt+F4")
         self.assert_ends(program)
 
-    def test_quitting_from_the_settings_window(self):
-        program = self.start()
-        program.wait_for_window()
+    def test_what_is_cleared_before_the_end_is_gone_but_the_open_file_is_saved(self):
+        path = write_wav(self.folder / "song.wav", tone(440, 2))
+        program = self.start_with(path)
+        program.key("ctrl+Up")
         program.click(name="Settings")
-        program.wait_for(description="Entries", name="0")
-        program.wait_for_window()
-        program.click(name="Clear Cache…")
-        program.wait_for(name="Clear Cache & Settings")
-        program.wait_for_window()
+        self.wait_until_active(program, name="Settings", role="frame")
+        self.clear(program)
         program.key("ctrl+q")
         self.assert_ends(program)
+        self.assertIsNone(program.stored(f"waveformCache.{path}"))
+        self.assertEqual(program.stored_settings(path)["pitch"], 1)
 
 
 if __name__ == "__main__":
