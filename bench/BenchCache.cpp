@@ -70,7 +70,6 @@ class Bench {
         start();
         lookup();
         storing();
-        settingsWindow();
         return 0;
     }
 
@@ -158,15 +157,6 @@ class Bench {
                             [&] { store.cache.set(somePeaks(), fileNumber(number++)); });
         std::printf("records left     %8lld\n",
                     static_cast<long long>(store.cache.entryKeys().size()));
-    }
-
-    void settingsWindow() const {
-        Store store(pathOf("many"));
-        const auto times =
-            medians(11, {[&] { store.cache.entryKeys(); }, [&] { store.cache.totalBytes(); }});
-        const double clear = milliseconds([&] { store.cache.clearAll(); });
-        std::printf("half of them     entryKeys %.1f ms, totalBytes %.1f ms, clearAll %.1f ms\n",
-                    times[0], times[1], clear);
     }
 
     const QDateTime date_ = QDateTime::currentDateTime();

@@ -1,8 +1,9 @@
 // ambrel-screenshots FOLDER RECORDING
 //
-// Writes pictures of the window's three screens to FOLDER, in a light and a dark palette, at its
-// first and its smallest size, and with a body font of 14 points. The working screen shows
-// RECORDING. For other scales of the screen set QT_SCALE_FACTOR. Needs no display:
+// Writes pictures to FOLDER: of the window's three screens, of which the working screen shows
+// RECORDING, and of the settings window with presets, with custom limits and asking before it
+// clears; in a light and a dark palette, at the window's first and its smallest size, and with a
+// body font of 14 points. For other scales of the screen set QT_SCALE_FACTOR. Needs no display:
 // QT_QPA_PLATFORM=offscreen.
 
 #include <atomic>
@@ -11,20 +12,27 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QMainWindow>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QTemporaryDir>
 
 #include "app/AppCommands.h"
 #include "app/AppState.h"
+#include "app/CacheMaintenance.h"
 #include "audio/AudioEngine.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
+#include "ui/CacheSettingsView.h"
+#include "ui/ClearConfirmation.h"
 #include "ui/ContentView.h"
 #include "ui/KeyResponderNSView.h"
+#include "ui/SettingsWindow.h"
 #include "waveform/WaveformCache.h"
 #include "waveform/WaveformGenerator.h"
 
@@ -56,6 +64,9 @@ class Gallery {
         for (int number = 10; number > 0; --number)
             recentFiles_.push(QUrl::fromLocalFile(
                 QStringLiteral("/music/Take %1, slow blues in A.flac").arg(number)));
+        for (int number = 0; number < 312; ++number)
+            preferences_.set(QStringLiteral("waveformCache./%1").arg(number),
+                             QByteArray(10'900, 'x'));
     }
 
     void take(const Look& look) {
@@ -68,8 +79,9 @@ class Gallery {
         new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
         window.setCentralWidget(
             new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_, waveformCache_,
-                             MainQueue::shared(), NotificationCenter::shared()}));
-        commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared());
+                             MainQueue::shared(), NotificationCenter::shared(), [] {},
+                             QUrl(QStringLiteral("https://example.org"))}));
+        commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared(), [] {});
         window.resize(look.size);
         window.show();
         state_->setLoadingState(LoadingState::idle());
@@ -81,9 +93,39 @@ class Gallery {
         showRecording();
         save(window, look, QStringLiteral("working"));
         state_->setAudioFileURL(std::nullopt);
+        takeSettings(look);
     }
 
   private:
+    void takeSettings(const Look& look) {
+        waveformCache_.setMaxTotalBytes(100 * 1'048'576);
+        waveformCache_.setMaxAgeSeconds(180 * 86'400.0);
+        auto presets = openSettings();
+        save(*presets, look, QStringLiteral("settings"));
+        presets.reset();
+        waveformCache_.setMaxTotalBytes(250 * 1'048'576);
+        waveformCache_.setMaxAgeSeconds(45 * 86'400.0);
+        auto custom = openSettings();
+        save(*custom, look, QStringLiteral("settings-custom"));
+        for (auto* button : custom->findChildren<QPushButton*>()) {
+            if (button->accessibleName() == QStringLiteral("Clear Cache…"))
+                button->click();
+        }
+        save(*custom->findChild<ClearConfirmation*>(), look, QStringLiteral("settings-clear"));
+    }
+
+    /// With its figures in it.
+    std::unique_ptr<SettingsWindow> openSettings() {
+        auto settings = std::make_unique<SettingsWindow>(
+            new CacheSettingsView({waveformCache_, maintenance_, downloads_}));
+        QEventLoop counting;
+        QObject::connect(&maintenance_, &CacheMaintenance::statsRefreshed, &counting,
+                         &QEventLoop::quit);
+        settings->show();
+        counting.exec();
+        return settings;
+    }
+
     void showRecording() {
         state_->setAudioDuration(10);
         state_->setRegionStart(2.4);
@@ -116,6 +158,8 @@ class Gallery {
     SettingsStore settings_{preferences_};
     RecentFilesStore recentFiles_{preferences_};
     WaveformCache waveformCache_{preferences_};
+    DownloadSettingsStore downloads_{preferences_};
+    CacheMaintenance maintenance_{waveformCache_, settings_, MainQueue::shared()};
     std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
 };
 

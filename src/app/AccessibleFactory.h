@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QAccessible>
+#include <QAccessibleWidget>
 
 namespace ambrel {
 
@@ -19,6 +19,14 @@ template <typename Widget, typename Interface> void describeBy() {
         return true;
     }();
     Q_UNUSED(installed)
+}
+
+/// From here on every `Widget` has that role, and is otherwise described as other widgets are.
+template <typename Widget, QAccessible::Role kRole> void describeAs() {
+    struct Interface : QAccessibleWidget {
+        explicit Interface(Widget* widget) : QAccessibleWidget(widget, kRole) {}
+    };
+    describeBy<Widget, Interface>();
 }
 
 } // namespace ambrel

@@ -7,9 +7,11 @@
 #include "app/AppCommands.h"
 #include "app/RecentFilesMenu.h"
 #include "audio/AudioEngine.h"
+#include "platform/desktop/ApplicationBundle.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -32,7 +34,10 @@ QSize firstSize(const QScreen* screen) {
 
 AmbrelApp::AmbrelApp()
     : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
-      engine_(AudioEngine::shared()), keyHandler_(engine_) {
+      engine_(AudioEngine::shared()), keyHandler_(engine_),
+      settingsScene_(std::in_place, SettingsScene::Services{
+                                        WaveformCache::shared(), SettingsStore::shared(),
+                                        DownloadSettingsStore::shared(), MainQueue::shared()}) {
     appDelegate_.applicationWillFinishLaunching();
     makeMainWindow();
 }
@@ -50,18 +55,22 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    content_ = new ContentView({appState_, engine_, SettingsStore::shared(),
-                                RecentFilesStore::shared(), WaveformCache::shared(),
-                                MainQueue::shared(), NotificationCenter::shared()});
+    const auto openSettings = [this] { settingsScene_->open(); };
+    content_ =
+        new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
+                         WaveformCache::shared(), MainQueue::shared(), NotificationCenter::shared(),
+                         openSettings, ApplicationBundle::donationPage()});
     mainWindow_->setCentralWidget(content_);
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
-                                                NotificationCenter::shared());
+                                                NotificationCenter::shared(), openSettings);
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
 }
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
-    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(),
-                     [this] { appDelegate_.applicationWillTerminate(); });
+    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
+        settingsScene_.reset(); // a clear that is under way must not take what is saved now
+        appDelegate_.applicationWillTerminate();
+    });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
     mainWindow_->show();
     appDelegate_.setAppState(appState_);

@@ -9,13 +9,15 @@
 #include "app/AppDelegate.h"
 #include "app/AppState.h"
 #include "ui/KeyHandler.h"
+#include "ui/SettingsScene.h"
 
 namespace ambrel {
 
 class AudioEngine;
 class ContentView;
 
-/// The application put together: one state, one delegate, one main window on the shared services.
+/// The application put together: one state, one delegate, the main window and the settings window
+/// on the shared services.
 /// Lives on the main thread, inside the QApplication's life.
 class AmbrelApp {
   public:
@@ -33,6 +35,7 @@ class AmbrelApp {
     std::shared_ptr<AppState> appState_;
     std::shared_ptr<AudioEngine> engine_;
     KeyHandler keyHandler_;
+    std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
     ContentView* content_ = nullptr;
 };

@@ -24,6 +24,13 @@ void addCommand(QMenu& menu, const Command& command, NotificationCenter& notific
                      [&notifications, name = command.notification] { notifications.post(name); });
 }
 
+void addSettings(QMenu& menu, const std::function<void()>& open) {
+    QAction* settings = menu.addAction(QStringLiteral("Settings"));
+    settings->setShortcut(Qt::CTRL | Qt::Key_Comma);
+    settings->setMenuRole(QAction::PreferencesRole);
+    QObject::connect(settings, &QAction::triggered, settings, open);
+}
+
 void addQuit(QMenu& menu) {
     QAction* quit = menu.addAction(QStringLiteral("Quit"));
     quit->setShortcutContext(Qt::ApplicationShortcut); // also while an alert is open
@@ -36,7 +43,8 @@ void addQuit(QMenu& menu) {
 } // namespace
 
 RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles,
-                          NotificationCenter& notifications) {
+                          NotificationCenter& notifications,
+                          const std::function<void()>& openSettings) {
     const auto addMenu = [&](const QString& title, std::initializer_list<Command> items) {
         QMenu* menu = menuBar.addMenu(title);
         for (const Command& item : items)
@@ -50,6 +58,7 @@ RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles
         new RecentFilesMenu(QStringLiteral("Open Recent"), recentFiles, notifications, file);
     file->addMenu(openRecent);
     file->addSeparator();
+    addSettings(*file, openSettings);
     addQuit(*file);
 
     addMenu(QStringLiteral("&Playback"),

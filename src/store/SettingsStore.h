@@ -10,7 +10,8 @@ namespace ambrel {
 
 class Preferences;
 
-/// One FileSettings per file, under "settings." + the file's path. Main thread only.
+/// One FileSettings per file, under "settings." + the file's path. Main thread only,
+/// but for clearAll().
 class SettingsStore {
   public:
     explicit SettingsStore(Preferences& defaults);
@@ -23,7 +24,7 @@ class SettingsStore {
     /// Absent when nothing is stored or what is stored is no record.
     std::optional<FileSettings> load(const QUrl& file) const;
 
-    /// Removes every record; nothing else.
+    /// Removes every record; nothing else. Any thread.
     void clearAll();
 
   private:

@@ -1,5 +1,6 @@
 #include "ui/ContentView.h"
 
+#include <QDesktopServices>
 #include <QKeyEvent>
 #include <QVBoxLayout>
 
@@ -28,7 +29,8 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     refillRecentFiles();
     engine_->setAppState(state_);
 
-    auto* header = new HeaderBar(state_, recentFiles_, services.notifications);
+    auto* header = new HeaderBar(state_, recentFiles_, services.notifications,
+                                 !services.donationPage.isEmpty());
     column_->setContentsMargins(0, 0, 0, 0);
     column_->setSpacing(0);
     column_->addWidget(header);
@@ -43,7 +45,10 @@ ContentView::ContentView(const Services& services, QWidget* parent)
         else if (field == AppState::Field::isShowingHelp)
             showHelp();
     });
+    connect(header, &HeaderBar::settingsRequested, this, services.openSettings);
     connect(header, &HeaderBar::helpRequested, this, [this] { state_->setIsShowingHelp(true); });
+    connect(header, &HeaderBar::donationRequested, this,
+            [page = services.donationPage] { QDesktopServices::openUrl(page); });
     observeNotifications(services.notifications);
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
 #include <QPointer>
+#include <QUrl>
 #include <QWidget>
 
 #include "app/AppState.h"
@@ -40,6 +42,8 @@ class ContentView : public QWidget {
         WaveformCache& waveformCache;
         MainQueue& mainQueue;
         NotificationCenter& notifications;
+        std::function<void()> openSettings = [] {};
+        QUrl donationPage = {}; ///< none: no button for it
     };
 
     /// From here on the engine reports to the state.

@@ -16,7 +16,7 @@
 namespace ambrel {
 
 HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
-                     NotificationCenter& notifications, QWidget* parent)
+                     NotificationCenter& notifications, bool takesDonations, QWidget* parent)
     : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
       openFile_(new PushButton(QStringLiteral("Open File..."))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
@@ -30,10 +30,7 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     row_->addWidget(message_);
     row_->addWidget(fileName_);
     row_->addStretch(1);
-    auto* help = new SymbolButton(QSizeF(28, 28), 17);
-    help->setSymbol(Symbol::question, QStringLiteral("Help"));
-    row_->addWidget(help);
-    connect(help, &SymbolButton::clicked, this, &HeaderBar::helpRequested);
+    addIconButtons(takesDonations);
     for (TextLabel* status : {message_, fileName_}) {
         status->setAccessibleDescription(QStringLiteral("Status"));
         status->setElideMode(Qt::ElideMiddle);
@@ -50,6 +47,26 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     connect(&Theme::shared(), &Theme::changed, this, &HeaderBar::applyTheme);
     applyTheme();
     showState();
+}
+
+void HeaderBar::addIconButtons(bool takesDonations) {
+    const auto add = [this](Symbol symbol, const QString& name, const QString& toolTip,
+                            void (HeaderBar::*requested)()) {
+        auto* button = new SymbolButton(QSizeF(28, 28), 17);
+        button->setSymbol(symbol, name);
+        button->setToolTip(toolTip);
+        row_->addWidget(button);
+        connect(button, &SymbolButton::clicked, this, requested);
+    };
+    add(Symbol::gearshape, QStringLiteral("Settings"), QStringLiteral("Settings (⌘,)"),
+        &HeaderBar::settingsRequested);
+    add(Symbol::question, QStringLiteral("Help"), QStringLiteral("Help"),
+        &HeaderBar::helpRequested);
+    if (takesDonations)
+        add(Symbol::heart, QStringLiteral("Donate"),
+            QStringLiteral("If you find Ambrel useful, consider supporting the creator's next "
+                           "questionable gear purchase."),
+            &HeaderBar::donationRequested);
 }
 
 void HeaderBar::applyTheme() {

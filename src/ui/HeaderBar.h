@@ -22,13 +22,16 @@ class HeaderBar : public QWidget {
     Q_OBJECT
 
   public:
-    /// Store and notifications outlive the bar.
+    /// Store and notifications outlive the bar. The button for a donation is there only with
+    /// `takesDonations`.
     HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
-              NotificationCenter& notifications, QWidget* parent = nullptr);
+              NotificationCenter& notifications, bool takesDonations, QWidget* parent = nullptr);
 
   Q_SIGNALS:
     void openFileRequested();
+    void settingsRequested();
     void helpRequested();
+    void donationRequested();
     void recentFilesWanted(); ///< the menu is about to show them
 
   protected:
@@ -36,6 +39,7 @@ class HeaderBar : public QWidget {
 
   private:
     void applyTheme();
+    void addIconButtons(bool takesDonations);
     void showState();
 
     std::shared_ptr<AppState> state_;

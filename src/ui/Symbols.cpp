@@ -42,6 +42,10 @@ QString fileOf(Symbol symbol) {
         return QStringLiteral(":/symbols/chevron-down.svg");
     case Symbol::question:
         return QStringLiteral(":/symbols/question.svg");
+    case Symbol::gearshape:
+        return QStringLiteral(":/symbols/gearshape.svg");
+    case Symbol::heart:
+        return QStringLiteral(":/symbols/heart.svg");
     }
     return {};
 }

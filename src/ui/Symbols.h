@@ -21,7 +21,9 @@ enum class Symbol {
     plus,
     chevronUp,
     chevronDown,
-    question
+    question,
+    gearshape,
+    heart
 };
 
 /// Paints `symbol` as large as fits into `box`, sharp at any scale of the screen.

@@ -26,9 +26,6 @@ constexpr std::int64_t kDefaultMaxSize = 100 * 1048576;
 /// In seconds: file systems and archives round dates.
 constexpr double kDateTolerance = 1;
 
-/// Removed in one transaction: what takes longer would keep other writers waiting.
-constexpr qsizetype kMostRemovals = 50;
-
 QString waveformKeyFor(const QUrl& file) {
     return kPrefix + storedPath(file);
 }
@@ -140,14 +137,9 @@ void WaveformCache::evict() {
                         [&](const QString& key, QByteArrayView json) { index_.note(key, json); });
     index_.endSnapshot();
     if (maxAge)
-        remove(index_.takeOlderThan(now() - *maxAge));
+        defaults_.remove(index_.takeOlderThan(now() - *maxAge));
     if (maxSize)
-        remove(index_.takeBeyond(*maxSize));
-}
-
-void WaveformCache::remove(const QStringList& keys) {
-    for (qsizetype first = 0; first < keys.size(); first += kMostRemovals)
-        defaults_.remove(keys.mid(first, kMostRemovals));
+        defaults_.remove(index_.takeBeyond(*maxSize));
 }
 
 void WaveformCache::clearAll() {

@@ -58,7 +58,6 @@ class WaveformCache {
     void loadSettings();
     void saveSettings();
     void evict();
-    void remove(const QStringList& keys);
 
     Preferences& defaults_;
 

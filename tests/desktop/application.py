@@ -156,14 +156,17 @@ class Application:
 
     def wait_for_window(self):
         """Until the window manager has put the window, or its alert, in place and given it the keys."""
-        wait_until(lambda: any(control.get_state_set().contains(Atspi.StateType.ACTIVE)
-                               for control in self._controls()), "an active window")
+        wait_until(lambda: any(map(is_active, self._controls())), "an active window")
 
 
 def extents(control):
     """x, y, width and height on the screen."""
     area = Atspi.Component.get_extents(control, Atspi.CoordType.SCREEN)
     return area.x, area.y, area.width, area.height
+
+
+def is_active(window):
+    return window.get_state_set().contains(Atspi.StateType.ACTIVE)
 
 
 def is_enabled(control):

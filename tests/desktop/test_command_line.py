@@ -4,6 +4,7 @@ import os
 import pathlib
 import subprocess
 import unittest
+from xml.etree import ElementTree
 
 PROGRAM = pathlib.Path(os.environ["AMBREL_BINARY_DIR"]) / "bin" / "ambrel"
 
@@ -28,6 +29,9 @@ class CommandLineTest(unittest.TestCase):
         self.assertEqual((version.returncode, usage.returncode), (0, 0))
         self.assertRegex(version.stdout, r"(?i)\Aambrel \d+\.\d+\.\d+\n\Z")
         self.assertIn("FILE", usage.stdout.upper())
+        metainfo = PROGRAM.parents[1] / "packaging" / "ambrel.metainfo.xml"
+        release = ElementTree.parse(metainfo).find("releases/release")
+        self.assertEqual(version.stdout.split()[1], release.get("version"))
 
 
 if __name__ == "__main__":

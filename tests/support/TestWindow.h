@@ -18,6 +18,7 @@
 #include "ui/ContentView.h"
 #include "ui/KeyHandler.h"
 #include "ui/KeyResponderNSView.h"
+#include "ui/SettingsScene.h"
 
 namespace ambrel::test {
 
@@ -34,12 +35,17 @@ struct TestWindow {
     KeyHandler keyHandler{engine};
     QMainWindow window;
     KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
-    ContentView* content = new ContentView({state, engine, settings.store(), settings.recentFiles(),
-                                            settings.waveformCache(), mainQueue, notifications});
+    SettingsScene settingsScene{
+        {settings.waveformCache(), settings.store(), settings.downloads(), mainQueue}};
+    ContentView* content;
 
-    TestWindow() {
+    explicit TestWindow(const QUrl& donationPage = {}) {
+        const auto openSettings = [this] { settingsScene.open(); };
+        content = new ContentView({state, engine, settings.store(), settings.recentFiles(),
+                                   settings.waveformCache(), mainQueue, notifications, openSettings,
+                                   donationPage});
         window.setCentralWidget(content);
-        commands::addMenus(*window.menuBar(), settings.recentFiles(), notifications);
+        commands::addMenus(*window.menuBar(), settings.recentFiles(), notifications, openSettings);
         keyHandler.start(state);
         window.resize(780, 680);
         window.show();

@@ -12,4 +12,8 @@ QString ApplicationBundle::shortVersion() {
     return QStringLiteral(AMBREL_VERSION);
 }
 
+QUrl ApplicationBundle::donationPage() {
+    return QUrl(QStringLiteral(AMBREL_DONATION_URL));
+}
+
 } // namespace ambrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 
 namespace ambrel {
 
@@ -12,6 +13,9 @@ struct ApplicationBundle {
 
     /// For example "0.1.0".
     static QString shortVersion();
+
+    /// Where users can thank its makers; empty when whoever packaged the program named no page.
+    static QUrl donationPage();
 };
 
 } // namespace ambrel

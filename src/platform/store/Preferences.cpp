@@ -23,6 +23,9 @@ constexpr auto kPoolBusyTimeout = 5s;
 constexpr auto kLastBusyTimeout = 500ms; // at the end
 constexpr auto kRetryInterval = 500ms;
 
+/// In one transaction: what takes longer would keep other writers waiting.
+constexpr qsizetype kMostRemovals = 50;
+
 } // namespace
 
 /// Every write goes to `kept_` first and leaves it once a transaction has it. A transaction takes
@@ -97,21 +100,16 @@ class Preferences::Impl {
         return size;
     }
 
-    void write(const Changes& changes) {
-        if (changes.empty())
-            return;
+    /// False when it is kept for later.
+    bool write(const Changes& changes) {
         {
             const std::lock_guard lock(mutex_);
             for (const auto& [key, value] : changes)
                 kept_[key] = {value, ++lastNumber_};
         }
-        if (isMainThread()) {
-            flush(main_);
-        } else {
-            const std::lock_guard lock(poolMutex_);
-            flush(pool_);
-        }
+        const bool isWritten = isMainThread() ? flush(main_) : flushFromPool();
         retryIfKept();
+        return isWritten;
     }
 
   private:
@@ -138,8 +136,13 @@ class Preferences::Impl {
         return pool_.perform(operation);
     }
 
+    bool flushFromPool() {
+        const std::lock_guard lock(poolMutex_);
+        return flush(pool_);
+    }
+
     /// Writes all that is kept.
-    void flush(PreferenceConnection& connection) {
+    bool flush(PreferenceConnection& connection) {
         std::map<QString, Kept> taken;
         const auto take = [&] {
             Changes changes;
@@ -150,13 +153,14 @@ class Preferences::Impl {
             return changes;
         };
         if (!connection.perform([&](PreferenceDatabase& database) { database.write(take); }))
-            return;
+            return false;
         const std::lock_guard lock(mutex_);
         for (const auto& [key, written] : taken) {
             const auto kept = kept_.find(key);
             if (kept != kept_.end() && kept->second.number == written.number)
                 kept_.erase(kept);
         }
+        return true;
     }
 
     /// What a damaged database still gives is written to its successor, unless it is newer here.
@@ -262,10 +266,15 @@ void Preferences::remove(const QString& key) {
 }
 
 void Preferences::remove(const QStringList& keys) {
-    Changes removals;
-    for (const QString& key : keys)
-        removals.emplace(key, std::nullopt);
-    impl_->write(removals);
+    qsizetype most = kMostRemovals;
+    for (qsizetype first = 0; first < keys.size();) {
+        Changes removals;
+        for (const QString& key : keys.mid(first, most))
+            removals.emplace(key, std::nullopt);
+        first += most;
+        if (!impl_->write(removals))
+            most = keys.size(); // or each few would wait for the lock anew
+    }
 }
 
 QStringList Preferences::keys(const QString& prefix) const {

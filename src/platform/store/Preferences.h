@@ -44,7 +44,7 @@ class Preferences {
     std::optional<Value> value(const QString& key) const;
 
     std::optional<QByteArray> data(const QString& key) const;
-    std::optional<QString> string(const QString& key) const;
+    std::optional<QString> string(const QString& key) const; ///< of a number its text
     std::optional<QStringList> strings(const QString& key) const;
     std::optional<bool> boolean(const QString& key) const;
 
@@ -55,13 +55,13 @@ class Preferences {
     void set(const QString& key, const Value& value);
     void remove(const QString& key);
 
-    /// Removes all of them as one change.
+    /// A few at a time, so that another thread's write gets in between.
     void remove(const QStringList& keys);
 
     /// Every key that begins with `prefix` (case-sensitive), as it stands now.
     QStringList keys(const QString& prefix = {}) const;
 
-    /// Removes those keys as one change.
+    /// Removes those keys, as remove() does.
     void removeAll(const QString& prefix);
 
     /// Shows every data value whose key begins with `prefix`, one after the other and without a

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QPointer>
+#include <QUrl>
+#include <QWidget>
+
+#include "app/CacheMaintenance.h"
+
+class QBoxLayout;
+
+namespace ambrel {
+
+class ClearConfirmation;
+class DownloadSettingsStore;
+class FolderLabel;
+class FolderPanel;
+class LimitControl;
+class TextLabel;
+class WaveformCache;
+
+/// The content of the settings window: the folder for downloads, what the waveform cache holds,
+/// and its limits. It shows them as they are when it is made; the figures, which follow when they
+/// are counted, also after a clear and whenever the window becomes active. Main thread only.
+class CacheSettingsView : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// What the view works with; all of it outlives the view.
+    struct Services {
+        WaveformCache& cache;
+        CacheMaintenance& maintenance;
+        DownloadSettingsStore& downloads;
+    };
+
+    explicit CacheSettingsView(const Services& services, QWidget* parent = nullptr);
+
+  protected:
+    bool event(QEvent* event) override;
+
+  private:
+    void applyTheme();
+    QWidget* makeForm();
+    QWidget* makeDownloads();
+    QWidget* makeCache();
+    LimitControl* makeSizeLimit();
+    LimitControl* makeAgeLimit();
+
+    void loadCurrent();
+    void refreshStats();
+    void showStats(const CacheMaintenance::Stats& stats);
+    void chooseSizePreset(int place);
+    void chooseAgePreset(int place);
+    void commitCustomSize();
+    void commitCustomAge();
+    void chooseDownloadDirectory();
+    void setDownloadDirectory(const QUrl& folder);
+    void showClearConfirm();
+
+    WaveformCache& cache_;
+    CacheMaintenance& maintenance_;
+    DownloadSettingsStore& downloads_;
+    QUrl downloadDirectory_;
+    QBoxLayout* form_ = nullptr;
+    FolderLabel* folder_ = nullptr;
+    TextLabel* entryCount_ = nullptr;
+    TextLabel* totalMB_ = nullptr;
+    TextLabel* version_ = nullptr;
+    LimitControl* sizeLimit_ = nullptr;
+    LimitControl* ageLimit_ = nullptr;
+    QPointer<ClearConfirmation> clearConfirm_;
+    QPointer<FolderPanel> folderPanel_;
+};
+
+} // namespace ambrel

@@ -1,0 +1,34 @@
+#include "ui/FormScroller.h"
+
+#include <algorithm>
+
+#include <QEvent>
+#include <QScreen>
+
+#include "ui/Theme.h"
+
+namespace ambrel {
+
+FormScroller::FormScroller(QWidget* form, QWidget* parent) : QScrollArea(parent) {
+    setWidget(form);
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFocusPolicy(Qt::NoFocus);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+QSize FormScroller::sizeHint() const {
+    const int besideForm = Theme::length(90); // the window's frame and what stands below the form
+    const QSize form = widget()->sizeHint();
+    const int room = screen()->availableSize().height() - besideForm;
+    return {widget()->minimumSizeHint().width(), std::clamp(form.height(), 1, std::max(room, 1))};
+}
+
+bool FormScroller::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == widget() && event->type() == QEvent::LayoutRequest)
+        updateGeometry();
+    return QScrollArea::eventFilter(watched, event);
+}
+
+} // namespace ambrel

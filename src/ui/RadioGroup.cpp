@@ -1,0 +1,42 @@
+#include "ui/RadioGroup.h"
+
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "app/AccessibleFactory.h"
+#include "app/PlainText.h"
+#include "ui/Theme.h"
+
+namespace ambrel {
+
+RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels, QWidget* parent)
+    : QWidget(parent) {
+    describeAs<RadioGroup, QAccessible::Grouping>();
+    setAccessibleName(accessibleName);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    for (const QString& label : labels) {
+        auto* button = new QRadioButton(withoutMnemonics(label));
+        button->setFocusPolicy(Qt::NoFocus);
+        connect(button, &QRadioButton::toggled, button, [button](bool isChosen) {
+            button->setFocusPolicy(isChosen ? Qt::TabFocus : Qt::NoFocus);
+        });
+        group_.addButton(button, column->count());
+        column->addWidget(button, 0, Qt::AlignLeft);
+    }
+    connect(&group_, &QButtonGroup::idClicked, this, &RadioGroup::chosen);
+    const auto applyTheme = [column] { column->setSpacing(Theme::length(5)); };
+    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
+    applyTheme();
+}
+
+void RadioGroup::setCurrent(int index) {
+    group_.button(index)->setChecked(true);
+}
+
+bool RadioGroup::holdsFocus() const {
+    const QWidget* holder = focusWidget();
+    return holder && holder->hasFocus();
+}
+
+} // namespace ambrel

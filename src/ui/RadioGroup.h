@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QButtonGroup>
+#include <QWidget>
+
+namespace ambrel {
+
+/// Radio buttons one below the other, of which one is chosen. Screen readers are told that they
+/// belong together, and to what. Tab leads to the chosen one, the arrow keys to the others.
+class RadioGroup : public QWidget {
+    Q_OBJECT
+
+  public:
+    RadioGroup(const QString& accessibleName, const QStringList& labels, QWidget* parent = nullptr);
+
+    int current() const { return group_.checkedId(); }
+
+    /// Emits nothing.
+    void setCurrent(int index);
+
+    /// Whether one of the buttons has the focus.
+    bool holdsFocus() const;
+
+  Q_SIGNALS:
+    void chosen(int index); ///< by the user
+
+  private:
+    QButtonGroup group_;
+};
+
+} // namespace ambrel
