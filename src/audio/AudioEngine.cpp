@@ -142,7 +142,8 @@ void AudioEngine::playNext(double start, double end, double pauseSeconds) {
     auto wanted = segment(start, end);
     if (wanted)
         wanted->pauseSeconds = pauseSeconds;
-    if (!wanted || engine_->runningOn() != wanted || !engine_->goOn(completionOf(generation_ + 1))) {
+    if (!wanted || engine_->runningOn() != wanted ||
+        !engine_->goOn(completionOf(generation_ + 1))) {
         play(start, end);
         return;
     }
@@ -198,7 +199,8 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
         return;
     }
     // The timer runs on: the position rests at the region's end.
-    if (const auto runningOn = engine_->runningOn(); runningOn && runningOn != continuation(appState))
+    if (const auto runningOn = engine_->runningOn();
+        runningOn && runningOn != continuation(appState))
         engine_->stop();
     mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
                           [weak = weak_from_this(), generation, start, end, pause] {

@@ -21,9 +21,9 @@ class PlaybackModel;
 /// The rules are here: which frames a region has, what follows its end, and which completions are
 /// stale. While a segment plays, the graph is kept told what will follow it, so that a loop runs on
 /// without waiting for the main thread; at its end the rules still decide, and what runs on by then
-/// is adopted if it is what they say. Everything runs on the main thread; completions of the graph hop there first. The model
-/// is held weakly and holds the truth about speed, pitch and equaliser: nobody reads them back
-/// here.
+/// is adopted if it is what they say. Everything runs on the main thread; completions of the graph
+/// hop there first. The model is held weakly and holds the truth about speed, pitch and equaliser:
+/// nobody reads them back here.
 class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
   public:
     /// Centre frequencies of the equaliser's bands in Hz, in band order.

@@ -222,7 +222,8 @@ class AudioEngineTest : public QObject {
             const char* calls;
         };
         for (const Case& c :
-             {Case{true, 0, region, "go on"}, Case{true, 0, rested, "stop schedule 66150+77175 play"},
+             {Case{true, 0, region, "go on"},
+              Case{true, 0, rested, "stop schedule 66150+77175 play"},
               Case{true, 0, Continuation{66150, 77174}, "stop schedule 66150+77175 play"},
               Case{true, 20, rested, "go on"},
               Case{true, 20, region, "stop stop schedule 66150+77175 play"},

@@ -139,8 +139,8 @@ void AudioGraph::Impl::playFrom(const OutputStage::Place& place) {
     const PassBegin& pass = place.pass;
     player_.play({epoch_,
                   segment_->file,
-                  {-static_cast<std::int64_t>(place.fileFrame), pass.startFrame, pass.frameCount,
-                   1, pass.pass, 0},
+                  {-static_cast<std::int64_t>(place.fileFrame), pass.startFrame, pass.frameCount, 1,
+                   pass.pass, 0},
                   rateHz_},
                  segment_->next);
     gate_.set({epoch_, gate_.get().playing});
@@ -255,9 +255,8 @@ void AudioGraph::start() {
 void AudioGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                                  std::int64_t frameCount, Completion completion) {
     frameCount = std::max<std::int64_t>(0, frameCount);
-    impl_->schedule(
-        {std::move(file), {0, startFrame, frameCount, 0}, 0, std::nullopt, frameCount},
-        std::move(completion));
+    impl_->schedule({std::move(file), {0, startFrame, frameCount, 0}, 0, std::nullopt, frameCount},
+                    std::move(completion));
 }
 
 void AudioGraph::setContinuation(const std::optional<Continuation>& next) {

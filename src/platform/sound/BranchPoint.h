@@ -14,7 +14,7 @@ struct BranchPoint {
     std::int64_t run = 0;
     std::int64_t frame = 0;    ///< of the run; what lies before it stays valid
     std::int64_t boundary = 0; ///< the run's frame from which on something else is meant
-    RunEnd end;             ///< of the run, under the new announcement
+    RunEnd end;                ///< of the run, under the new announcement
 };
 
 /// How the decode thread asks the render thread whether it is still early enough for a branch: one

@@ -38,9 +38,9 @@ struct RunEnd {
 
 /// A row of equal passes at the device's rate. Its boundaries need not lie on whole frames.
 struct PassSpan {
-    double begin = 0;    ///< the run's frame at which the first begins
-    double frames = 0;   ///< of each
-    Passes passes;       ///< the same at the file's rate
+    double begin = 0;  ///< the run's frame at which the first begins
+    double frames = 0; ///< of each
+    Passes passes;     ///< the same at the file's rate
 };
 
 /// Frames between the decode thread and the render thread.
@@ -65,8 +65,8 @@ struct RenderBlock {
     double fileFrameBegin = 0; ///< counted from the pass's first
     double fileFrameEnd = 0;
     std::size_t frames = 0;
-    bool last = false;       ///< the segment ends with this block
-    bool passEnds = false;   ///< the pass ends with this block, and `next` follows
+    bool last = false;     ///< the segment ends with this block
+    bool passEnds = false; ///< the pass ends with this block, and `next` follows
     PassBegin next;
     std::array<float, 2 * capacity> samples{};
 };

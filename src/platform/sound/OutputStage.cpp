@@ -27,7 +27,6 @@ const OutputStage::Boundary* OutputStage::oldestBoundary() noexcept {
     return boundaries_.read_available() > 0 ? &boundaries_.front() : nullptr;
 }
 
-
 void OutputStage::render(float* stereo, std::size_t frames) noexcept {
     const PlayGate::State gate = gate_.get();
     std::size_t done = 0;

@@ -44,10 +44,10 @@ class PassMap {
         // A boundary may lie a rounding error beside the frame that was meant to be it.
         constexpr double rounding = 1e-6;
         const Passes& passes = span.passes;
-        const double done =
-            span.frames > 0 ? std::min(std::floor((inside + rounding) / span.frames),
-                                       static_cast<double>(passes.count - 1))
-                            : 0.0;
+        const double done = span.frames > 0
+                                ? std::min(std::floor((inside + rounding) / span.frames),
+                                           static_cast<double>(passes.count - 1))
+                                : 0.0;
         return {{passes.firstPass + static_cast<std::int64_t>(done), passes.startFrame,
                  passes.frameCount, passes.pauseSeconds},
                 std::max(0.0, inside - done * span.frames) * fileFramesPerFrame_};

@@ -18,9 +18,10 @@ class AudioFile;
 /// an attack, stays as it is. The gains follow how alike the two are, so that the level neither
 /// rises nor falls.
 ///
-/// A run lasts what its course says: frames before the file, behind it, and those that do not decode
-/// are silence. Samples that are no numbers are silence too, and none is larger than 1,000 times
-/// full scale, so that one broken sample cannot spoil the filters behind. The decode thread's.
+/// A run lasts what its course says: frames before the file, behind it, and those that do not
+/// decode are silence. Samples that are no numbers are silence too, and none is larger than 1,000
+/// times full scale, so that one broken sample cannot spoil the filters behind. The decode
+/// thread's.
 class PassReader {
   public:
     static constexpr int seamMs = 5;

@@ -27,10 +27,9 @@ const PlayPlan::Run* PlayPlan::run(std::int64_t number) {
     if (number == last.number + 1 && last.then) {
         const Continuation& next = *last.then;
         const std::int64_t pass = last.course.passFrom(last.course.end());
-        runs_.push_back({number,
-                         PassCourse({0, next.startFrame, next.frameCount, 1, pass,
-                                     next.pauseSeconds}),
-                         next.pauseSeconds, withoutFirst(next)});
+        runs_.push_back(
+            {number, PassCourse({0, next.startFrame, next.frameCount, 1, pass, next.pauseSeconds}),
+             next.pauseSeconds, withoutFirst(next)});
     }
     const auto found = std::ranges::find(runs_, number, &Run::number);
     return found == runs_.end() ? nullptr : &*found;

@@ -61,8 +61,7 @@ void PlayerNode::follow(const std::optional<Continuation>& next) {
 
 bool PlayerNode::hasAhead(std::size_t frames) noexcept {
     const std::int64_t wished = wished_.load(std::memory_order_acquire);
-    const std::size_t blocks =
-        std::min(frames / PlayerBlock::capacity + 2, ring_.blocksAhead());
+    const std::size_t blocks = std::min(frames / PlayerBlock::capacity + 2, ring_.blocksAhead());
     if (heeded_.load(std::memory_order_acquire) == wished &&
         (allRead_.load(std::memory_order_acquire) == wished || ring_.readable() >= blocks))
         return true;
@@ -230,8 +229,8 @@ RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
 /// `next` is to follow from the next boundary on that can still be reached in time.
 void PlayerNode::announce(const std::optional<Continuation>& next) {
     while (const auto boundary = nextBoundary()) {
-        if (boundary->run > run_->number || (boundary->run == run_->number &&
-                                             reader_->boundariesSeenTo() <= boundary->frame)) {
+        if (boundary->run > run_->number ||
+            (boundary->run == run_->number && reader_->boundariesSeenTo() <= boundary->frame)) {
             plan_->follow(*boundary, next);
             return;
         }
@@ -265,15 +264,14 @@ PlayerNode::Branch PlayerNode::prepareBranch(PlayPlan::Boundary boundary,
     branch.plan->follow(boundary, next);
     branch.run = branch.plan->run(boundary.run);
     const bool hasSeam = plan_->isSeamless(boundary) || branch.plan->isSeamless(boundary);
-    std::int64_t frame = hasSeam ? RunReader::changesFrom(boundary.frame, rates_)
-                                 : rates_.toDevice(boundary.frame);
+    std::int64_t frame =
+        hasSeam ? RunReader::changesFrom(boundary.frame, rates_) : rates_.toDevice(boundary.frame);
     if (boundary.run == run_->number)
         frame = std::min(frame, pushed_); // what is not in the ring yet is read anew
-    branch.point = {segment_.epoch,  branch_ + 1,
-                    boundary.run,    frame,
-                    rates_.toDevice(boundary.frame), runEnd(*branch.run)};
-    branch.reader =
-        std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
+    branch.point = {
+        segment_.epoch,     branch_ + 1, boundary.run, frame, rates_.toDevice(boundary.frame),
+        runEnd(*branch.run)};
+    branch.reader = std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
     branch.chunk.resize(2 * firstChunkFrames);
     branch.chunk.resize(2 * branch.reader->read(branch.chunk.data(), firstChunkFrames));
     return branch;

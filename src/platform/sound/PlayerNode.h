@@ -94,14 +94,14 @@ class PlayerNode {
     std::int64_t branch_ = 0;
     Segment segment_;
     RatePair rates_;
-    std::unique_ptr<PlayPlan> plan_; ///< none: nothing to read
+    std::unique_ptr<PlayPlan> plan_;     ///< none: nothing to read
     const PlayPlan::Run* run_ = nullptr; ///< being read, of plan_
     RunPlace place_;
     std::unique_ptr<RunReader> reader_;
-    bool isRunRead_ = false;   ///< to its end
-    std::int64_t pushed_ = 0;  ///< frames of the run that are in the ring
-    std::size_t toRead_ = 0;   ///< frames of the next chunk
-    std::vector<float> chunk_; ///< read last
+    bool isRunRead_ = false;    ///< to its end
+    std::int64_t pushed_ = 0;   ///< frames of the run that are in the ring
+    std::size_t toRead_ = 0;    ///< frames of the next chunk
+    std::vector<float> chunk_;  ///< read last
     std::size_t chunkDone_ = 0; ///< frames of it that are in the ring
     bool isBlockDue_ = false;   ///< not all of it is
 

@@ -75,9 +75,8 @@ bool PlayerRing::dropStale() noexcept {
 
 void PlayerRing::forgetBranches(std::int64_t upTo) noexcept {
     const auto end = branches_.begin() + static_cast<std::ptrdiff_t>(branchCount_);
-    const auto kept = std::remove_if(branches_.begin(), end, [upTo](const BranchPoint& point) {
-        return point.branch <= upTo;
-    });
+    const auto kept = std::remove_if(
+        branches_.begin(), end, [upTo](const BranchPoint& point) { return point.branch <= upTo; });
     branchCount_ = static_cast<std::size_t>(kept - branches_.begin());
 }
 

@@ -20,7 +20,7 @@ class PlayheadLog {
         std::int64_t pass = 0;        ///< counted from the segment's first
         std::int64_t outputFrame = 0; ///< first frame handed over, as the output counts
         std::int64_t frames = 0;
-        double fileFrameBegin = 0;    ///< counted from the pass's first
+        double fileFrameBegin = 0; ///< counted from the pass's first
         double fileFrameEnd = 0;
     };
 
@@ -45,10 +45,9 @@ class PlayheadLog {
         written_.store(number + 1, std::memory_order_release);
     }
 
-    /// The pass and in it the file frame that was heard when `heardFrames` frames had been, looking only at runs from
-    /// `firstEpoch` on; absent before their first frame was heard.
-    std::optional<Place> placeAt(std::int64_t heardFrames,
-                                 std::int64_t firstEpoch) const noexcept {
+    /// The pass and in it the file frame that was heard when `heardFrames` frames had been, looking
+    /// only at runs from `firstEpoch` on; absent before their first frame was heard.
+    std::optional<Place> placeAt(std::int64_t heardFrames, std::int64_t firstEpoch) const noexcept {
         const std::uint64_t written = written_.load(std::memory_order_acquire);
         for (std::uint64_t number = written; number > 0 && number + slots_.size() > written;
              --number) {
@@ -61,8 +60,8 @@ class PlayheadLog {
                 return Place{entry->pass, entry->fileFrameEnd};
             return Place{entry->pass,
                          entry->fileFrameBegin + (entry->fileFrameEnd - entry->fileFrameBegin) *
-                                               double(heardFrames - entry->outputFrame) /
-                                               double(entry->frames)};
+                                                     double(heardFrames - entry->outputFrame) /
+                                                     double(entry->frames)};
         }
         return std::nullopt;
     }

@@ -154,8 +154,8 @@ void RenderThread::finishFrames() noexcept {
     block_.passEnds = isSeam || (isRunOver && end.follows);
     block_.next = isSeam ? place_.pass : end.next;
     block_.pass = before.pass;
-    block_.fileFrameEnd = isSeam || isRunOver ? static_cast<double>(before.pass.frameCount)
-                                              : place_.fileFrame;
+    block_.fileFrameEnd =
+        isSeam || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
     const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
     if (isRunOver || isSeam || block_.frames == RenderBlock::capacity || isDemandMet)
         push();

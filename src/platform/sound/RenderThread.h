@@ -81,10 +81,10 @@ class RenderThread {
     Fade fade_;
     RunPlace run_;
     RenderBlock block_;
-    bool isMade_ = true;           ///< the run, to its last frame
-    std::int64_t pauseLeft_ = 0;   ///< frames of silence before the run
-    std::size_t fadeInStep_ = 0;   ///< of a run that follows a pause
-    PassMap::Place place_;         ///< of the next frame made
+    bool isMade_ = true;         ///< the run, to its last frame
+    std::int64_t pauseLeft_ = 0; ///< frames of silence before the run
+    std::size_t fadeInStep_ = 0; ///< of a run that follows a pause
+    PassMap::Place place_;       ///< of the next frame made
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

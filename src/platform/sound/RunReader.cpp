@@ -42,8 +42,7 @@ std::int64_t RatePair::toFile(std::int64_t deviceFrame) const noexcept {
 
 RunReader::RunReader(std::shared_ptr<AudioFile> file, const PassCourse& course, RatePair rates,
                      std::int64_t from)
-    : course_(course), rates_(rates),
-      passes_(std::move(file), course, startBefore(from, rates)),
+    : course_(course), rates_(rates), passes_(std::move(file), course, startBefore(from, rates)),
       resampler_(
           rates.fileHz, rates.deviceHz,
           [this](float* stereo, std::size_t frames) { return passes_.read(stereo, frames); }),

@@ -70,8 +70,8 @@ class SegmentWatch {
     mutable std::mutex mutex_;
     std::int64_t firstEpoch_ = 0;
     Completion current_;
-    std::int64_t pass_ = 0;            ///< watched
-    std::optional<PassBegin> newest_;  ///< that began behind it
+    std::int64_t pass_ = 0;           ///< watched
+    std::optional<PassBegin> newest_; ///< that began behind it
     std::vector<Completion> dropped_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;

@@ -200,8 +200,7 @@ bool TimePitchUnit::dropTo(double position) noexcept {
     const double rate = mode_ == Mode::joining ? 1 : rate_;
     std::array<float, 2 * blockFrames> old{};
     for (;;) {
-        const auto behind =
-            std::llround((position - incoming().position()) / rate);
+        const auto behind = std::llround((position - incoming().position()) / rate);
         if (behind <= 0)
             return true;
         if (incoming().take(old.data(), std::min<std::size_t>(blockFrames, std::size_t(behind))) ==

@@ -32,8 +32,8 @@ class TimePitchUnit {
     /// The run ends there now.
     void setLength(std::int64_t frames) noexcept { length_ = frames; }
 
-    /// From `frame` on the source gives its frames once more, and they may be others than those that
-    /// were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
+    /// From `frame` on the source gives its frames once more, and they may be others than those
+    /// that were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
     void replaceFrom(std::int64_t frame) noexcept;
 
     /// Speed, 1 is normal; brought into 0.05 to 3, no number counts as 1.
@@ -96,9 +96,9 @@ class TimePitchUnit {
     double rate_ = 1;
     double cents_ = 0;
     Mode mode_ = Mode::direct;
-    std::int64_t length_ = 0;    ///< of the run
-    std::int64_t next_ = 0;      ///< direct: the input frame to pass through next
-    bool isOutdated_ = false;    ///< the line in use was fed frames that were replaced
+    std::int64_t length_ = 0; ///< of the run
+    std::int64_t next_ = 0;   ///< direct: the input frame to pass through next
+    bool isOutdated_ = false; ///< the line in use was fed frames that were replaced
 
     std::size_t fadeFrames_ = 0; ///< of a fade between two of them
     std::size_t faded_ = 0;

@@ -116,8 +116,10 @@ class LoopTest : public QObject {
             const std::int64_t begin = pass * (count + gap);
             // The first frame of a pass without a pause before it is its own already.
             const std::int64_t first = pass == 0 || gap > 0 ? fadeFrames : 0;
-            QCOMPARE(differing(heard, begin + first, begin + count - edge, *file, 12345 + first), 0);
-            for (std::int64_t i = begin + count; i < std::min<std::int64_t>(begin + count + gap, total); ++i)
+            QCOMPARE(differing(heard, begin + first, begin + count - edge, *file, 12345 + first),
+                     0);
+            for (std::int64_t i = begin + count;
+                 i < std::min<std::int64_t>(begin + count + gap, total); ++i)
                 QCOMPARE(heard[std::size_t(i)], 0.0F);
         }
     }
