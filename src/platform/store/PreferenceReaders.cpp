@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include <QLocale>
+
 namespace ambrel {
 namespace {
 
@@ -20,7 +22,12 @@ std::optional<QByteArray> Preferences::data(const QString& key) const {
 }
 
 std::optional<QString> Preferences::string(const QString& key) const {
-    return as<QString>(value(key));
+    const auto found = value(key);
+    if (const auto number = as<std::int64_t>(found))
+        return QString::number(*number);
+    if (const auto number = as<double>(found))
+        return QString::number(*number, 'g', QLocale::FloatingPointShortest);
+    return as<QString>(found);
 }
 
 std::optional<QStringList> Preferences::strings(const QString& key) const {

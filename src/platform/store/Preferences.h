@@ -44,7 +44,7 @@ class Preferences {
     std::optional<Value> value(const QString& key) const;
 
     std::optional<QByteArray> data(const QString& key) const;
-    std::optional<QString> string(const QString& key) const;
+    std::optional<QString> string(const QString& key) const; ///< of a number its text
     std::optional<QStringList> strings(const QString& key) const;
     std::optional<bool> boolean(const QString& key) const;
 
