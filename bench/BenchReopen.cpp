@@ -19,10 +19,12 @@
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"
 #include "audio/LocalPath.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/sound/AudioFile.h"
 #include "platform/store/Preferences.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -41,12 +43,14 @@ struct Player {
     SettingsStore settings{preferences};
     RecentFilesStore recentFiles{preferences};
     WaveformCache waveformCache{preferences};
+    DownloadSettingsStore downloadSettings{preferences};
     std::shared_ptr<AppState> state = AppState::create(settings, MainQueue::shared());
     KeyHandler keys{AudioEngine::shared()};
     QMainWindow window;
     ContentView* content =
         new ContentView({state, AudioEngine::shared(), settings, recentFiles, waveformCache,
-                         MainQueue::shared(), NotificationCenter::shared()});
+                         MainQueue::shared(), NotificationCenter::shared(), downloadSettings,
+                         URLDownloader::shared()});
 
     Player() {
         window.setCentralWidget(content);

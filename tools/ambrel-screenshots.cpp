@@ -18,9 +18,11 @@
 #include "app/AppCommands.h"
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -66,9 +68,9 @@ class Gallery {
 
         QMainWindow window;
         new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
-        window.setCentralWidget(
-            new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_, waveformCache_,
-                             MainQueue::shared(), NotificationCenter::shared()}));
+        window.setCentralWidget(new ContentView(
+            {state_, AudioEngine::shared(), settings_, recentFiles_, waveformCache_,
+             MainQueue::shared(), NotificationCenter::shared(), downloadSettings_, downloader_}));
         commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared());
         window.resize(look.size);
         window.show();
@@ -116,6 +118,8 @@ class Gallery {
     SettingsStore settings_{preferences_};
     RecentFilesStore recentFiles_{preferences_};
     WaveformCache waveformCache_{preferences_};
+    DownloadSettingsStore downloadSettings_{preferences_};
+    URLDownloader downloader_{MainQueue::shared(), home_.path()};
     std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
 };
 

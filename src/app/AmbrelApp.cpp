@@ -7,9 +7,11 @@
 #include "app/AppCommands.h"
 #include "app/RecentFilesMenu.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -50,9 +52,10 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_->resize(firstSize(mainWindow_->screen()));
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
-    content_ = new ContentView({appState_, engine_, SettingsStore::shared(),
-                                RecentFilesStore::shared(), WaveformCache::shared(),
-                                MainQueue::shared(), NotificationCenter::shared()});
+    content_ =
+        new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
+                         WaveformCache::shared(), MainQueue::shared(), NotificationCenter::shared(),
+                         DownloadSettingsStore::shared(), URLDownloader::shared()});
     mainWindow_->setCentralWidget(content_);
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
                                                 NotificationCenter::shared());

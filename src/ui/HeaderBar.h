@@ -28,6 +28,7 @@ class HeaderBar : public QWidget {
 
   Q_SIGNALS:
     void openFileRequested();
+    void openFromURLRequested();
     void helpRequested();
     void recentFilesWanted(); ///< the menu is about to show them
 
@@ -41,6 +42,7 @@ class HeaderBar : public QWidget {
     std::shared_ptr<AppState> state_;
     QBoxLayout* row_;
     PushButton* openFile_;
+    PushButton* openFromURL_;
     PushButton* recent_;
     Spinner* spinner_;
     TextLabel* message_;

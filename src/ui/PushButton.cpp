@@ -38,7 +38,7 @@ QSize PushButton::sizeHint() const {
     QSize size = QPushButton::sizeHint();
     if (text().isEmpty()) // as tall as a button with a text, and not wider than it need be
         return QSize(Theme::length(32), std::max(size.height(), Theme::length(24)));
-    if (prominence_ != Prominence::plain)
+    if (prominence_ == Prominence::large || prominence_ == Prominence::prominent)
         return QSize(std::max(size.width() + Theme::length(28), Theme::length(190)),
                      Theme::length(36));
     return QSize(std::max(size.width() + Theme::length(12), Theme::length(32)),
@@ -53,18 +53,18 @@ void PushButton::applyTheme() {
 }
 
 void PushButton::paintEvent(QPaintEvent* event) {
-    if (prominence_ == Prominence::prominent)
-        paintProminent();
+    if (prominence_ == Prominence::filled || prominence_ == Prominence::prominent)
+        paintFilled();
     else
         QPushButton::paintEvent(event);
 }
 
 /// Styles shade a tinted button so much that its text is hard to read, each in a way of its own.
-void PushButton::paintProminent() {
+void PushButton::paintFilled() {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const double radius = Theme::length(6);
-    const QColor accent = Theme::accent(palette());
+    const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
     const QRectF ring = QRectF(rect()).adjusted(1, 1, -1, -1);
     const QRectF face = ring.adjusted(2, 2, -2, -2);
 
@@ -76,7 +76,8 @@ void PushButton::paintProminent() {
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(ring, radius + 2, radius + 2);
     }
-    painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
+    painter.setPen(isEnabled() ? palette().color(QPalette::Active, QPalette::HighlightedText)
+                               : Theme::textColour(palette(), Theme::TextColour::tertiary));
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 

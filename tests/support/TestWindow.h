@@ -11,6 +11,7 @@
 
 #include "app/AppCommands.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "support/ScriptedGraph.h"
@@ -27,6 +28,8 @@ struct TestWindow {
     TemporarySettings settings;
     MainQueue mainQueue;
     NotificationCenter notifications;
+    QTemporaryDir helpers; ///< where the downloader looks for them
+    URLDownloader downloader{mainQueue, helpers.path()};
     ScriptedGraph* graph = new ScriptedGraph;
     std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
     std::shared_ptr<AudioEngine> engine =
@@ -35,7 +38,8 @@ struct TestWindow {
     QMainWindow window;
     KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);
     ContentView* content = new ContentView({state, engine, settings.store(), settings.recentFiles(),
-                                            settings.waveformCache(), mainQueue, notifications});
+                                            settings.waveformCache(), mainQueue, notifications,
+                                            settings.downloads(), downloader});
 
     TestWindow() {
         window.setCentralWidget(content);
