@@ -15,7 +15,7 @@ class DownloadError : public std::exception {
         helperNotFound, ///< no executable file beside the program
         ffmpegNotFound,
         noOutputFile,   ///< the helper reported success, but no path
-        notAWebAddress, ///< the helper would take it for an option
+        notAWebAddress, ///< or the helper would take it for an option
     };
 
     /// For every reason but processFailed.

@@ -81,7 +81,7 @@ QString URLDownloader::helperDirectory() const {
 
 ChildProcess::Command URLDownloader::command(const QUrl& source, const QUrl& directory) const {
     const QString address = source.toString(QUrl::FullyEncoded);
-    if (address.startsWith(QLatin1Char('-')))
+    if (!source.isValid() || address.startsWith(QLatin1Char('-')))
         throw DownloadError(DownloadError::Reason::notAWebAddress);
     const QString folder = helperDirectory();
     const QString helper = executable(folder, QStringLiteral("my-executable"),
