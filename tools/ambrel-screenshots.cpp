@@ -1,9 +1,9 @@
 // ambrel-screenshots FOLDER RECORDING
 //
-// Writes pictures of the window's three screens to FOLDER, in a light and a dark palette, at its
-// first and its smallest size, and with a body font of 14 points. The working screen shows
-// RECORDING. For other scales of the screen set QT_SCALE_FACTOR. Needs no display:
-// QT_QPA_PLATFORM=offscreen.
+// Writes pictures of the window's three screens and of the sheet for web addresses to FOLDER, in a
+// light and a dark palette, at its first and its smallest size, and with a body font of 14 points.
+// The working screen shows RECORDING. For other scales of the screen set QT_SCALE_FACTOR. Needs no
+// display: QT_QPA_PLATFORM=offscreen.
 
 #include <atomic>
 #include <cstdio>
@@ -11,13 +11,18 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
 
 #include "app/AppCommands.h"
 #include "app/AppState.h"
+#include "app/Notifications.h"
 #include "audio/AudioEngine.h"
+#include "download/OpenFromURLSheet.h"
 #include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
@@ -82,10 +87,39 @@ class Gallery {
         save(window, look, QStringLiteral("loading"));
         showRecording();
         save(window, look, QStringLiteral("working"));
+        takeSheet(window, look);
         state_->setAudioFileURL(std::nullopt);
     }
 
   private:
+    /// As it opens, while it downloads, and when that has failed.
+    void takeSheet(QMainWindow& window, const Look& look) {
+        NotificationCenter::shared().post(notifications::openFromURL);
+        auto* sheet = window.findChild<OpenFromURLSheet*>();
+        save(*sheet, look, QStringLiteral("sheet"));
+        sheet->findChild<QLineEdit*>()->setText(
+            QStringLiteral("https://example.com/slow-blues-in-a.mp3"));
+        writeProgram(QStringLiteral("ffmpeg"), {});
+        writeProgram(
+            QStringLiteral("my-executable"),
+            "sleep 1; echo 'ERROR: [generic] Unable to download webpage: HTTP Error 404: Not "
+            "Found (caused by <HTTPError 404>)' >&2; exit 1");
+        QTest::keyClick(sheet, Qt::Key_Return);
+        save(*sheet, look, QStringLiteral("sheet-running"));
+        const auto* error = sheet->findChild<QTextEdit*>();
+        if (!QTest::qWaitFor([error] { return error->isVisible(); }))
+            std::fputs("The sheet shows no failure.\n", stderr);
+        save(*sheet, look, QStringLiteral("sheet-failed"));
+    }
+
+    void writeProgram(const QString& name, const QByteArray& script) {
+        QFile file(home_.filePath(name));
+        if (!file.open(QIODevice::WriteOnly))
+            return;
+        file.write("#!/bin/sh\n" + script + '\n');
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
     void showRecording() {
         state_->setAudioDuration(10);
         state_->setRegionStart(2.4);

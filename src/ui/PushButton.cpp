@@ -41,7 +41,8 @@ QSize PushButton::sizeHint() const {
     if (prominence_ == Prominence::large || prominence_ == Prominence::prominent)
         return QSize(std::max(size.width() + Theme::length(28), Theme::length(190)),
                      Theme::length(36));
-    return QSize(std::max(size.width() + Theme::length(12), Theme::length(32)),
+    const int padding = Theme::length(prominence_ == Prominence::filled ? 24 : 12);
+    return QSize(std::max(size.width() + padding, Theme::length(32)),
                  std::max(size.height(), Theme::length(24)));
 }
 
@@ -66,7 +67,8 @@ void PushButton::paintFilled() {
     const double radius = Theme::length(6);
     const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
     const QRectF ring = QRectF(rect()).adjusted(1, 1, -1, -1);
-    const QRectF face = ring.adjusted(2, 2, -2, -2);
+    const double gap = hasFocus() || prominence_ == Prominence::prominent ? 2 : 0;
+    const QRectF face = ring.adjusted(gap, gap, -gap, -gap);
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(isDown() ? accent.darker(120) : underMouse() ? accent.lighter(108) : accent);
@@ -77,7 +79,7 @@ void PushButton::paintFilled() {
         painter.drawRoundedRect(ring, radius + 2, radius + 2);
     }
     painter.setPen(isEnabled() ? palette().color(QPalette::Active, QPalette::HighlightedText)
-                               : Theme::textColour(palette(), Theme::TextColour::tertiary));
+                               : palette().color(QPalette::ButtonText));
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 
