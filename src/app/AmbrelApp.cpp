@@ -63,8 +63,10 @@ void AmbrelApp::makeMainWindow() {
 }
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
-    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(),
-                     [this] { appDelegate_.applicationWillTerminate(); });
+    QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
+        URLDownloader::shared().stop(); // helpers take a moment to end
+        appDelegate_.applicationWillTerminate();
+    });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
     mainWindow_->show();
     appDelegate_.setAppState(appState_);

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr int kCannotRun = 127; // as shells have it
 constexpr int kRoundMs = 50;
+constexpr int kNiceness = 10; // conversions take all the time they get, and there may be sound
 
 long long nowMs() {
     timespec now{};
@@ -63,6 +65,7 @@ void forgetSignalHandlers() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != keeper)
         ::_exit(kCannotRun);
+    ::setpriority(PRIO_PROCESS, 0, kNiceness);
     ::dup2(job.output, STDOUT_FILENO);
     ::dup2(job.errors, STDERR_FILENO);
     sigset_t none;
