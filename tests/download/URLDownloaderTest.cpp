@@ -159,12 +159,6 @@ class URLDownloaderTest : public QObject {
         QTEST(download.failure, "failure");
     }
 
-    void folderOfTheProgramIsUnknown() {
-        Helpers helpers("echo /x");
-        helpers.downloader = std::make_unique<URLDownloader>(helpers.queue, QString());
-        QCOMPARE(Download(helpers).failure, kNoHelper);
-    }
-
     /// The system's own words, as when the helper goes away between the check and the start.
     void saysWhyTheHelperCannotBeStarted() {
         const Helpers helpers;
@@ -173,14 +167,6 @@ class URLDownloaderTest : public QObject {
         QTRY_VERIFY(download.isDone);
         QVERIFY2(download.failure.endsWith(u"No such file or directory"_qs),
                  qPrintable(download.failure));
-    }
-
-    void floodsTakeNoMemoryAndHoldNothingUp() {
-        const Helpers helpers(
-            "printf /; (yes | head -c 50000000) & (yes | head -c 50000000 >&2); wait");
-        const Download download(helpers);
-        QTRY_VERIFY_WITH_TIMEOUT(download.isDone, 20'000);
-        QCOMPARE(download.file.toLocalFile().size(), 1024 * 1024);
     }
 
     void twoAtOnceHaveAProcessEach() {

@@ -230,18 +230,6 @@ class ChildProcessTest : public QObject {
         run.files.remove();
         QCOMPARE(run.names(), std::string());
     }
-
-    void twoAtOnceDoNotHoldEachOtherUp() {
-        Run longer;
-        std::stop_source stop;
-        Outcome longerOutcome;
-        std::jthread beside([&] { longerOutcome = longer.of("sleep 100", stop.get_token()); });
-        for (int i = 0; i < 20; ++i)
-            QCOMPARE(Run().of("echo x").output, std::string("x\n"));
-        stop.request_stop();
-        beside.join();
-        QVERIFY(longerOutcome.wasStopped);
-    }
 };
 
 QTEST_GUILESS_MAIN(ChildProcessTest)
