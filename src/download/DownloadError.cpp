@@ -29,9 +29,8 @@ DownloadError::DownloadError(Reason reason, const QString& description)
 
 DownloadError DownloadError::processFailed(int exitCode, const QString& standardError) {
     const QString description =
-        standardError.isEmpty()
-            ? QStringLiteral("Download failed (exit code %1).").arg(exitCode)
-            : QStringLiteral("Download failed: ") + standardError;
+        standardError.isEmpty() ? QStringLiteral("Download failed (exit code %1).").arg(exitCode)
+                                : QStringLiteral("Download failed: ") + standardError;
     return {Reason::processFailed, description};
 }
 

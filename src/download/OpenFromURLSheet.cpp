@@ -6,6 +6,7 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include "app/TypedNumber.h"
@@ -174,9 +175,13 @@ void OpenFromURLSheet::chooseDirectory() {
     SheetBlocker::present(folderPanel_, this);
 }
 
+/// Grown, it must not reach beyond the lower edge of the screen: its buttons are there.
 void OpenFromURLSheet::fitHeight() {
     layout()->activate();
     setFixedSize(Theme::length(kWidth), layout()->sizeHint().height());
+    const QRect room = screen()->availableGeometry();
+    if (const int below = frameGeometry().bottom() - room.bottom(); isVisible() && below > 0)
+        move(x(), std::max(room.top(), y() - below));
 }
 
 /// Cancel, Escape, and the close button of the title bar.

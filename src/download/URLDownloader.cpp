@@ -45,14 +45,12 @@ ChildProcess::Outcome fetch(const ChildProcess::Command& command,
 
 QUrl reportedFile(const ChildProcess::Outcome& outcome) {
     if (!outcome.isSuccess())
-        throw DownloadError::processFailed(outcome.signal != 0 ? outcome.signal
-                                                               : outcome.exitStatus,
-                                           trimmedText(outcome.errors));
+        throw DownloadError::processFailed(
+            outcome.signal != 0 ? outcome.signal : outcome.exitStatus, trimmedText(outcome.errors));
     const QString path = trimmedText(outcome.output);
     if (path.isEmpty())
         throw DownloadError(DownloadError::Reason::noOutputFile);
-    return QUrl::fromLocalFile(QDir::isAbsolutePath(path) ? path
-                                                          : QDir::current().filePath(path));
+    return QUrl::fromLocalFile(QDir::isAbsolutePath(path) ? path : QDir::current().filePath(path));
 }
 
 } // namespace
@@ -84,8 +82,8 @@ ChildProcess::Command URLDownloader::command(const QUrl& source, const QUrl& dir
     if (!source.isValid() || address.startsWith(QLatin1Char('-')))
         throw DownloadError(DownloadError::Reason::notAWebAddress);
     const QString folder = helperDirectory();
-    const QString helper = executable(folder, QStringLiteral("my-executable"),
-                                      DownloadError::Reason::helperNotFound);
+    const QString helper =
+        executable(folder, QStringLiteral("my-executable"), DownloadError::Reason::helperNotFound);
     const QString ffmpeg =
         executable(folder, QStringLiteral("ffmpeg"), DownloadError::Reason::ffmpegNotFound);
     const QString fileNames = directory.adjusted(QUrl::StripTrailingSlash).toLocalFile() +
