@@ -47,10 +47,9 @@ struct Player {
     std::shared_ptr<AppState> state = AppState::create(settings, MainQueue::shared());
     KeyHandler keys{AudioEngine::shared()};
     QMainWindow window;
-    ContentView* content =
-        new ContentView({state, AudioEngine::shared(), settings, recentFiles, waveformCache,
-                         MainQueue::shared(), NotificationCenter::shared(), downloadSettings,
-                         URLDownloader::shared()});
+    ContentView* content = new ContentView(
+        {state, AudioEngine::shared(), settings, recentFiles, waveformCache, MainQueue::shared(),
+         NotificationCenter::shared(), downloadSettings, URLDownloader::shared()});
 
     Player() {
         window.setCentralWidget(content);

@@ -13,8 +13,9 @@ namespace ambrel {
 
 class MainQueue;
 
-/// Fetches the sound of a web address into a folder: runs the download helper, which lies beside the
-/// program together with the ffmpeg it converts with, and reports the file that the helper names.
+/// Fetches the sound of a web address into a folder: runs the download helper, which lies beside
+/// the program together with the ffmpeg it converts with, and reports the file that the helper
+/// names.
 ///
 /// Main thread only; a helper is waited for on a background thread of its own, so that one download
 /// never waits for another. There is no time limit and no way to cancel one of them.
@@ -38,8 +39,8 @@ class URLDownloader {
     QCoro::Task<QUrl> download(QUrl source, QUrl directory);
 
     /// For the end of the program: ends every helper with all that it started, and of what they
-    /// wrote into their folders removes everything. Returns at once. The downloads never report, and
-    /// no other can be started.
+    /// wrote into their folders removes everything. Returns at once. The downloads never report,
+    /// and no other can be started.
     void stop();
 
   private:

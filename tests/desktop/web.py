@@ -17,17 +17,17 @@ def mp3(folder, seconds=3):
 class Server(http.server.ThreadingHTTPServer):
     """Answers for as long as a with statement lasts, under `address`.
 
-    /NAME.mp3 is a sound; below /cut/ the connection breaks off half way, below /slow/ it comes in
-    drops without end. /page?TITLE is a page of that title with a link to a sound. Everything else is
-    not found.
+    /NAME.mp3 is a sound; below /slow/ it comes in drops, without end until `break_off` is set. /page?N
+    is a page with the Nth of `titles` and a link to a sound. Everything else is not found.
     """
 
     daemon_threads = True
 
-    def __init__(self, sound):
+    def __init__(self, sound, titles=()):
         super().__init__(("127.0.0.1", 0), _Answer)
         self.sound = sound
-        self.ending = threading.Event()
+        self.titles = titles
+        self.break_off = threading.Event()
         self.address = f"http://127.0.0.1:{self.server_port}"
         self._thread = threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True)
 
@@ -36,7 +36,7 @@ class Server(http.server.ThreadingHTTPServer):
         return self
 
     def __exit__(self, *_):
-        self.ending.set()
+        self.break_off.set()
         self.shutdown()
         self._thread.join()
         self.server_close()
@@ -50,7 +50,7 @@ class _Answer(http.server.BaseHTTPRequestHandler):
         path, _, query = self.path.partition("?")
         try:
             if path.endswith(".mp3"):
-                self._send_sound(path.split("/")[1])
+                self._send_sound(slowly=path.startswith("/slow/"))
             elif path == "/page":
                 self._send_page(self.server.titles[int(query)])
             else:
@@ -58,16 +58,15 @@ class _Answer(http.server.BaseHTTPRequestHandler):
         except ConnectionError:
             pass  # the other side has had enough
 
-    def _send_sound(self, manner):
+    def _send_sound(self, slowly):
         sound = self.server.sound
-        self._send_headers("audio/mpeg", len(sound) * (1000 if manner == "slow" else 1))
+        self._send_headers("audio/mpeg", len(sound) * (1000 if slowly else 1))
         if self.command == "HEAD":
             return
-        if manner == "slow":
-            while not self.server.ending.wait(0.02):
-                self.wfile.write(sound[:2000])
-        else:
-            self.wfile.write(sound[:len(sound) // 2] if manner == "cut" else sound)
+        if not slowly:
+            self.wfile.write(sound)
+        while slowly and not self.server.break_off.wait(0.02):
+            self.wfile.write(sound[:2000])
 
     def _send_page(self, title):
         page = (f"<html><head><title>{html.escape(title)}</title></head>"
