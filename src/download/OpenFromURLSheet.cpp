@@ -1,5 +1,6 @@
 #include "download/OpenFromURLSheet.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <QClipboard>

@@ -1,5 +1,7 @@
 #include "ui/ErrorText.h"
 
+#include <cmath>
+
 #include <QApplication>
 #include <QScreen>
 

@@ -16,7 +16,8 @@ class WrittenFiles;
 
 /// Another program, run from its start to its end: started directly, without a shell, with an empty
 /// standard input, in a session and process group of its own. Both its outputs are read while it
-/// runs, so that it never waits for room in a pipe, and of each only a part is kept.
+/// runs, so that it never waits for room in a pipe, and of each only a part is kept. It leaves the
+/// processor to us where there is too little for both.
 ///
 /// It has ended when its own process has. What it started and left running is ended with it: it
 /// neither keeps the result back by holding the pipes open nor goes on writing behind our back. The
