@@ -12,7 +12,7 @@ from desktop import SLOWNESS, wait_until
 from scenario import Scenario
 from web import Server, mp3
 
-ODD_TITLES = ("../../%(title)s", "-rf 🎸\n«live»", "long " * 60)
+ODD_TITLES = ("-rf /../../%(title)s 🎸\n«live»", "long " * 60)
 
 
 class DownloadingTest(Scenario):
