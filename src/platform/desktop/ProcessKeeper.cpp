@@ -97,18 +97,14 @@ class Children {
         int status = 0;
         pid_t ended = 0;
         while ((ended = ::waitpid(-1, &status, WNOHANG)) > 0) {
-            if (ended == program_) {
+            if (ended == program_)
                 tell(report_, Report::Kind::ended, status);
-                programEnded_ = true;
-            }
         }
         return ended == 0 || errno != ECHILD;
     }
 
-    /// To all of them, and to the program's group while that cannot be another's yet.
-    void send(int signal) const {
-        if (!programEnded_)
-            ::kill(-program_, signal);
+    /// To all of them. One that was asked to end is not asked again: it may be tidying up.
+    void send(int signal) {
         const int list = ::open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC);
         std::array<char, 4096> text{};
         pid_t child = 0;
@@ -119,7 +115,8 @@ class Children {
                 if (c >= '0' && c <= '9') {
                     child = child * 10 + (c - '0');
                 } else if (child > 0) {
-                    ::kill(child, signal);
+                    if (signal == SIGKILL || isAskedFirst(child))
+                        sendTo(child, signal);
                     child = 0;
                 }
             }
@@ -128,10 +125,25 @@ class Children {
     }
 
   private:
+    /// The program's whole group with it, once it has one.
+    void sendTo(pid_t child, int signal) const {
+        if (child != program_ || ::kill(-child, signal) != 0)
+            ::kill(child, signal);
+    }
+
+    /// Only so many are remembered; the first of more is asked a second time.
+    bool isAskedFirst(pid_t child) {
+        if (std::find(asked_.begin(), asked_.end(), child) != asked_.end())
+            return false;
+        asked_[nextAsked_++ % asked_.size()] = child;
+        return true;
+    }
+
     pid_t program_;
     int report_;
     int changes_ = -1;
-    bool programEnded_ = false;
+    std::array<pid_t, 64> asked_{};
+    std::size_t nextAsked_ = 0;
 };
 
 /// Again and again: each that ends may leave us its own children.

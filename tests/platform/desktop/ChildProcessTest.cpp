@@ -157,7 +157,8 @@ class ChildProcessTest : public QObject {
             << QByteArray("setsid sh -c 'echo $$ > child; exec sleep 100' &");
         QTest::newRow("an orphan")
             << QByteArray("(setsid sh -c 'echo $$ > child; exec sleep 100' &)");
-        QTest::newRow("writing without end") << QByteArray("sh -c 'echo $$ > child; exec yes' &");
+        QTest::newRow("writing without end")
+            << QByteArray("sh -c 'echo $$ > child; exec yes >&2' &");
         QTest::newRow("deaf to the request")
             << QByteArray("sh -c 'trap \"\" TERM; echo $$ > child; sleep 100' &");
     }
