@@ -7,9 +7,11 @@
 
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"
+#include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
 #include "ui/ContentView.h"
@@ -25,11 +27,12 @@ struct BenchWindow {
     SettingsStore settings{preferences};
     RecentFilesStore recentFiles{preferences};
     WaveformCache waveformCache{preferences};
+    DownloadSettingsStore downloadSettings{preferences};
     std::shared_ptr<AppState> state = AppState::create(settings, MainQueue::shared());
     QMainWindow window;
-    ContentView* content =
-        new ContentView({state, AudioEngine::shared(), settings, recentFiles, waveformCache,
-                         MainQueue::shared(), NotificationCenter::shared()});
+    ContentView* content = new ContentView(
+        {state, AudioEngine::shared(), settings, recentFiles, waveformCache, MainQueue::shared(),
+         NotificationCenter::shared(), downloadSettings, URLDownloader::shared()});
 
     BenchWindow() {
         window.setCentralWidget(content);

@@ -1,10 +1,10 @@
 // ambrel-screenshots FOLDER RECORDING
 //
 // Writes pictures to FOLDER: of the window's three screens, of which the working screen shows
-// RECORDING, and of the settings window with presets, with custom limits and asking before it
-// clears; in a light and a dark palette, at the window's first and its smallest size, and with a
-// body font of 14 points. For other scales of the screen set QT_SCALE_FACTOR. Needs no display:
-// QT_QPA_PLATFORM=offscreen.
+// RECORDING; of the sheet for web addresses, idle, running and failed; and of the settings window
+// with presets, with custom limits and asking before it clears. In a light and a dark palette, at
+// the window's first and its smallest size, and with a body font of 14 points. For other scales of
+// the screen set QT_SCALE_FACTOR. Needs no display: QT_QPA_PLATFORM=offscreen.
 
 #include <atomic>
 #include <cstdio>
@@ -13,15 +13,21 @@
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTextEdit>
 
 #include "app/AppCommands.h"
 #include "app/AppState.h"
 #include "app/CacheMaintenance.h"
+#include "app/Notifications.h"
 #include "audio/AudioEngine.h"
+#include "download/OpenFromURLSheet.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"
@@ -79,8 +85,8 @@ class Gallery {
         new KeyResponderNSView(state_, AudioEngine::shared(), MainQueue::shared(), &window);
         window.setCentralWidget(
             new ContentView({state_, AudioEngine::shared(), settings_, recentFiles_, waveformCache_,
-                             MainQueue::shared(), NotificationCenter::shared(), [] {},
-                             QUrl(QStringLiteral("https://example.org"))}));
+                             MainQueue::shared(), NotificationCenter::shared(), downloads_,
+                             downloader_, [] {}, QUrl(QStringLiteral("https://example.org"))}));
         commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared(), [] {});
         window.resize(look.size);
         window.show();
@@ -92,6 +98,7 @@ class Gallery {
         save(window, look, QStringLiteral("loading"));
         showRecording();
         save(window, look, QStringLiteral("working"));
+        takeSheet(window, look);
         state_->setAudioFileURL(std::nullopt);
         takeSettings(look);
     }
@@ -124,6 +131,34 @@ class Gallery {
         settings->show();
         counting.exec();
         return settings;
+    }
+
+    /// As it opens, while it downloads, and when that has failed.
+    void takeSheet(QMainWindow& window, const Look& look) {
+        NotificationCenter::shared().post(notifications::openFromURL);
+        auto* sheet = window.findChild<OpenFromURLSheet*>();
+        save(*sheet, look, QStringLiteral("sheet"));
+        sheet->findChild<QLineEdit*>()->setText(
+            QStringLiteral("https://example.com/slow-blues-in-a.mp3"));
+        writeProgram(QStringLiteral("ffmpeg"), {});
+        writeProgram(
+            QStringLiteral("my-executable"),
+            "sleep 1; echo 'ERROR: [generic] Unable to download webpage: HTTP Error 404: Not "
+            "Found (caused by <HTTPError 404>)' >&2; exit 1");
+        QTest::keyClick(sheet, Qt::Key_Return);
+        save(*sheet, look, QStringLiteral("sheet-running"));
+        const auto* error = sheet->findChild<QTextEdit*>();
+        if (!QTest::qWaitFor([error] { return error->isVisible(); }))
+            std::fputs("The sheet shows no failure.\n", stderr);
+        save(*sheet, look, QStringLiteral("sheet-failed"));
+    }
+
+    void writeProgram(const QString& name, const QByteArray& script) {
+        QFile file(home_.filePath(name));
+        if (!file.open(QIODevice::WriteOnly))
+            return;
+        file.write("#!/bin/sh\n" + script + '\n');
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
     void showRecording() {
@@ -160,6 +195,7 @@ class Gallery {
     WaveformCache waveformCache_{preferences_};
     DownloadSettingsStore downloads_{preferences_};
     CacheMaintenance maintenance_{waveformCache_, settings_, MainQueue::shared()};
+    URLDownloader downloader_{MainQueue::shared(), home_.path()};
     std::shared_ptr<AppState> state_ = AppState::create(settings_, MainQueue::shared());
 };
 

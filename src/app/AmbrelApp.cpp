@@ -7,6 +7,7 @@
 #include "app/AppCommands.h"
 #include "app/RecentFilesMenu.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/ApplicationBundle.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
@@ -59,7 +60,8 @@ void AmbrelApp::makeMainWindow() {
     content_ =
         new ContentView({appState_, engine_, SettingsStore::shared(), RecentFilesStore::shared(),
                          WaveformCache::shared(), MainQueue::shared(), NotificationCenter::shared(),
-                         openSettings, ApplicationBundle::donationPage()});
+                         DownloadSettingsStore::shared(), URLDownloader::shared(), openSettings,
+                         ApplicationBundle::donationPage()});
     mainWindow_->setCentralWidget(content_);
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
                                                 NotificationCenter::shared(), openSettings);
@@ -68,7 +70,8 @@ void AmbrelApp::makeMainWindow() {
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
-        settingsScene_.reset(); // a clear that is under way must not take what is saved now
+        settingsScene_.reset();         // a clear that is under way must not take what is saved now
+        URLDownloader::shared().stop(); // helpers take a moment to end
         appDelegate_.applicationWillTerminate();
     });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });

@@ -53,7 +53,9 @@ RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles
     };
     QMenu* file =
         addMenu(QStringLiteral("&File"),
-                {{QStringLiteral("Open File..."), Qt::CTRL | Qt::Key_O, notifications::openFile}});
+                {{QStringLiteral("Open File..."), Qt::CTRL | Qt::Key_O, notifications::openFile},
+                 {QStringLiteral("Open from URL..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,
+                  notifications::openFromURL}});
     auto* openRecent =
         new RecentFilesMenu(QStringLiteral("Open Recent"), recentFiles, notifications, file);
     file->addMenu(openRecent);

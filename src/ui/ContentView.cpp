@@ -1,5 +1,7 @@
 #include "ui/ContentView.h"
 
+#include <utility>
+
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QVBoxLayout>
@@ -7,6 +9,7 @@
 #include "app/Notifications.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
+#include "download/OpenFromURLSheet.h"
 #include "store/RecentFilesStore.h"
 #include "ui/Divider.h"
 #include "ui/ErrorAlert.h"
@@ -22,7 +25,8 @@ namespace ambrel {
 
 ContentView::ContentView(const Services& services, QWidget* parent)
     : QWidget(parent), state_(services.state), engine_(services.engine),
-      recentFiles_(services.recentFiles), column_(new QVBoxLayout(this)),
+      recentFiles_(services.recentFiles), downloadSettings_(services.downloadSettings),
+      downloader_(services.downloader), column_(new QVBoxLayout(this)),
       loader_(services.state, services.engine, services.settings, services.waveformCache,
               services.recentFiles, services.mainQueue,
               [this](const QString& message) { showError(message); }) {
@@ -38,6 +42,7 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     showScreen();
 
     connect(header, &HeaderBar::openFileRequested, this, &ContentView::openFile);
+    connect(header, &HeaderBar::openFromURLRequested, this, &ContentView::showOpenFromURL);
     connect(header, &HeaderBar::recentFilesWanted, this, &ContentView::refillRecentFiles);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::loadingState)
@@ -81,6 +86,7 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
         observe(name, [this, action](const QVariant&) { action(*state_, *engine_); });
     };
     observe(notifications::openFile, [this](const QVariant&) { openFile(); });
+    observe(notifications::openFromURL, [this](const QVariant&) { showOpenFromURL(); });
     observe(notifications::openRecent, [this](const QVariant& object) {
         if (const QUrl url = object.toUrl(); url.isLocalFile())
             loadFile(url, true);
@@ -119,6 +125,7 @@ QWidget* ContentView::makeScreen(const LoadingState& loading) {
         return new WorkingScreen(state_, engine_);
     auto* welcome = new WelcomeScreen(state_);
     connect(welcome, &WelcomeScreen::openFileRequested, this, &ContentView::openFile);
+    connect(welcome, &WelcomeScreen::openFromURLRequested, this, &ContentView::showOpenFromURL);
     connect(welcome, &WelcomeScreen::recentFileChosen, this,
             [this](const QUrl& file) { loadFile(file, true); });
     connect(welcome, &WelcomeScreen::clearRecentsRequested, this, &ContentView::clearRecents);
@@ -148,6 +155,22 @@ void ContentView::showHelp() {
         state_->setIsShowingHelp(false);
     });
     SheetBlocker::present(helpSheet_, window());
+}
+
+void ContentView::showOpenFromURL() {
+    if (openFromURLSheet_)
+        return openFromURLSheet_->activateWindow();
+    const auto close = [this] {
+        std::exchange(openFromURLSheet_, nullptr)->done(QDialog::Accepted);
+    };
+    openFromURLSheet_ = new OpenFromURLSheet(
+        downloader_, downloadSettings_,
+        [this, close](const QUrl& file) {
+            close();
+            loadFile(file, false);
+        },
+        close, this);
+    SheetBlocker::present(openFromURLSheet_, window());
 }
 
 void ContentView::openFile() {

@@ -19,11 +19,14 @@ namespace ambrel {
 class AudioEngine;
 class ErrorAlert;
 class HelpSheet;
+class DownloadSettingsStore;
 class LoadingScreen;
 class MainQueue;
+class OpenFromURLSheet;
 class OpenPanel;
 class RecentFilesStore;
 class SettingsStore;
+class URLDownloader;
 class WaveformCache;
 
 /// The content of the main window: the header bar, and below it the screen that suits the loading
@@ -42,6 +45,8 @@ class ContentView : public QWidget {
         WaveformCache& waveformCache;
         MainQueue& mainQueue;
         NotificationCenter& notifications;
+        DownloadSettingsStore& downloadSettings;
+        URLDownloader& downloader;
         std::function<void()> openSettings = [] {};
         QUrl donationPage = {}; ///< none: no button for it
     };
@@ -68,6 +73,7 @@ class ContentView : public QWidget {
     void observeNotifications(NotificationCenter& notifications);
     void showScreen();
     void showHelp();
+    void showOpenFromURL();
     QWidget* makeScreen(const LoadingState& loading);
     void clearRecents();
     void showError(const QString& message);
@@ -75,6 +81,8 @@ class ContentView : public QWidget {
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
     RecentFilesStore& recentFiles_;
+    DownloadSettingsStore& downloadSettings_;
+    URLDownloader& downloader_;
     QBoxLayout* column_;
     QPointer<QWidget> screen_;
     LoadingScreen* loadingScreen_ = nullptr; ///< the screen, while a file loads
@@ -82,6 +90,7 @@ class ContentView : public QWidget {
     QPointer<OpenPanel> openPanel_;
     QPointer<ErrorAlert> errorAlert_;
     QPointer<HelpSheet> helpSheet_;
+    QPointer<OpenFromURLSheet> openFromURLSheet_;
     FileLoader loader_;
     std::vector<std::unique_ptr<NotificationCenter::Observation>> observations_;
 };

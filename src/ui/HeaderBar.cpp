@@ -18,12 +18,14 @@ namespace ambrel {
 HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
                      NotificationCenter& notifications, bool takesDonations, QWidget* parent)
     : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
-      openFile_(new PushButton(QStringLiteral("Open File..."))), spinner_(new Spinner(16)),
+      openFile_(new PushButton(QStringLiteral("Open File..."))),
+      openFromURL_(new PushButton(QStringLiteral("Open from URL..."))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
       fileName_(new TextLabel(Theme::TextStyle::headline)) {
     auto* recentMenu = new RecentFilesMenu(QStringLiteral("Recent"), recentFiles, notifications);
     recent_ = new MenuButton(QStringLiteral("Recent"), recentMenu);
     row_->addWidget(openFile_);
+    row_->addWidget(openFromURL_);
     row_->addWidget(recent_);
     row_->addStretch(1);
     row_->addWidget(spinner_);
@@ -38,6 +40,7 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
     connect(openFile_, &PushButton::clicked, this, &HeaderBar::openFileRequested);
+    connect(openFromURL_, &PushButton::clicked, this, &HeaderBar::openFromURLRequested);
     connect(recentMenu, &QMenu::aboutToShow, this, &HeaderBar::recentFilesWanted);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::loadingState || field == AppState::Field::audioFileURL ||
@@ -84,8 +87,10 @@ void HeaderBar::showState() {
     const bool namesFile = !isLoading && state_->audioFileURL();
     const QString name = namesFile ? state_->audioFileURL()->fileName() : QString();
 
-    openFile_->setVisible(!loading.isIdle());
-    openFile_->setEnabled(!isLoading);
+    for (PushButton* open : {openFile_, openFromURL_}) {
+        open->setVisible(!loading.isIdle());
+        open->setEnabled(!isLoading);
+    }
     recent_->setVisible(!loading.isIdle());
     recent_->setEnabled(!isLoading && !state_->recentFiles().isEmpty());
     spinner_->setVisible(isLoading);

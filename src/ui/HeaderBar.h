@@ -29,6 +29,7 @@ class HeaderBar : public QWidget {
 
   Q_SIGNALS:
     void openFileRequested();
+    void openFromURLRequested();
     void settingsRequested();
     void helpRequested();
     void donationRequested();
@@ -45,6 +46,7 @@ class HeaderBar : public QWidget {
     std::shared_ptr<AppState> state_;
     QBoxLayout* row_;
     PushButton* openFile_;
+    PushButton* openFromURL_;
     PushButton* recent_;
     Spinner* spinner_;
     TextLabel* message_;

@@ -38,10 +38,11 @@ QSize PushButton::sizeHint() const {
     QSize size = QPushButton::sizeHint();
     if (text().isEmpty()) // as tall as a button with a text, and not wider than it need be
         return QSize(Theme::length(32), std::max(size.height(), Theme::length(24)));
-    if (prominence_ != Prominence::plain)
+    if (prominence_ == Prominence::large || prominence_ == Prominence::prominent)
         return QSize(std::max(size.width() + Theme::length(28), Theme::length(190)),
                      Theme::length(36));
-    return QSize(std::max(size.width() + Theme::length(12), Theme::length(32)),
+    const int padding = Theme::length(prominence_ == Prominence::filled ? 24 : 12);
+    return QSize(std::max(size.width() + padding, Theme::length(32)),
                  std::max(size.height(), Theme::length(24)));
 }
 
@@ -53,20 +54,21 @@ void PushButton::applyTheme() {
 }
 
 void PushButton::paintEvent(QPaintEvent* event) {
-    if (prominence_ == Prominence::prominent)
-        paintProminent();
+    if (prominence_ == Prominence::filled || prominence_ == Prominence::prominent)
+        paintFilled();
     else
         QPushButton::paintEvent(event);
 }
 
 /// Styles shade a tinted button so much that its text is hard to read, each in a way of its own.
-void PushButton::paintProminent() {
+void PushButton::paintFilled() {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const double radius = Theme::length(6);
-    const QColor accent = Theme::accent(palette());
+    const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
     const QRectF ring = QRectF(rect()).adjusted(1, 1, -1, -1);
-    const QRectF face = ring.adjusted(2, 2, -2, -2);
+    const double gap = hasFocus() || prominence_ == Prominence::prominent ? 2 : 0;
+    const QRectF face = ring.adjusted(gap, gap, -gap, -gap);
 
     painter.setPen(Qt::NoPen);
     painter.setBrush(isDown() ? accent.darker(120) : underMouse() ? accent.lighter(108) : accent);
@@ -76,7 +78,8 @@ void PushButton::paintProminent() {
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(ring, radius + 2, radius + 2);
     }
-    painter.setPen(palette().color(QPalette::Active, QPalette::HighlightedText));
+    painter.setPen(isEnabled() ? palette().color(QPalette::Active, QPalette::HighlightedText)
+                               : palette().color(QPalette::ButtonText));
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 

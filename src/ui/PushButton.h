@@ -15,8 +15,9 @@ class PushButton : public QPushButton {
   public:
     enum class Prominence {
         plain,
+        filled,   ///< with the accent colour
         large,    ///< taller and wider, for the few choices of an empty screen
-        prominent ///< large, and filled with the accent colour
+        prominent ///< large and filled
     };
 
     explicit PushButton(const QString& text, Prominence prominence = Prominence::plain,
@@ -36,7 +37,7 @@ class PushButton : public QPushButton {
   private:
     PushButton(Prominence prominence, QWidget* parent);
     void applyTheme();
-    void paintProminent();
+    void paintFilled();
 
     Prominence prominence_;
 };

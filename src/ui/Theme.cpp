@@ -76,6 +76,8 @@ QColor Theme::textColour(const QPalette& palette, TextColour colour) {
     if (colour == TextColour::accent)
         return accent(palette);
     QColor text = palette.color(QPalette::WindowText);
+    if (colour == TextColour::error) // a red that is read with ease on either background
+        return text.lightnessF() > 0.5F ? QColor(0xFF, 0x8A, 0x80) : QColor(0xB7, 0x1C, 0x1C);
     if (colour == TextColour::secondary)
         text.setAlphaF(text.alphaF() * 0.6F);
     else if (colour == TextColour::tertiary)

@@ -27,7 +27,7 @@ class Theme : public QObject {
         caption,
         caption2
     };
-    enum class TextColour { primary, secondary, tertiary, accent };
+    enum class TextColour { primary, secondary, tertiary, accent, error };
 
     /// Ends with the QApplication.
     static Theme& shared();

@@ -13,6 +13,8 @@ WelcomeScreen::WelcomeScreen(const std::shared_ptr<AppState>& state, QWidget* pa
     : QWidget(parent), column_(new QVBoxLayout(this)) {
     auto* openFile =
         new PushButton(QStringLiteral("Open File…"), PushButton::Prominence::prominent);
+    auto* openFromURL =
+        new PushButton(QStringLiteral("Open from URL…"), PushButton::Prominence::large);
     auto* title = new TextLabel(QStringLiteral("Ambrel"), Theme::TextStyle::title2);
     title->setBold(true);
 
@@ -21,11 +23,13 @@ WelcomeScreen::WelcomeScreen(const std::shared_ptr<AppState>& state, QWidget* pa
                        Qt::AlignHCenter);
     column_->addWidget(title, 0, Qt::AlignHCenter);
     column_->addWidget(openFile, 0, Qt::AlignHCenter);
+    column_->addWidget(openFromURL, 0, Qt::AlignHCenter);
     auto* recentFiles = new RecentFilesBox;
     column_->addWidget(recentFiles, 0, Qt::AlignHCenter);
     column_->addStretch();
 
     connect(openFile, &PushButton::clicked, this, &WelcomeScreen::openFileRequested);
+    connect(openFromURL, &PushButton::clicked, this, &WelcomeScreen::openFromURLRequested);
     connect(recentFiles, &RecentFilesBox::fileChosen, this, &WelcomeScreen::recentFileChosen);
     connect(recentFiles, &RecentFilesBox::clearRequested, this,
             &WelcomeScreen::clearRecentsRequested);

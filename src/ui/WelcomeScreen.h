@@ -19,6 +19,7 @@ class WelcomeScreen : public QWidget {
 
   Q_SIGNALS:
     void openFileRequested();
+    void openFromURLRequested();
     void recentFileChosen(const QUrl& file);
     void clearRecentsRequested();
 

@@ -11,6 +11,7 @@
 
 #include "app/AppCommands.h"
 #include "audio/AudioEngine.h"
+#include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "support/ScriptedGraph.h"
@@ -28,6 +29,8 @@ struct TestWindow {
     TemporarySettings settings;
     MainQueue mainQueue;
     NotificationCenter notifications;
+    QTemporaryDir helpers; ///< where the downloader looks for them
+    URLDownloader downloader{mainQueue, helpers.path()};
     ScriptedGraph* graph = new ScriptedGraph;
     std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
     std::shared_ptr<AudioEngine> engine =
@@ -42,8 +45,8 @@ struct TestWindow {
     explicit TestWindow(const QUrl& donationPage = {}) {
         const auto openSettings = [this] { settingsScene.open(); };
         content = new ContentView({state, engine, settings.store(), settings.recentFiles(),
-                                   settings.waveformCache(), mainQueue, notifications, openSettings,
-                                   donationPage});
+                                   settings.waveformCache(), mainQueue, notifications,
+                                   settings.downloads(), downloader, openSettings, donationPage});
         window.setCentralWidget(content);
         commands::addMenus(*window.menuBar(), settings.recentFiles(), notifications, openSettings);
         keyHandler.start(state);

@@ -30,12 +30,14 @@ class ContentViewWindowTest : public QObject {
         w.state->setLoadingState(LoadingState::loading(u"Generating waveform... 40%"_qs));
         QVERIFY(!w.find(u"Open File…"_qs));
         QVERIFY(!w.find(u"Open File..."_qs)->isEnabled());
+        QVERIFY(!w.find(u"Open from URL..."_qs)->isEnabled());
         QCOMPARE(w.textOf(u"Status"_qs), u"Generating waveform... 40%"_qs);
         QCOMPARE(w.textOf(u"Progress"_qs), u"Generating waveform... 40%"_qs);
         QVERIFY(qobject_cast<Spinner*>(w.find(u"Busy"_qs))->isTurning());
 
         w.showFile();
         QVERIFY(w.find(u"Open File..."_qs)->isEnabled());
+        QVERIFY(w.find(u"Open from URL..."_qs)->isEnabled());
         QCOMPARE(w.textOf(u"Status"_qs), u"song.wav"_qs);
         QVERIFY(w.find(u"Waveform"_qs) && w.find(u"Play"_qs) && w.find(u"Position"_qs));
         QVERIFY(!w.find(u"Progress"_qs));

@@ -16,6 +16,7 @@ namespace ambrel {
 namespace {
 
 constexpr int readBufferBytes = 64 * 1024;
+constexpr std::size_t longestNameBytes = 255; // no file system has a longer one
 
 /// Whether a character would break a line, or turn the writing direction of the rest of it.
 bool isControl(std::uint32_t character) {
@@ -23,6 +24,16 @@ bool isControl(std::uint32_t character) {
            (character >= 0x200e && character <= 0x200f) ||
            (character >= 0x2028 && character <= 0x202e) ||
            (character >= 0x2066 && character <= 0x2069);
+}
+
+/// As long as a name can be, cut at a whole character.
+std::string shortened(const std::string& name) {
+    if (name.size() <= longestNameBytes)
+        return name;
+    std::size_t length = longestNameBytes;
+    while (length > 0 && (name[length] & 0xC0) == 0x80)
+        --length;
+    return name.substr(0, length) + "…";
 }
 
 /// The name as it may stand in a sentence: valid UTF-8 on one line.
@@ -77,8 +88,8 @@ void refuseUnlessRegular(const std::filesystem::path& path, const struct stat& s
 
 AudioFileError cannotOpen(const std::filesystem::path& path, AudioFileError::Reason reason,
                           const char* why) {
-    return {reason,
-            "“" + printable(path.filename().string()) + "” could not be opened: " + why + "."};
+    return {reason, "“" + printable(shortened(path.filename().string())) +
+                        "” could not be opened: " + why + "."};
 }
 
 RegularFile::RegularFile(std::filesystem::path path) : path_(std::move(path)) {

@@ -1,0 +1,202 @@
+#include "download/OpenFromURLSheet.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include "app/TypedNumber.h"
+#include "download/URLDownloader.h"
+#include "store/DownloadSettingsStore.h"
+#include "ui/ErrorText.h"
+#include "ui/FolderLabel.h"
+#include "ui/FolderPanel.h"
+#include "ui/PushButton.h"
+#include "ui/SheetBlocker.h"
+#include "ui/Spinner.h"
+#include "ui/TextLabel.h"
+
+namespace ambrel {
+namespace {
+
+constexpr double kWidth = 440;
+constexpr double kPadding = 20;
+
+/// Invalid for a text that is no address. An address that begins with "-" would reach the helper as
+/// an option.
+QUrl addressFrom(const QString& text) {
+    const QString trimmed = trimmedBlanks(text);
+    return trimmed.startsWith(QLatin1Char('-')) ? QUrl() : QUrl(trimmed);
+}
+
+/// A field or a row with what it is for above it.
+QVBoxLayout* labelled(const QString& label) {
+    auto* stack = new QVBoxLayout;
+    stack->setSpacing(Theme::length(4));
+    stack->addWidget(
+        new TextLabel(label, Theme::TextStyle::subheadline, Theme::TextColour::secondary));
+    return stack;
+}
+
+} // namespace
+
+OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsStore& settings,
+                                   std::function<void(const QUrl&)> onLoad,
+                                   std::function<void()> onCancel, QWidget* parent)
+    : QDialog(parent), downloader_(downloader), settings_(settings), onLoad_(std::move(onLoad)),
+      onCancel_(std::move(onCancel)), downloadDirectory_(settings.downloadDirectory()),
+      address_(new QLineEdit), folder_(new FolderLabel(Theme::TextStyle::callout)),
+      change_(new PushButton(QStringLiteral("Change…"))),
+      error_(new ErrorText(kWidth - 2 * kPadding)),
+      cancel_(new PushButton(QStringLiteral("Cancel"))), spinner_(new Spinner(16)),
+      download_(new PushButton(QStringLiteral("Download & Open"), PushButton::Prominence::filled)) {
+    setWindowTitle(QStringLiteral("Open from URL"));
+    address_->setAccessibleName(QStringLiteral("URL"));
+    address_->setPlaceholderText(QStringLiteral("https://example.com/song.mp3"));
+    folder_->setFolder(downloadDirectory_);
+    download_->setDefault(true);
+    auto* column = new QVBoxLayout(this);
+    addRows(*column);
+    connect(address_, &QLineEdit::textChanged, this,
+            [this] { download_->setEnabled(canSubmit()); });
+    connect(change_, &PushButton::clicked, this, &OpenFromURLSheet::chooseDirectory);
+    connect(cancel_, &PushButton::clicked, this, &OpenFromURLSheet::reject);
+    connect(download_, &PushButton::clicked, this, &OpenFromURLSheet::startDownload);
+    connect(&Theme::shared(), &Theme::changed, this, &OpenFromURLSheet::fitHeight);
+    setErrorMessage({});
+    setDownloading(false);
+    takeAddressFromClipboard();
+}
+
+void OpenFromURLSheet::addRows(QBoxLayout& column) {
+    const int padding = Theme::length(kPadding);
+    column.setContentsMargins(padding, padding, padding, padding);
+    column.setSpacing(Theme::length(16));
+    column.addWidget(new TextLabel(QStringLiteral("Open from URL"), Theme::TextStyle::headline));
+
+    QVBoxLayout* address = labelled(QStringLiteral("URL"));
+    address->addWidget(address_);
+    column.addLayout(address);
+
+    auto* folderRow = new QHBoxLayout;
+    folderRow->setSpacing(Theme::length(8));
+    folderRow->addWidget(folder_, 1);
+    folderRow->addWidget(change_);
+    QVBoxLayout* folder = labelled(QStringLiteral("Download folder"));
+    folder->addLayout(folderRow);
+    column.addLayout(folder);
+
+    column.addWidget(error_);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(Theme::length(8));
+    buttons->addWidget(cancel_);
+    buttons->addStretch(1);
+    buttons->addWidget(spinner_);
+    buttons->addWidget(download_);
+    column.addLayout(buttons);
+}
+
+void OpenFromURLSheet::takeAddressFromClipboard() {
+    const QString text = QGuiApplication::clipboard()->text().trimmed();
+    const bool isOneWord =
+        std::none_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
+    if (isOneWord && (text.startsWith(QLatin1String("http://"), Qt::CaseInsensitive) ||
+                      text.startsWith(QLatin1String("https://"), Qt::CaseInsensitive))) {
+        address_->setText(text);
+        address_->selectAll();
+    }
+}
+
+bool OpenFromURLSheet::canSubmit() const {
+    return !isDownloading_ && addressFrom(address_->text()).isValid();
+}
+
+void OpenFromURLSheet::startDownload() {
+    if (canSubmit())
+        perform(addressFrom(address_->text()));
+}
+
+QCoro::Task<> OpenFromURLSheet::perform(QUrl source) {
+    // The sheet may be gone when the download reports.
+    const QPointer self(this);
+    setErrorMessage({});
+    setDownloading(true);
+    QUrl file;
+    QString failure;
+    try {
+        auto downloading = downloader_.download(source, downloadDirectory_);
+        file = co_await downloading;
+    } catch (const BackgroundQueue::Ended&) {
+        co_return;
+    } catch (const std::exception& error) {
+        failure = QString::fromUtf8(error.what());
+    }
+    if (!self)
+        co_return;
+    setDownloading(false);
+    if (file.isEmpty())
+        setErrorMessage(failure);
+    else
+        onLoad_(file);
+}
+
+void OpenFromURLSheet::setDownloading(bool isDownloading) {
+    isDownloading_ = isDownloading;
+    for (QWidget* control : {static_cast<QWidget*>(address_), static_cast<QWidget*>(change_),
+                             static_cast<QWidget*>(cancel_)})
+        control->setEnabled(!isDownloading);
+    download_->setEnabled(canSubmit());
+    spinner_->setVisible(isDownloading);
+    if (!isDownloading)
+        address_->setFocus();
+}
+
+/// None for an empty one.
+void OpenFromURLSheet::setErrorMessage(const QString& message) {
+    error_->setMessage(message);
+    error_->setVisible(!message.isEmpty());
+    fitHeight();
+}
+
+void OpenFromURLSheet::chooseDirectory() {
+    if (folderPanel_)
+        return folderPanel_->activateWindow();
+    folderPanel_ = new FolderPanel(downloadDirectory_, this);
+    connect(folderPanel_, &FolderPanel::folderChosen, this, [this](const QUrl& folder) {
+        downloadDirectory_ = folder;
+        settings_.setDownloadDirectory(folder);
+        folder_->setFolder(folder);
+    });
+    SheetBlocker::present(folderPanel_, this);
+}
+
+/// Grown, it must not reach beyond the lower edge of the screen: its buttons are there.
+void OpenFromURLSheet::fitHeight() {
+    layout()->activate();
+    setFixedSize(Theme::length(kWidth), layout()->sizeHint().height());
+    const QRect room = screen()->availableGeometry();
+    if (const int below = frameGeometry().bottom() - room.bottom(); isVisible() && below > 0)
+        move(x(), std::max(room.top(), y() - below));
+}
+
+/// Cancel, Escape, and the close button of the title bar.
+void OpenFromURLSheet::reject() {
+    if (!isDownloading_)
+        onCancel_();
+}
+
+/// A request that is not the user's is that of a program that ends, which nothing holds up.
+void OpenFromURLSheet::closeEvent(QCloseEvent* event) {
+    if (event->spontaneous())
+        QDialog::closeEvent(event);
+    else
+        event->accept();
+}
+
+} // namespace ambrel

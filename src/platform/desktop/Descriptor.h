@@ -1,0 +1,33 @@
+#pragma once
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace ambrel {
+
+/// Owns an open descriptor and closes it. A closed one has the number -1, which poll() passes over.
+class Descriptor {
+  public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() { close(); }
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+
+    int number() const { return number_; }
+    bool isOpen() const { return number_ >= 0; }
+
+    void close() {
+        if (isOpen())
+            ::close(std::exchange(number_, -1));
+    }
+
+  private:
+    int number_ = -1;
+};
+
+} // namespace ambrel

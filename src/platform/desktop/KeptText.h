@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ambrel {
+
+/// What a program writes, of which no more is kept than a limit: its beginning or its end. Where it
+/// was cut it is cut at a whole UTF-8 character.
+class KeptText {
+  public:
+    enum class Part { beginning, end };
+
+    KeptText(Part part, std::size_t limitBytes) : part_(part), limitBytes_(limitBytes) {}
+
+    void append(std::string_view text);
+
+    std::string text() const;
+
+  private:
+    Part part_;
+    std::size_t limitBytes_;
+    bool isCut_ = false;
+    std::string kept_; ///< of an end up to twice the limit, so that it is seldom moved
+};
+
+} // namespace ambrel
