@@ -38,20 +38,19 @@ template <typename Value> void AppState::assignSetting(Value& field, Value value
 
 std::shared_ptr<void> AppState::observeLoop(std::function<void()> notify) {
     auto observation = std::make_shared<QObject>();
-    connect(this, &AppState::changed, observation.get(),
-            [notify = std::move(notify)](Field field) {
-                switch (field) {
-                case Field::regionStart:
-                case Field::regionEnd:
-                case Field::loopEnabled:
-                case Field::loopDelaySeconds:
-                case Field::loopDelayMilliseconds:
-                    notify();
-                    break;
-                default:
-                    break;
-                }
-            });
+    connect(this, &AppState::changed, observation.get(), [notify = std::move(notify)](Field field) {
+        switch (field) {
+        case Field::regionStart:
+        case Field::regionEnd:
+        case Field::loopEnabled:
+        case Field::loopDelaySeconds:
+        case Field::loopDelayMilliseconds:
+            notify();
+            break;
+        default:
+            break;
+        }
+    });
     return observation;
 }
 

@@ -208,7 +208,8 @@ class PractisingTest(Scenario):
         steps = [f"{end} {unit}{button}" for end in ("Start", "End")
                  for unit in ("minutes", "seconds", "milliseconds") for button in (" up", "", " down")]
         self.assertEqual(said, [
-            "Open File...", "Open from URL...", "Recent", "Settings", "Help", "Zoom in", "Fit Region", *steps, "Play",
+            "Open File...", "Open from URL...", "Recent", "Settings", "Help",
+            "Zoom in", "Fit Region", *steps, "Play",
             "Decrease speed", "Speed", "Increase speed", "Speed step",
             "Lower pitch", "Pitch", "Raise pitch", "Equaliser",
             "60Hz gain", "250Hz gain", "1kHz gain", "4kHz gain", "12kHz gain", "Loop",

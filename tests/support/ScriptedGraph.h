@@ -75,7 +75,7 @@ class ScriptedGraph : public EngineGraph {
     void setEqualiserGain(int band, float gain) override { gains[band] = gain; }
 
     QStringList calls;
-    std::shared_ptr<AudioFile> file; ///< of the segment scheduled last
+    std::shared_ptr<AudioFile> file;       ///< of the segment scheduled last
     std::optional<Continuation> following; ///< announced last
     std::optional<Continuation> running;   ///< what runs on behind a completion
     std::optional<double> time;
