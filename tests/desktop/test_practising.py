@@ -159,7 +159,24 @@ class PractisingTest(Scenario):
         pauses = gaps[gaps > 0.1]
         self.assertGreaterEqual(len(pauses), 3)
         for pause in pauses:
-            self.assertAlmostEqual(pause, 0.3, delta=0.03)
+            self.assertAlmostEqual(pause, 0.3, delta=0.005)
+
+    def test_a_loop_without_a_pause_is_one_sound(self):
+        program = self.program
+        for field, value in (("Start milliseconds", "100"), ("End seconds", "0"),
+                             ("End milliseconds", "500")):  # whole periods of the tone
+            self.type(field, value)
+            program.key("Escape")
+        program.key("ctrl+l")
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            recording.wait_for_sound()
+            wait_until(lambda: len(recording.heard()) > 3 * Desktop.RATE, "seven passes")
+            program.key("space")
+            recording.wait_for_silence(0.5)
+        heard = recording.heard()[Desktop.RATE // 20:-Desktop.RATE // 20]
+        levels = [level_db(heard[at:at + 960], TONE_HZ) for at in range(0, len(heard) - 960, 480)]
+        self.assertLess(max(levels) - min(levels), 1)
 
     def test_equaliser_is_heard_and_everything_is_reset(self):
         program = self.program

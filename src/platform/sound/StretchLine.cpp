@@ -6,6 +6,7 @@ namespace ambrel {
 
 void StretchLine::begin(std::int64_t first, double rate, double cents) noexcept {
     stretcher_.reset(rate, cents);
+    startDelay_ = static_cast<double>(stretcher_.startDelay());
     stretcher_.discard(stretcher_.startDelay());
     rate_ = rate;
     first_ = mapped_ = first;
@@ -29,8 +30,7 @@ void StretchLine::feed(const float* stereo, std::int64_t length) noexcept {
         return;
     map_.advance(static_cast<double>(reached - mapped_), rate_);
     mapped_ = reached;
-    stretcher_.correct(static_cast<double>(stretcher_.startDelay()) + map_.output() -
-                       stretcher_.committed());
+    stretcher_.correct(startDelay_ + map_.output() - stretcher_.committed());
 }
 
 std::size_t StretchLine::take(float* stereo, std::size_t frames) noexcept {

@@ -51,6 +51,7 @@ class StretchLine {
     std::int64_t made_ = 0;
     std::int64_t mapped_ = 0; ///< input frames that map_ knows of
     double rate_ = 1;
+    double startDelay_ = 0; ///< of the stretcher, when it began
 };
 
 } // namespace ambrel
