@@ -72,10 +72,9 @@ class Render {
 
     QJsonObject run() {
         const double cpuBefore = cpuSeconds();
-        graph_.scheduleSegment(file_, region_.startFrame, region_.frameCount, [] {});
-        if (options_.passes > 1)
-            graph_.setContinuation(
-                Continuation{region_.startFrame, region_.frameCount, 0, options_.passes - 1});
+        graph_.scheduleSegment(
+            file_, region_.startFrame, region_.frameCount, [] {},
+            Continuation{region_.startFrame, region_.frameCount, 0, options_.passes - 1});
         graph_.play();
         while (pullBlock()) {
         }

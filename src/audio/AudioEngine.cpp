@@ -16,7 +16,7 @@ constexpr float kBandwidthOctaves = 1;
 /// The frame at `seconds`, fractions cut off towards zero. Far beyond any file it stays at a bound
 /// whose sums and differences fit the type.
 std::int64_t frameAt(double seconds, int sampleRateHz) {
-    constexpr double bound = std::int64_t{1} << 61;
+    constexpr double bound = std::int64_t{1} << 48;
     return static_cast<std::int64_t>(std::clamp(seconds * sampleRateHz, -bound, bound));
 }
 
@@ -94,9 +94,10 @@ void AudioEngine::play(double start, double end) {
     const auto generation = ++generation_;
     if (!engine_->isRunning())
         engine_->start();
+    const auto appState = appState_.lock();
     engine_->scheduleSegment(audioFile_, frames->startFrame, frames->frameCount,
-                             completionOf(generation));
-    announce();
+                             completionOf(generation),
+                             appState ? continuation(*appState) : std::nullopt);
     engine_->play();
     startPositionTimer(start);
 }
@@ -142,8 +143,7 @@ void AudioEngine::playNext(double start, double end, double pauseSeconds) {
     auto wanted = segment(start, end);
     if (wanted)
         wanted->pauseSeconds = pauseSeconds;
-    if (!wanted || engine_->runningOn() != wanted ||
-        !engine_->goOn(completionOf(generation_ + 1))) {
+    if (!wanted || !engine_->goOn(*wanted, completionOf(generation_ + 1))) {
         play(start, end);
         return;
     }
@@ -182,8 +182,12 @@ void AudioEngine::setEQGain(double gain, int band) {
 
 void AudioEngine::handleCompletion(std::int64_t generation) {
     const auto appState = appState_.lock();
-    if (generation != generation_ || !appState)
+    if (generation != generation_)
         return;
+    if (!appState) {
+        stopWhatRunsOn();
+        return;
+    }
     if (appState->loopEnabled())
         repeat(generation, *appState);
     else
@@ -199,9 +203,10 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
         return;
     }
     // The timer runs on: the position rests at the region's end.
-    if (const auto runningOn = engine_->runningOn();
-        runningOn && runningOn != continuation(appState))
-        engine_->stop();
+    if (engine_->runningOn() != continuation(appState)) {
+        writePosition(); // the end, which the graph forgets
+        stopWhatRunsOn();
+    }
     mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
                           [weak = weak_from_this(), generation, start, end, pause] {
                               const auto self = weak.lock();
@@ -212,8 +217,7 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
 
 void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState) {
     positionTimer_.reset();
-    if (engine_->runningOn())
-        engine_->stop();
+    stopWhatRunsOn();
     appState->setPlaybackPosition(appState->regionEnd());
     // The play head is seen at the end before it goes back.
     mainQueue_.async([weak = weak_from_this(), generation, appState] {
@@ -223,6 +227,12 @@ void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<Playback
         appState->setIsPlaying(false);
         appState->setPlaybackPosition(appState->regionStart());
     });
+}
+
+/// It was announced before the rules came to say something else.
+void AudioEngine::stopWhatRunsOn() {
+    if (engine_->runningOn())
+        engine_->stop();
 }
 
 void AudioEngine::startPositionTimer(double fileStart) {

@@ -66,6 +66,7 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     std::optional<Continuation> segment(double start, double end) const;
     Completion completionOf(std::int64_t segment);
     void announce();
+    void stopWhatRunsOn();
     void playNext(double start, double end, double pauseSeconds);
     void repeat(std::int64_t generation, const PlaybackModel& appState);
     void finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState);

@@ -29,21 +29,21 @@ class EngineGraph {
     virtual bool isRunning() const = 0;
     virtual void start() = 0;
 
-    /// One segment at a time. `completion` is called once, on any thread, when the segment has been
-    /// heard to its end or was stopped.
+    /// One segment at a time, and what follows it. `completion` is called once, on any thread, when
+    /// the segment has been heard to its end or was stopped.
     virtual void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                                 std::int64_t frameCount, Completion completion) = 0;
+                                 std::int64_t frameCount, Completion completion,
+                                 const std::optional<Continuation>& next) = 0;
 
-    /// What follows the segment, and each pass after it, until told otherwise. A segment that is
-    /// scheduled is followed by nothing.
+    /// What follows the segment, and each pass after it, until told otherwise.
     virtual void setContinuation(const std::optional<Continuation>& next) = 0;
 
     /// What runs on since the completion was called; absent if nothing does.
     virtual std::optional<Continuation> runningOn() const = 0;
 
     /// Makes what runs on the segment that plays: its completion is called, and the player's time
-    /// counts in it. False if nothing runs on.
-    virtual bool goOn(Completion completion) = 0;
+    /// counts in it. False if it is not this.
+    virtual bool goOn(const Continuation& wanted, Completion completion) = 0;
 
     virtual void play() = 0;
     virtual void pause() = 0;

@@ -18,8 +18,9 @@ std::shared_ptr<AudioFile> SoundEngineGraph::open(const QUrl& url) {
 }
 
 void SoundEngineGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                                       std::int64_t frameCount, Completion completion) {
-    graph_.scheduleSegment(std::move(file), startFrame, frameCount, std::move(completion));
+                                       std::int64_t frameCount, Completion completion,
+                                       const std::optional<Continuation>& next) {
+    graph_.scheduleSegment(std::move(file), startFrame, frameCount, std::move(completion), next);
 }
 
 void SoundEngineGraph::setEqualiserBand(int band, float frequencyHz, float bandwidth, float gain) {

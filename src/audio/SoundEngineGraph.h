@@ -18,12 +18,15 @@ class SoundEngineGraph : public EngineGraph {
     bool isRunning() const override { return graph_.isRunning(); }
     void start() override { graph_.start(); }
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                         std::int64_t frameCount, Completion completion) override;
+                         std::int64_t frameCount, Completion completion,
+                         const std::optional<Continuation>& next) override;
     void setContinuation(const std::optional<Continuation>& next) override {
         graph_.setContinuation(next);
     }
     std::optional<Continuation> runningOn() const override { return graph_.runningOn(); }
-    bool goOn(Completion completion) override { return graph_.goOn(std::move(completion)); }
+    bool goOn(const Continuation& wanted, Completion completion) override {
+        return graph_.goOn(wanted, std::move(completion));
+    }
     void play() override { graph_.play(); }
     void pause() override { graph_.pause(); }
     void stop() override { graph_.stop(); }

@@ -33,16 +33,17 @@ void ScriptedGraph::start() {
 }
 
 void ScriptedGraph::scheduleSegment(std::shared_ptr<AudioFile> scheduled, std::int64_t startFrame,
-                                    std::int64_t frameCount, Completion completion) {
+                                    std::int64_t frameCount, Completion completion,
+                                    const std::optional<Continuation>& next) {
     file = std::move(scheduled);
     calls << QStringLiteral("schedule %1+%2").arg(startFrame).arg(frameCount);
     completion_ = std::move(completion);
-    following.reset();
+    following = next;
     running.reset();
 }
 
-bool ScriptedGraph::goOn(Completion completion) {
-    if (!running)
+bool ScriptedGraph::goOn(const Continuation& wanted, Completion completion) {
+    if (running != wanted)
         return false;
     calls << QStringLiteral("go on");
     running.reset();

@@ -60,10 +60,11 @@ class ScriptedGraph : public EngineGraph {
     bool isRunning() const override { return isRunning_; }
     void start() override;
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                         std::int64_t frameCount, Completion completion) override;
+                         std::int64_t frameCount, Completion completion,
+                         const std::optional<Continuation>& next) override;
     void setContinuation(const std::optional<Continuation>& next) override { following = next; }
     std::optional<Continuation> runningOn() const override { return running; }
-    bool goOn(Completion completion) override;
+    bool goOn(const Continuation& wanted, Completion completion) override;
     void play() override { calls << QStringLiteral("play"); }
     void pause() override { calls << QStringLiteral("pause"); }
     void stop() override;

@@ -28,6 +28,11 @@ struct Segment {
     std::int64_t frameCount = 0; ///< of the pass being watched
 };
 
+/// None where there is nothing to play.
+std::optional<Continuation> possible(const std::optional<Continuation>& next) {
+    return next && next->frameCount > 0 && next->passes > 0 ? next : std::nullopt;
+}
+
 } // namespace
 
 /// The client's commands and the device's rate meet in here; everything else runs by itself. The
@@ -45,7 +50,7 @@ class AudioGraph::Impl final : public FrameSource {
     void schedule(Segment segment, Completion completion);
     void follow(const std::optional<Continuation>& next);
     std::optional<Continuation> runningOn() const;
-    bool goOn(Completion completion);
+    bool goOn(const Continuation& wanted, Completion completion);
     void setPlaying(bool playing);
     void stop();
     std::optional<double> playerTime() const;
@@ -186,18 +191,14 @@ void AudioGraph::Impl::follow(const std::optional<Continuation>& next) {
 
 std::optional<Continuation> AudioGraph::Impl::runningOn() const {
     const std::scoped_lock lock(mutex_);
-    const std::optional<PassBegin> pass = watch_->following();
-    if (!segment_ || !gate_.get().playing || !pass)
-        return std::nullopt;
-    return Continuation{pass->startFrame, pass->frameCount, pass->pauseSeconds};
+    return segment_ && gate_.get().playing ? watch_->following() : std::nullopt;
 }
 
-bool AudioGraph::Impl::goOn(Completion completion) {
+bool AudioGraph::Impl::goOn(const Continuation& wanted, Completion completion) {
     const std::scoped_lock lock(mutex_);
-    const std::optional<PassBegin> pass = watch_->following();
-    if (!segment_ || !pass || !watch_->goOn(std::move(completion)))
+    if (!segment_ || !gate_.get().playing || !watch_->goOn(wanted, std::move(completion)))
         return false;
-    segment_->frameCount = pass->frameCount;
+    segment_->frameCount = wanted.frameCount;
     return true;
 }
 
@@ -253,22 +254,24 @@ void AudioGraph::start() {
 }
 
 void AudioGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                                 std::int64_t frameCount, Completion completion) {
+                                 std::int64_t frameCount, Completion completion,
+                                 const std::optional<Continuation>& next) {
     frameCount = std::max<std::int64_t>(0, frameCount);
-    impl_->schedule({std::move(file), {0, startFrame, frameCount, 0}, 0, std::nullopt, frameCount},
-                    std::move(completion));
+    impl_->schedule(
+        {std::move(file), {0, startFrame, frameCount, 0}, 0, possible(next), frameCount},
+        std::move(completion));
 }
 
 void AudioGraph::setContinuation(const std::optional<Continuation>& next) {
-    impl_->follow(next && next->frameCount > 0 && next->passes > 0 ? next : std::nullopt);
+    impl_->follow(possible(next));
 }
 
 std::optional<Continuation> AudioGraph::runningOn() const {
     return impl_->runningOn();
 }
 
-bool AudioGraph::goOn(Completion completion) {
-    return impl_->goOn(std::move(completion));
+bool AudioGraph::goOn(const Continuation& wanted, Completion completion) {
+    return impl_->goOn(wanted, std::move(completion));
 }
 
 void AudioGraph::play() {

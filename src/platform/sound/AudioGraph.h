@@ -42,10 +42,11 @@ class AudioGraph {
     /// with. Frames outside the file, and those that no longer decode, are silence: a segment
     /// always lasts what was asked for.
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
-                         std::int64_t frameCount, Completion completion);
+                         std::int64_t frameCount, Completion completion,
+                         const std::optional<Continuation>& next = std::nullopt);
 
     /// What follows the segment, and each pass after it, until told otherwise: the sound runs
-    /// straight on into it. A segment that is scheduled is followed by nothing.
+    /// straight on into it.
     ///
     /// It counts from the first end of a pass on that is further away than what the device has been
     /// given and about 10 ms; what was announced before is taken back there.
@@ -56,8 +57,8 @@ class AudioGraph {
     std::optional<Continuation> runningOn() const;
 
     /// Goes on with what runs on: the player's time counts in it, and its completion is called.
-    /// False if nothing does.
-    bool goOn(Completion completion);
+    /// False if it is not this.
+    bool goOn(const Continuation& wanted, Completion completion);
 
     /// The scheduled segment is heard from here on, or goes on after pause().
     void play();

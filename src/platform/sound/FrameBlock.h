@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "platform/sound/PassCourse.h"
 
@@ -78,6 +79,9 @@ class FrameInput {
 
     /// Fills up to `frames` interleaved stereo frames and returns how many there were. Never waits.
     virtual std::size_t read(float* stereo, std::size_t frames) noexcept = 0;
+
+    /// Where the run ends, as the next frame to be read knows it; absent where that never changes.
+    virtual std::optional<std::int64_t> runEnd() noexcept { return std::nullopt; }
 };
 
 } // namespace ambrel

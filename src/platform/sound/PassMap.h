@@ -56,7 +56,7 @@ class PassMap {
   private:
     static bool same(const PassSpan& a, const PassSpan& b) noexcept {
         return a.begin == b.begin && a.frames == b.frames &&
-               a.passes.firstPass == b.passes.firstPass &&
+               a.passes.firstPass == b.passes.firstPass && a.passes.count == b.passes.count &&
                a.passes.startFrame == b.passes.startFrame;
     }
 

@@ -78,10 +78,11 @@ void PlayerNode::decode() {
         raiseSoundPriority(SoundUrgency::ahead);
     while (!ending_) {
         // Pulled offline, what is read ahead must not depend on when an announcement came.
-        if (isSuperseded() && (paced_ || isNewSegment_))
+        // A stream of them must not keep it from reading either.
+        if (isSuperseded() && (isNewSegment_ || (paced_ && hasReadOn_)))
             takeWish();
         else if (pushBlock() || readOn())
-            continue;
+            hasReadOn_ = true;
         else if (isSuperseded())
             takeWish();
         else
@@ -95,6 +96,7 @@ void PlayerNode::takeWish() {
     {
         const std::scoped_lock lock(wishMutex_);
         taken_ = wished_;
+        hasReadOn_ = false;
         isNew = isNewSegment_.exchange(false);
         wish.next = wish_.next;
         if (isNew)
@@ -113,6 +115,7 @@ void PlayerNode::beginSegment(Segment segment, const std::optional<Continuation>
     reader_ = nullptr;
     plan_ = nullptr;
     isBlockDue_ = false;
+    staleBlocks_ = 0;
     segment_ = std::move(segment);
     if (!segment_.file)
         return;
@@ -180,7 +183,10 @@ void PlayerNode::readChunk() {
 bool PlayerNode::pushBlock() {
     if (!isBlockDue_)
         return false;
-    if (ring_.filled() >= ring_.blocksAhead()) {
+    // Blocks of an earlier branch stay in the ring until the render thread comes to them.
+    const std::size_t filled = ring_.filled();
+    staleBlocks_ = std::min(staleBlocks_, filled);
+    if (filled >= std::min(PlayerRing::blockCount, staleBlocks_ + ring_.blocksAhead())) {
         framesReady_.signal();
         return false;
     }
@@ -228,7 +234,9 @@ RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
 
 /// `next` is to follow from the next boundary on that can still be reached in time.
 void PlayerNode::announce(const std::optional<Continuation>& next) {
-    while (const auto boundary = nextBoundary()) {
+    // After a refusal the next boundary is looked for further on, as reading takes its time too.
+    std::int64_t lead = 0;
+    while (const auto boundary = nextBoundary(lead)) {
         if (boundary->run > run_->number ||
             (boundary->run == run_->number && reader_->boundariesSeenTo() <= boundary->frame)) {
             plan_->follow(*boundary, next);
@@ -241,16 +249,17 @@ void PlayerNode::announce(const std::optional<Continuation>& next) {
         }
         if (isSuperseded())
             return;
+        lead = std::max<std::int64_t>(2 * lead, rates_.deviceHz / 20);
     }
 }
 
-std::optional<PlayPlan::Boundary> PlayerNode::nextBoundary() {
+std::optional<PlayPlan::Boundary> PlayerNode::nextBoundary(std::int64_t lead) {
     const PlayerRing::Progress progress = ring_.progress();
     const bool hasBegun = progress.epoch == segment_.epoch;
     const std::int64_t run = hasBegun ? progress.run : 0;
     // Rounded up: a boundary before it would be refused.
     const std::int64_t frame =
-        hasBegun ? rates_.toFile(progress.frame) + (rates_.equal() ? 0 : 1) : 0;
+        hasBegun ? rates_.toFile(progress.frame + lead) + (rates_.equal() ? 0 : 1) : 0;
     if (const auto boundary = plan_->boundaryFrom(run, frame))
         return boundary;
     // Behind everything read so far: the run after that, if there will be one.
@@ -297,13 +306,14 @@ void PlayerNode::takeBranch(Branch branch) {
     plan_ = std::move(branch.plan);
     run_ = branch.run;
     branch_ = branch.point.branch;
+    staleBlocks_ = ring_.filled();
     setPlace();
     pushed_ = branch.point.frame;
     chunk_ = std::move(branch.chunk);
     chunkDone_ = 0;
     isRunRead_ = chunk_.size() < 2 * firstChunkFrames;
     toRead_ = firstChunkFrames;
-    isBlockDue_ = !chunk_.empty();
+    isBlockDue_ = !chunk_.empty() || pushed_ == 0;
 }
 
 } // namespace ambrel

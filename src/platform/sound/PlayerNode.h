@@ -65,7 +65,7 @@ class PlayerNode {
     void beginRun(const PlayPlan::Run& run);
     void setPlace();
     void announce(const std::optional<Continuation>& next);
-    std::optional<PlayPlan::Boundary> nextBoundary();
+    std::optional<PlayPlan::Boundary> nextBoundary(std::int64_t lead);
     Branch prepareBranch(PlayPlan::Boundary boundary, const std::optional<Continuation>& next);
     bool isAccepted(const BranchPoint& point);
     void takeBranch(Branch branch);
@@ -92,6 +92,8 @@ class PlayerNode {
     // The decode thread's.
     std::int64_t taken_ = 0; ///< number of the newest wish taken
     std::int64_t branch_ = 0;
+    std::size_t staleBlocks_ = 0; ///< in the ring at most, when the branch began
+    bool hasReadOn_ = true;       ///< since the last announcement
     Segment segment_;
     RatePair rates_;
     std::unique_ptr<PlayPlan> plan_;     ///< none: nothing to read

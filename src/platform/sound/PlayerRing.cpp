@@ -22,6 +22,12 @@ PlayerRing::Progress PlayerRing::progress() const noexcept {
 }
 
 void PlayerRing::setProgress(const Progress& progress) noexcept {
+    // Read in between, it is further back than it should be, which is refused as a branch.
+    if (progressEpoch_.load(std::memory_order_relaxed) != progress.epoch ||
+        progressRun_.load(std::memory_order_relaxed) != progress.run) {
+        progressFrame_.store(0, std::memory_order_release);
+        progressRun_.store(0, std::memory_order_release);
+    }
     progressEpoch_.store(progress.epoch, std::memory_order_release);
     progressRun_.store(progress.run, std::memory_order_release);
     progressFrame_.store(progress.frame, std::memory_order_release);

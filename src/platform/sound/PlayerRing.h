@@ -60,6 +60,7 @@ class PlayerRing final : public FrameInput {
 
     /// Where that run ends, as the next frame to be read knows it.
     RunEnd end() noexcept;
+    std::optional<std::int64_t> runEnd() noexcept override { return end().frame; }
 
     /// Which passes the frames read belong to.
     const PassMap& passes() const noexcept { return passes_; }

@@ -120,7 +120,6 @@ void RenderThread::applySettings() noexcept {
 
 std::size_t RenderThread::makeFrames(std::size_t frames) noexcept {
     applySettings();
-    timePitch_.setLength(player_.end().frame);
     float* stereo = block_.samples.data() + 2 * block_.frames;
     const std::size_t made = timePitch_.process(player_, stereo, frames);
     equaliser_.process(stereo, made);
@@ -152,7 +151,7 @@ void RenderThread::finishFrames() noexcept {
     const bool isSeam = place_.pass.pass > before.pass.pass;
     block_.last = isRunOver && !end.follows;
     block_.passEnds = isSeam || (isRunOver && end.follows);
-    block_.next = isSeam ? place_.pass : end.next;
+    block_.next = isRunOver ? end.next : place_.pass;
     block_.pass = before.pass;
     block_.fileFrameEnd =
         isSeam || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;

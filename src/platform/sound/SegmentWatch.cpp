@@ -39,14 +39,20 @@ void SegmentWatch::drop() {
     wiring_.wake.signal();
 }
 
-std::optional<PassBegin> SegmentWatch::following() const {
-    const std::scoped_lock lock(mutex_);
-    return current_ ? std::nullopt : newest_;
+std::optional<Continuation> SegmentWatch::followingLocked() const {
+    if (current_ || !newest_)
+        return std::nullopt;
+    return Continuation{newest_->startFrame, newest_->frameCount, newest_->pauseSeconds};
 }
 
-bool SegmentWatch::goOn(Completion completion) {
+std::optional<Continuation> SegmentWatch::following() const {
     const std::scoped_lock lock(mutex_);
-    if (current_ || !newest_)
+    return followingLocked();
+}
+
+bool SegmentWatch::goOn(const Continuation& wanted, Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    if (followingLocked() != wanted)
         return false;
     pass_ = newest_->pass;
     newest_.reset();
@@ -86,7 +92,8 @@ void SegmentWatch::hearBoundaries() {
         }
         wiring_.stage.dropBoundary();
     }
-    if (newest_ && newest_->pass > pass_ && current_)
+    // What is paused completes nothing before it goes on.
+    if (newest_ && newest_->pass > pass_ && current_ && active_)
         complete();
     if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
         // What went by unwatched ended with it.

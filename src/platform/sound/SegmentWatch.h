@@ -44,12 +44,12 @@ class SegmentWatch {
     void add(std::int64_t firstEpoch, Completion completion);
     void drop();
 
-    /// The pass that began when the watched one had been heard; absent as long as that has not
-    /// been, or if the sound ended there.
-    std::optional<PassBegin> following() const;
+    /// What began when the watched pass had been heard; absent as long as that has not been, or if
+    /// the sound ended there.
+    std::optional<Continuation> following() const;
 
-    /// Watches the newest pass that has begun, instead of the one before. False if none has.
-    bool goOn(Completion completion);
+    /// Watches the newest pass that has begun, instead of the one before. False if it is not this.
+    bool goOn(const Continuation& wanted, Completion completion);
 
     /// The number of the pass watched, counted from the segment's first.
     std::int64_t watchedPass() const;
@@ -60,6 +60,7 @@ class SegmentWatch {
 
   private:
     void run();
+    std::optional<Continuation> followingLocked() const;
     bool isEndOnItsWay() const;
     void hearBoundaries();
     void complete();

@@ -69,7 +69,29 @@ void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
 }
 
 std::size_t TimePitchUnit::process(FrameInput& source, float* stereo, std::size_t frames) noexcept {
-    frames = std::min(frames, blockFrames);
+    refreshLength(source);
+    const std::size_t made = make(source, stereo, std::min(frames, blockFrames));
+    refreshLength(source);
+    return made;
+}
+
+void TimePitchUnit::refreshLength(FrameInput& source) noexcept {
+    length_ = source.runEnd().value_or(length_);
+}
+
+/// Takes input up to frame `upTo` or the run's end, wherever that comes to lie on the way; false if
+/// there is no more now.
+bool TimePitchUnit::pull(FrameInput& source, std::int64_t upTo) noexcept {
+    for (;;) {
+        const std::int64_t until = std::min(upTo, length_);
+        const bool isThere = input_.take(source, until);
+        refreshLength(source);
+        if (!isThere || until >= std::min(upTo, length_))
+            return isThere;
+    }
+}
+
+std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t frames) noexcept {
     if (mode_ == Mode::direct && !neutral())
         beginJoining();
     if (mode_ == Mode::stretching && isOutdated_)
@@ -103,8 +125,9 @@ double TimePitchUnit::position() const noexcept {
 }
 
 std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t frames) noexcept {
-    const std::int64_t wanted = std::min(next_ + static_cast<std::int64_t>(frames), length_);
-    input_.take(source, wanted);
+    const std::int64_t end = next_ + static_cast<std::int64_t>(frames);
+    pull(source, end);
+    const std::int64_t wanted = std::min(end, length_);
     const std::int64_t until = std::max(next_, std::min(wanted, input_.taken()));
     const auto count = static_cast<std::size_t>(until - next_);
     input_.copy(next_, length_, stereo, count);
@@ -128,7 +151,7 @@ std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_
 bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
     const auto until = line.next() + static_cast<std::int64_t>(Stretcher::feedFrames);
-    if (!input_.take(source, std::min(until, length_)))
+    if (!pull(source, until))
         return false;
     input_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
     line.feed(stereo.data(), length_);

@@ -26,11 +26,9 @@ class TimePitchUnit {
   public:
     explicit TimePitchUnit(int sampleRateHz);
 
-    /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet.
+    /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet. The
+    /// source may tell another length on the way.
     void begin(std::int64_t frames) noexcept;
-
-    /// The run ends there now.
-    void setLength(std::int64_t frames) noexcept { length_ = frames; }
 
     /// From `frame` on the source gives its frames once more, and they may be others than those
     /// that were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
@@ -73,6 +71,9 @@ class TimePitchUnit {
         return lines_[mode_ == Mode::switching ? 1 - active_ : active_];
     }
 
+    std::size_t make(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    bool pull(FrameInput& source, std::int64_t upTo) noexcept;
+    void refreshLength(FrameInput& source) noexcept;
     std::size_t direct(FrameInput& source, float* stereo, std::size_t frames) noexcept;
     std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept;
     bool feed(StretchLine& line, FrameInput& source) noexcept;

@@ -17,18 +17,23 @@ constexpr int rateHz = 44100;
 constexpr std::int64_t fadeFrames = rateHz * 3 / 1000;
 constexpr std::int64_t seamFrames = rateHz * 5 / 1000;
 
-/// A graph that is pulled, playing a region.
+/// A graph that is pulled, playing one region after the other.
 struct Loop {
-    Loop(std::shared_ptr<AudioFile> played, std::int64_t startFrame, std::int64_t frameCount,
-         const std::optional<Continuation>& next, int deviceHz = rateHz)
-        : file(std::move(played)), output(new OfflineOutput(deviceHz)),
-          graph(std::unique_ptr<AudioOutput>(output)), start(startFrame), count(frameCount),
-          following(next) {}
-
-    void play() {
+    explicit Loop(int deviceHz)
+        : output(new OfflineOutput(deviceHz)), graph(std::unique_ptr<AudioOutput>(output)) {
         graph.start();
-        graph.scheduleSegment(file, start, count, [] {});
-        graph.setContinuation(following);
+    }
+
+    void play(const std::shared_ptr<AudioFile>& file, std::int64_t startFrame,
+              std::int64_t frameCount, const std::optional<Continuation>& next, double rate = 1,
+              double cents = 0) {
+        graph.stop();
+        std::vector<float> fading(2 * 1000);
+        output->pull(fading.data(), 1000);
+        graph.setRate(float(rate));
+        graph.setPitch(float(cents));
+        graph.scheduleSegment(
+            file, startFrame, frameCount, [] {}, next);
         graph.play();
     }
 
@@ -47,12 +52,8 @@ struct Loop {
         return test::channelOf(stereo, 0);
     }
 
-    std::shared_ptr<AudioFile> file;
     OfflineOutput* output;
     AudioGraph graph;
-    std::int64_t start;
-    std::int64_t count;
-    std::optional<Continuation> following;
 };
 
 /// Frames between `from` and `to` that are not those of the file from `fileFrame` on.
@@ -105,11 +106,10 @@ class LoopTest : public QObject {
         QFETCH(double, pause);
         QFETCH(int, passes);
         const auto file = SyntheticFile::numbered(rateHz, 60000);
-        Loop loop(file, 12345, count, Continuation{12345, count, pause, passes - 1});
-        loop.play();
+        loop_.play(file, 12345, count, Continuation{12345, count, pause, passes - 1});
         const std::int64_t gap = std::llround(pause * rateHz);
         const std::int64_t total = passes * (count + gap) - gap;
-        const std::vector<float> heard = loop.pull(std::size_t(total + 1000));
+        const std::vector<float> heard = loop_.pull(std::size_t(total + 1000));
         QCOMPARE(std::int64_t(heard.size()), total);
         const std::int64_t edge = gap > 0 ? fadeFrames : seamFrames;
         for (int pass = 0; pass < passes; ++pass) {
@@ -127,7 +127,7 @@ class LoopTest : public QObject {
     void aSteadyToneStaysSteady_data() {
         QTest::addColumn<double>("rate");
         QTest::addColumn<double>("cents");
-        for (const double rate : {0.05, 0.3, 0.5, 1.0, 2.5, 3.0})
+        for (const double rate : {0.05, 0.5, 1.0, 3.0})
             QTest::addRow("%g", rate) << rate << 0.0;
         QTest::addRow("transposed") << 1.0 << -700.0;
     }
@@ -136,11 +136,8 @@ class LoopTest : public QObject {
         QFETCH(double, cents);
         // Whole periods of 441 Hz, so that what is looped is one tone without an end.
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
-        Loop loop(file, 4410, 8000, Continuation{4410, 8000});
-        loop.graph.setRate(float(rate));
-        loop.graph.setPitch(float(cents));
-        loop.play();
-        const std::vector<float> heard = loop.pull(std::size_t(rate < 0.1 ? 10 : 3) * rateHz);
+        loop_.play(file, 4410, 8000, Continuation{4410, 8000}, rate, cents);
+        const std::vector<float> heard = loop_.pull(std::size_t(rate < 0.1 ? 6 : 2) * rateHz);
         const auto [quietest, loudest] = levelRange(heard, rateHz / 2);
         QVERIFY2(quietest > -0.7 && loudest < 0.7,
                  qPrintable(QStringLiteral("%1 to %2 dB").arg(quietest).arg(loudest)));
@@ -161,10 +158,9 @@ class LoopTest : public QObject {
         QFETCH(double, rate);
         QFETCH(int, deviceHz);
         constexpr std::int64_t count = 4007;
-        constexpr int passes = 150;
-        Loop loop(clicks(60000, 60000), 0, count, Continuation{0, count}, deviceHz);
-        loop.graph.setRate(float(rate));
-        loop.play();
+        constexpr int passes = 60;
+        Loop& loop = deviceHz == rateHz ? loop_ : otherRate_;
+        loop.play(clicks(60000, 60000), 0, count, Continuation{0, count}, rate);
         const double perPass = double(count) / rateHz / rate * deviceHz;
         const std::vector<float> heard = loop.pull(std::size_t(perPass * passes));
         // Where the click's energy lies in each pass, beside where it lies in the tenth.
@@ -207,13 +203,11 @@ class LoopTest : public QObject {
                          paused = Continuation{3 * part, part, 0.1};
         for (const auto& [first, then] : std::vector<std::pair<Next, Next>>{
                  {none, same}, {same, none}, {same, other}, {other, paused}, {paused, same}}) {
-            Loop loop(tones, part, part, first);
-            loop.graph.setRate(float(rate));
-            loop.play();
+            loop_.play(tones, part, part, first, rate);
             const auto passFrames = std::size_t(part / rate);
-            std::vector<float> heard = loop.pull(passFrames - std::size_t(before) * rateHz / 1000);
-            loop.graph.setContinuation(then);
-            const std::vector<float> rest = loop.pull(rateHz);
+            std::vector<float> heard = loop_.pull(passFrames - std::size_t(before) * rateHz / 1000);
+            loop_.graph.setContinuation(then);
+            const std::vector<float> rest = loop_.pull(rateHz);
             heard.insert(heard.end(), rest.begin(), rest.end());
             const auto toneAt = [&](std::size_t from, double hz) {
                 return test::measureTone(std::span(heard).subspan(from, 4410), rateHz, hz);
@@ -238,15 +232,13 @@ class LoopTest : public QObject {
     void aTinyLoopRunsForEver() {
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
         for (const float rate : {1.0F, 3.0F}) {
-            Loop loop(file, 4410, 44, Continuation{4410, 44});
-            loop.graph.setRate(rate);
-            loop.play();
-            const std::vector<float> heard = loop.pull(20 * rateHz);
-            QCOMPARE(heard.size(), std::size_t(20 * rateHz));
+            loop_.play(file, 4410, 44, Continuation{4410, 44}, rate);
+            const std::vector<float> heard = loop_.pull(5 * rateHz);
+            QCOMPARE(heard.size(), std::size_t(5 * rateHz));
             const auto [quietest, loudest] = levelRange(heard, rateHz);
             QVERIFY(quietest > -1.5 && loudest < 1.5);
-            loop.graph.setContinuation(std::nullopt);
-            QVERIFY(loop.pull(rateHz).size() < rateHz / 5);
+            loop_.graph.setContinuation(std::nullopt);
+            QVERIFY(loop_.pull(rateHz).size() < rateHz / 5);
         }
     }
 
@@ -258,16 +250,15 @@ class LoopTest : public QObject {
                 float(0.3 * std::sin(0.05 * double(frame)) + 0.2 * std::sin(0.083 * double(frame)));
             return std::pair(tone + 0.001F * left, tone + 0.001F * right);
         });
-        Loop loop(soft, 0, 8 * rateHz, std::nullopt);
-        loop.play();
-        std::vector<float> heard = loop.pull(rateHz);
-        loop.graph.setRate(0.75F);
-        loop.graph.setPitch(200);
+        loop_.play(soft, 0, 8 * rateHz, std::nullopt);
+        std::vector<float> heard = loop_.pull(rateHz);
+        loop_.graph.setRate(0.75F);
+        loop_.graph.setPitch(200);
         for (const std::size_t frames : {rateHz * 2, rateHz * 2}) {
-            const std::vector<float> more = loop.pull(frames);
+            const std::vector<float> more = loop_.pull(frames);
             heard.insert(heard.end(), more.begin(), more.end());
-            loop.graph.setRate(1);
-            loop.graph.setPitch(0);
+            loop_.graph.setRate(1);
+            loop_.graph.setPitch(0);
         }
         QCOMPARE_LT(test::sharpestBend(std::span(heard).subspan(1000)), 0.01);
         const auto [quietest, loudest] = levelRange(heard, 4410);
@@ -283,6 +274,10 @@ class LoopTest : public QObject {
         const double ideal = rateHz + 0.75 * 2 * rateHz + 2 * rateHz - 4410;
         QCOMPARE_LT(std::abs(double(at) - ideal) / rateHz, 0.1);
     }
+
+  private:
+    Loop loop_{rateHz};
+    Loop otherRate_{48000};
 };
 
 QTEST_GUILESS_MAIN(LoopTest)
