@@ -109,7 +109,8 @@ void OpenFromURLSheet::takeAddressFromClipboard() {
     if (isOneWord && (text.startsWith(QLatin1String("http://"), Qt::CaseInsensitive) ||
                       text.startsWith(QLatin1String("https://"), Qt::CaseInsensitive))) {
         address_->setText(text);
-        address_->selectAll();
+        address_->end(false);
+        address_->home(true); // selected, and seen from its start: which site it is matters most
     }
 }
 

@@ -190,11 +190,12 @@ void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
 }
 
 void ContentView::showError(const QString& message) {
-    if (!errorAlert_) {
+    const bool isNew = !errorAlert_;
+    if (isNew)
         errorAlert_ = new ErrorAlert(this);
-        SheetBlocker::present(errorAlert_, window());
-    }
     errorAlert_->setMessage(message.isEmpty() ? QStringLiteral("Unknown error") : message);
+    if (isNew)
+        SheetBlocker::present(errorAlert_, window()); // with its text, which gives it its place
 }
 
 } // namespace ambrel

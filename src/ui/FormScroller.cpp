@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include <QApplication>
 #include <QEvent>
+#include <QPointer>
 #include <QScreen>
 
 #include "ui/Theme.h"
@@ -16,6 +18,20 @@ FormScroller::FormScroller(QWidget* form, QWidget* parent) : QScrollArea(parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* focused) {
+        if (focused && widget()->isAncestorOf(focused))
+            showOnceLaidOut(focused);
+    });
+}
+
+/// A row that has just appeared has no place yet.
+void FormScroller::showOnceLaidOut(QWidget* focused) {
+    const QPointer<QWidget> alive(focused);
+    const auto show = [this, alive] {
+        if (alive)
+            ensureWidgetVisible(alive);
+    };
+    QMetaObject::invokeMethod(this, show, Qt::QueuedConnection);
 }
 
 QSize FormScroller::sizeHint() const {

@@ -5,7 +5,7 @@
 namespace ambrel {
 
 /// As high as the form in it, which grows and shrinks, and as wide as it is told; where the screen
-/// is too low for that the form scrolls.
+/// is too low for that the form scrolls, to what has the focus.
 class FormScroller : public QScrollArea {
     Q_OBJECT
 
@@ -18,6 +18,9 @@ class FormScroller : public QScrollArea {
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void showOnceLaidOut(QWidget* focused);
 };
 
 } // namespace ambrel

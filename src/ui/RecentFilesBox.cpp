@@ -1,5 +1,7 @@
 #include "ui/RecentFilesBox.h"
 
+#include <algorithm>
+
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -61,6 +63,8 @@ void RecentFilesBox::fillRows() {
             Qt::QueuedConnection);
     }
     scroller_->setWidget(list);
+    // An area asks for room for its scroll bars, which is more than a row or two.
+    scroller_->setMinimumHeight(std::min(list->sizeHint().height(), Theme::length(70)));
     list->setAutoFillBackground(false); // the area sets it
     updateGeometry();
 }

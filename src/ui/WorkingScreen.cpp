@@ -32,7 +32,7 @@ WorkingScreen::WorkingScreen(const std::shared_ptr<AppState>& state,
     panels_->addWidget(new EQView(state, engine));
     panels_->addWidget(new Divider);
     panels_->addWidget(new LoopControl(state));
-    panels_->addStretch();
+    panels_->addStretch(1); // the panels stay as high as what is in them
 
     auto* scroller = new QScrollArea;
     scroller->setWidget(column);
