@@ -62,8 +62,7 @@ class OutputStage {
     const Boundary* oldestBoundary() noexcept;
     void dropBoundary() noexcept { boundaries_.pop(); }
 
-    /// Frames handed over when the segment ended that progress() tells of. Any
-    /// thread.
+    /// Frames handed over when the segment ended that progress() tells of. Any thread.
     std::int64_t endFrame() const noexcept { return endFrame_.load(std::memory_order_relaxed); }
 
     /// Frames of silence handed over in the middle of a run because none were ready. Any thread.

@@ -24,7 +24,7 @@ void tame(float* samples, std::size_t count) {
 
 PassReader::PassReader(std::shared_ptr<AudioFile> file, const PassCourse& course, std::int64_t from)
     : file_(std::move(file)), course_(course), next_(from),
-      mostSeam_(std::int64_t{file_->sampleRate()} * seamMs / 1000) {}
+      mostSeam_(mostSeam(file_->sampleRate())) {}
 
 std::size_t PassReader::read(float* stereo, std::size_t frames) {
     const std::int64_t end = next_ + static_cast<std::int64_t>(frames);

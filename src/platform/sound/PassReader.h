@@ -24,7 +24,8 @@ class AudioFile;
 /// thread's.
 class PassReader {
   public:
-    static constexpr int seamMs = 5;
+    /// The longest seam, in frames of a file of this rate.
+    static std::int64_t mostSeam(int fileHz) noexcept { return std::int64_t{fileHz} * 5 / 1000; }
 
     /// `course` may be changed between reads, behind what was read. It outlives the reader.
     PassReader(std::shared_ptr<AudioFile> file, const PassCourse& course, std::int64_t from);

@@ -24,7 +24,7 @@ std::size_t blocksInASecond(int rateHz) {
 /// A plan under a new announcement, read from where it makes a difference on.
 struct PlayerNode::Branch {
     BranchPoint point;
-    std::unique_ptr<PlayPlan> plan; ///< none: nothing that was read is touched
+    std::unique_ptr<PlayPlan> plan; ///< run and reader refer to it
     const PlayPlan::Run* run = nullptr;
     std::unique_ptr<RunReader> reader;
     std::vector<float> chunk;

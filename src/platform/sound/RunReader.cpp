@@ -74,7 +74,7 @@ std::size_t RunReader::read(float* stereo, std::size_t frames) {
 }
 
 std::int64_t RunReader::changesFrom(std::int64_t boundary, RatePair rates) {
-    const std::int64_t seam = std::int64_t{rates.fileHz} * PassReader::seamMs / 1000;
+    const std::int64_t seam = PassReader::mostSeam(rates.fileHz);
     if (rates.equal())
         return std::max<std::int64_t>(0, boundary - seam);
     const std::int64_t filter =

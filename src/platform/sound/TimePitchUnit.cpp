@@ -23,7 +23,7 @@ constexpr int neutralMs = 500;
 constexpr int leaveFadeMs = 10;
 /// The stretcher keeps to its course within this.
 constexpr int mostLagMs = 3;
-/// What is compared to find the lag. A power of two.
+/// What is compared to find the lag: a period of the lowest note a bass plays.
 constexpr std::size_t recentFrames = 2048;
 
 std::size_t framesIn(int ms, int sampleRateHz) {
