@@ -1,16 +1,19 @@
 #include "platform/sound/StretchLine.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ambrel {
 
-void StretchLine::begin(std::int64_t first, double rate, double cents) noexcept {
+void StretchLine::begin(std::int64_t first, double rate, double cents, std::size_t lead) noexcept {
+    constexpr double feed = Stretcher::feedFrames;
+    const double leadInput = std::ceil(static_cast<double>(lead) * rate / feed) * feed;
     stretcher_.reset(rate, cents);
-    startDelay_ = static_cast<double>(stretcher_.startDelay());
-    stretcher_.discard(stretcher_.startDelay());
+    startDelay_ = static_cast<double>(stretcher_.startDelay()) + leadInput / rate;
+    stretcher_.discard(std::llround(startDelay_));
     rate_ = rate;
     first_ = mapped_ = first;
-    fed_ = first - static_cast<std::int64_t>(pad());
+    fed_ = first - static_cast<std::int64_t>(pad()) - static_cast<std::int64_t>(leadInput);
     made_ = 0;
     map_.begin(static_cast<double>(first), rate);
 }

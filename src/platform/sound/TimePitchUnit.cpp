@@ -35,7 +35,7 @@ std::size_t framesIn(int ms, int sampleRateHz) {
 TimePitchUnit::TimePitchUnit(int sampleRateHz)
     : lines_{StretchLine(sampleRateHz), StretchLine(sampleRateHz)}, sampleRateHz_(sampleRateHz),
       input_(8 * lines_[0].pad() + 2 * framesIn(takeOverFadeMs, sampleRateHz)),
-      recent_(recentFrames) {}
+      edges_(input_, lines_[0].pad()), recent_(recentFrames) {}
 
 void TimePitchUnit::setRate(double rate) noexcept {
     rate_ = std::clamp(std::isnan(rate) ? 1.0 : rate, Stretcher::minRate, Stretcher::maxRate);
@@ -48,16 +48,18 @@ void TimePitchUnit::setPitch(double cents) noexcept {
 void TimePitchUnit::begin(std::int64_t frames) noexcept {
     length_ = std::max<std::int64_t>(0, frames);
     input_.begin();
+    edges_.begin();
     next_ = 0;
     isOutdated_ = false;
     neutralFor_ = 0;
     mode_ = neutral() ? Mode::direct : Mode::stretching;
     if (mode_ == Mode::stretching)
-        line().begin(0, rate_, cents_);
+        line().begin(0, rate_, cents_, StretchLine::leadFrames);
 }
 
 void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
     input_.rewind(frame);
+    edges_.rewind(frame);
     if (mode_ == Mode::direct || incoming().next() <= frame)
         return;
     if (mode_ == Mode::joining && !fading_)
@@ -130,7 +132,7 @@ std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t
     const std::int64_t wanted = std::min(end, length_);
     const std::int64_t until = std::max(next_, std::min(wanted, input_.taken()));
     const auto count = static_cast<std::size_t>(until - next_);
-    input_.copy(next_, length_, stereo, count);
+    input_.copy(next_, stereo, count);
     next_ = until;
     return count;
 }
@@ -150,10 +152,12 @@ std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_
 
 bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
+    // What goes before the run follows from how it begins.
+    const auto span = static_cast<std::int64_t>(line.next() < 0 ? edges_.span() : 0);
     const auto until = line.next() + static_cast<std::int64_t>(Stretcher::feedFrames);
-    if (!pull(source, until))
+    if (!pull(source, std::max(until, span)) || length_ <= 0)
         return false;
-    input_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
+    edges_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
     line.feed(stereo.data(), length_);
     return true;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/sound/EdgeFiller.h"
 #include "platform/sound/FrameBlock.h"
 #include "platform/sound/InputHistory.h"
 #include "platform/sound/StretchLine.h"
@@ -93,6 +94,7 @@ class TimePitchUnit {
     std::size_t active_ = 0;
     int sampleRateHz_;
     InputHistory input_;
+    EdgeFiller edges_;
 
     double rate_ = 1;
     double cents_ = 0;
