@@ -14,7 +14,6 @@ void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesT
     fade_.emplace(sampleRateHz);
     fadeStep_ = 0;
     decaying_ = false;
-    taken_ = 0;
 }
 
 OutputStage::Progress OutputStage::progress() const noexcept {
@@ -54,7 +53,6 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
     // Newer ones may be there already, if the gate was moved after this request began.
     while (block && block->epoch < gate.epoch) {
         ring_->pop();
-        taken_ = 0;
         dropped = true;
         block = ring_->front();
     }
@@ -62,8 +60,7 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
         roomMade_.signal();
     if (!block || block->epoch != gate.epoch || !gate.playing)
         return false;
-    if (ring_->frames() - taken_ < std::min(frames, framesToBegin_) &&
-        ring_->finishedEpoch() != gate.epoch)
+    if (ring_->frames() < std::min(frames, framesToBegin_) && ring_->finishedEpoch() != gate.epoch)
         return false;
     heardEpoch_ = gate.epoch;
     fadeStep_ = 1;
@@ -73,10 +70,11 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
 
 std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept {
     const RenderBlock& block = *ring_->front();
-    std::size_t count = std::min(frames, block.frames - taken_);
+    const std::size_t taken = ring_->taken();
+    std::size_t count = std::min(frames, block.frames - taken);
     if (out)
         count = std::min(count, fadeStep_);
-    std::memcpy(stereo, block.samples.data() + 2 * taken_, 2 * count * sizeof(float));
+    std::memcpy(stereo, block.samples.data() + 2 * taken, 2 * count * sizeof(float));
     if (count > 0) {
         applyFade(stereo, count, out);
         lastLeft_ = stereo[2 * count - 2];
@@ -88,10 +86,10 @@ std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool o
                    : block.fileFrameBegin + (block.fileFrameEnd - block.fileFrameBegin) *
                                                 double(frame) / double(block.frames);
     };
-    note(at(taken_), at(taken_ + count), count, written_);
-    taken_ += count;
+    note(at(taken), at(taken + count), count, written_);
+    ring_->take(count);
     written_ += static_cast<std::int64_t>(count);
-    if (taken_ == block.frames)
+    if (taken + count == block.frames)
         finishBlock();
     return count;
 }
@@ -110,7 +108,6 @@ void OutputStage::finishBlock() noexcept {
         segmentEnded_.signal();
     }
     ring_->pop();
-    taken_ = 0;
     roomMade_.signal();
 }
 

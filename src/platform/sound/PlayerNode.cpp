@@ -15,9 +15,14 @@ namespace {
 constexpr std::size_t firstChunkFrames = 512;
 constexpr std::size_t largestChunkFrames = 4096;
 
+/// A second at the highest rate of a device.
+constexpr std::size_t mostBlocksAhead = 768;
+/// Not paced, blocks that no longer count lie in the ring until the next pull, with those of every
+/// announcement since.
+constexpr std::size_t blocksOffline = 4096;
+
 std::size_t blocksInASecond(int rateHz) {
-    return std::min<std::size_t>(PlayerRing::blockCount,
-                                 std::size_t(rateHz) / PlayerBlock::capacity + 1);
+    return std::min(mostBlocksAhead, std::size_t(rateHz) / PlayerBlock::capacity + 1);
 }
 } // namespace
 
@@ -31,7 +36,8 @@ struct PlayerNode::Branch {
 };
 
 PlayerNode::PlayerNode(WakeUp& framesReady, bool paced)
-    : framesReady_(framesReady), paced_(paced), thread_([this] { decode(); }) {}
+    : framesReady_(framesReady), paced_(paced),
+      ring_(wake_, paced ? mostBlocksAhead : blocksOffline), thread_([this] { decode(); }) {}
 
 PlayerNode::~PlayerNode() {
     ending_ = true;
@@ -51,19 +57,25 @@ void PlayerNode::play(Segment segment, const std::optional<Continuation>& next) 
 }
 
 void PlayerNode::follow(const std::optional<Continuation>& next) {
+    std::int64_t wished = 0;
     {
         const std::scoped_lock lock(wishMutex_);
         wish_.next = next;
-        ++wished_;
+        wished = ++wished_;
     }
     wake_.signal();
+    while (!paced_ && heeded_.load(std::memory_order_acquire) < wished)
+        heard_.wait();
 }
 
 bool PlayerNode::hasAhead(std::size_t frames) noexcept {
     const std::int64_t wished = wished_.load(std::memory_order_acquire);
-    const std::size_t blocks = std::min(frames / PlayerBlock::capacity + 2, ring_.blocksAhead());
+    // Blocks are full but for one where each region of the course begins.
+    const std::size_t blocks =
+        std::min(frames / PlayerBlock::capacity + 2 + PassCourse::mostKept, ring_.blocksAhead());
     if (heeded_.load(std::memory_order_acquire) == wished &&
-        (allRead_.load(std::memory_order_acquire) == wished || ring_.readable() >= blocks))
+        (allRead_.load(std::memory_order_acquire) == wished || ring_.fresh() >= blocks ||
+         ring_.isFull()))
         return true;
     wake_.signal();
     return false;
@@ -108,6 +120,7 @@ void PlayerNode::takeWish() {
     else if (plan_)
         announce(wish.next);
     heeded_.store(taken_, std::memory_order_release);
+    heard_.signal();
     framesReady_.signal();
 }
 
@@ -115,7 +128,7 @@ void PlayerNode::beginSegment(Segment segment, const std::optional<Continuation>
     reader_ = nullptr;
     plan_ = nullptr;
     isBlockDue_ = false;
-    staleBlocks_ = 0;
+    ring_.beginFresh();
     segment_ = std::move(segment);
     if (!segment_.file)
         return;
@@ -183,10 +196,7 @@ void PlayerNode::readChunk() {
 bool PlayerNode::pushBlock() {
     if (!isBlockDue_)
         return false;
-    // Blocks of an earlier branch stay in the ring until the render thread comes to them.
-    const std::size_t filled = ring_.filled();
-    staleBlocks_ = std::min(staleBlocks_, filled);
-    if (filled >= std::min(PlayerRing::blockCount, staleBlocks_ + ring_.blocksAhead())) {
+    if (ring_.fresh() >= ring_.blocksAhead() || ring_.isFull()) {
         framesReady_.signal();
         return false;
     }
@@ -306,7 +316,7 @@ void PlayerNode::takeBranch(Branch branch) {
     plan_ = std::move(branch.plan);
     run_ = branch.run;
     branch_ = branch.point.branch;
-    staleBlocks_ = ring_.filled();
+    ring_.beginFresh();
     setPlace();
     pushed_ = branch.point.frame;
     chunk_ = std::move(branch.chunk);

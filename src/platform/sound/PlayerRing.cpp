@@ -35,6 +35,7 @@ void PlayerRing::setProgress(const Progress& progress) noexcept {
 
 void PlayerRing::pop() noexcept {
     blocks_.pop();
+    popped_.fetch_add(1, std::memory_order_release);
     taken_ = 0;
     if (blocks_.read_available() < blocksAhead_.load(std::memory_order_relaxed) * 3 / 4)
         roomMade_.signal();

@@ -31,6 +31,8 @@ void RenderThread::run() {
 
 bool RenderThread::step() {
     answerQuestion();
+    if (wiring_.demand && !isDemandHeeded())
+        return false;
     const PlayGate::State gate = wiring_.gate.get();
     if (run_.epoch != gate.epoch || isMade_) {
         if (!enterRun(gate))
@@ -39,11 +41,16 @@ bool RenderThread::step() {
     const std::size_t frames = std::min(room(), RenderBlock::capacity - block_.frames);
     if (frames == 0 || !ring_.hasRoom())
         return false;
-    if (wiring_.demand && !wiring_.player.hasAhead(timePitch_.mostInput()))
-        return false;
     const std::size_t made = pauseLeft_ > 0 ? makePause(frames) : makeFrames(frames);
     finishFrames();
     return made > 0 || isMade_;
+}
+
+/// Offline: whether frames are demanded and the player has all that they can take. Before that
+/// nothing is done, not even begun, since what is set meanwhile counts.
+bool RenderThread::isDemandHeeded() noexcept {
+    return wiring_.demand->load(std::memory_order_acquire) > 0 &&
+           wiring_.player.hasAhead(timePitch_.mostInput());
 }
 
 /// The run that is to be made next; false if there is none, or not yet.
@@ -156,9 +163,10 @@ void RenderThread::finishFrames() noexcept {
     block_.fileFrameEnd =
         isSeam || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
     const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
+    // Before the block: whoever waits for it may announce something next.
+    tellProgress();
     if (isRunOver || isSeam || block_.frames == RenderBlock::capacity || isDemandMet)
         push();
-    tellProgress();
 }
 
 void RenderThread::push() noexcept {

@@ -56,6 +56,7 @@ class RenderThread {
   private:
     void run();
     bool step();
+    bool isDemandHeeded() noexcept;
     bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
     void answerQuestion() noexcept;

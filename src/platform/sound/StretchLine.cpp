@@ -43,8 +43,11 @@ std::size_t StretchLine::take(float* stereo, std::size_t frames) noexcept {
 }
 
 double StretchLine::framesLeft(std::int64_t length) const noexcept {
-    return map_.output() + static_cast<double>(length - mapped_) / rate_ -
-           static_cast<double>(made_);
+    // The run's end may have been moved back behind what was fed.
+    const double end = length < mapped_
+                           ? map_.outputAt(static_cast<double>(length))
+                           : map_.output() + static_cast<double>(length - mapped_) / rate_;
+    return end - static_cast<double>(made_);
 }
 
 } // namespace ambrel
