@@ -223,15 +223,20 @@ bool PlayerNode::pushBlock() {
 /// The passes that the run's device frame `frame` belongs to, which go on until `until`.
 PassSpan PlayerNode::spanAt(std::int64_t frame, std::int64_t& until) const {
     const Passes& passes = run_->course.at(rates_.toFile(frame));
-    const double perFileFrame = 1 / rates_.fileFramesPerFrame();
-    const auto device = [&](std::int64_t fileFrame) {
-        return rates_.equal() ? static_cast<double>(fileFrame)
-                              : static_cast<double>(fileFrame) * perFileFrame;
-    };
     until = passes.end() >= PassCourse::open
                 ? PassCourse::open
-                : static_cast<std::int64_t>(std::ceil(device(passes.end())));
-    return {device(passes.begin), device(passes.frameCount), passes};
+                : static_cast<std::int64_t>(std::ceil(toDevice(passes.end())));
+    return span(passes);
+}
+
+PassSpan PlayerNode::span(const Passes& passes) const {
+    return {toDevice(passes.begin), toDevice(passes.frameCount), passes};
+}
+
+/// Not rounded, as a boundary need not lie on a device frame.
+double PlayerNode::toDevice(std::int64_t fileFrame) const {
+    return rates_.equal() ? static_cast<double>(fileFrame)
+                          : static_cast<double>(fileFrame) / rates_.fileFramesPerFrame();
 }
 
 RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
@@ -288,8 +293,10 @@ PlayerNode::Branch PlayerNode::prepareBranch(PlayPlan::Boundary boundary,
     if (boundary.run == run_->number)
         frame = std::min(frame, pushed_); // what is not in the ring yet is read anew
     branch.point = {
-        segment_.epoch,     branch_ + 1, boundary.run, frame, rates_.toDevice(boundary.frame),
-        runEnd(*branch.run)};
+        segment_.epoch,      branch_ + 1, boundary.run, frame, rates_.toDevice(boundary.frame),
+        runEnd(*branch.run), std::nullopt};
+    if (const Passes* following = branch.run->course.from(boundary.frame))
+        branch.point.next = span(*following);
     branch.reader = std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
     branch.chunk.resize(2 * firstChunkFrames);
     branch.chunk.resize(2 * branch.reader->read(branch.chunk.data(), firstChunkFrames));

@@ -159,8 +159,13 @@ bool PlayerRing::branch(const BranchPoint& point) noexcept {
     if (branchCount_ == branches_.size())
         return false;
     branches_[branchCount_++] = point;
-    if (point.epoch == opened_.epoch && point.run == opened_.run)
+    if (point.epoch == opened_.epoch && point.run == opened_.run) {
         end_ = point.end;
+        // The boundary may be reached before the frames behind it are read again.
+        passes_.cutAt(static_cast<double>(point.boundary));
+        if (point.next)
+            passes_.add(*point.next);
+    }
     roomMade_.signal();
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "platform/sound/SoundPriority.h"
 
@@ -150,8 +151,10 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
 void RenderThread::finishFrames() noexcept {
     const PassMap::Place before = place_;
     const PassMap::Place now = player_.passes().at(timePitch_.position());
-    // A stretcher that takes over may stand a little further back; a pass ends only once.
-    if (pauseLeft_ == 0 && now.pass.pass >= before.pass.pass)
+    // A stretcher that takes over may stand a little further back; a pass ends only once, and its
+    // play head does not go back.
+    if (pauseLeft_ == 0 &&
+        std::pair(now.pass.pass, now.fileFrame) >= std::pair(before.pass.pass, before.fileFrame))
         place_ = now;
     const RunEnd end = player_.end();
     const bool isRunOver = isMade_ && pauseLeft_ == 0;
