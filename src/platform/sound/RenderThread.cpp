@@ -71,6 +71,7 @@ void RenderThread::begin(const RunPlace& run) {
     isMade_ = false;
     pauseLeft_ = run.pauseFrames;
     fadeInStep_ = isFollowing ? 0 : fade_.frames();
+    endGain_ = 1;
     if (!isFollowing)
         block_.frames = 0;
     block_.epoch = run.epoch;
@@ -202,16 +203,21 @@ void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
     }
 }
 
-/// The run's last 3 ms, so that it does not break off with a click.
-void RenderThread::fadeEnd(float* stereo, std::size_t frames) const noexcept {
-    const std::int64_t left = timePitch_.framesLeft();
-    if (left >= static_cast<std::int64_t>(fade_.frames()))
+/// The run's last 3 ms, so that it does not break off with a click. Where another speed brings the
+/// end nearer or takes it away, the gain goes on from where it is.
+void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
+    const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, timePitch_.framesLeft()));
+    if (left >= fade_.frames() && endGain_ == 1)
         return;
+    const float recovery = 1 / static_cast<float>(fade_.frames());
     for (std::size_t i = 0; i < frames; ++i) {
-        const std::int64_t behind = left + static_cast<std::int64_t>(frames - 1 - i);
-        const float gain = fade_.gain(static_cast<std::size_t>(std::max<std::int64_t>(0, behind)));
-        stereo[2 * i] *= gain;
-        stereo[2 * i + 1] *= gain;
+        const std::size_t behind = left + frames - 1 - i;
+        if (behind < fade_.frames())
+            endGain_ *= fade_.gain(behind) / fade_.gain(behind + 1);
+        else
+            endGain_ = std::min(1.0F, endGain_ + recovery);
+        stereo[2 * i] *= endGain_;
+        stereo[2 * i + 1] *= endGain_;
     }
 }
 

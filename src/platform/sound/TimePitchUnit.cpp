@@ -16,6 +16,8 @@ constexpr double catchUpSpeed = 6;
 /// More past than the stretcher must have heard to sound like what is being played.
 constexpr std::int64_t settleFrames = 1024;
 constexpr int takeOverFadeMs = 5;
+/// What the end of a run is faded out in, behind this unit.
+constexpr int endFadeMs = 3;
 
 /// Back at normal, the stretcher is heard a while longer: it takes time to come to rest, and the
 /// next change may be near.
@@ -116,14 +118,14 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
 }
 
 std::int64_t TimePitchUnit::framesLeft() const noexcept {
-    return isDirect() ? length_ - next_ : std::llround(line().framesLeft(length_));
+    return isDirect() ? length_ - next_ : std::llround(leading().framesLeft(length_));
 }
 
 double TimePitchUnit::position() const noexcept {
     if (isDirect())
         return static_cast<double>(next_);
     const auto length = static_cast<double>(length_);
-    return finished() ? length : std::clamp(line().position(), 0.0, length);
+    return finished() ? length : std::clamp(leading().position(), 0.0, length);
 }
 
 std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t frames) noexcept {
@@ -138,13 +140,19 @@ std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t
 }
 
 std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+    const std::int64_t left = std::max<std::int64_t>(0, framesLeft());
+    return takeFrom(line(), source, stereo,
+                    static_cast<std::size_t>(std::min(static_cast<std::int64_t>(frames), left)));
+}
+
+/// Beyond the run's end too.
+std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float* stereo,
+                                    std::size_t frames) noexcept {
     std::size_t done = 0;
-    while (done < frames && !finished()) {
-        const auto wanted = static_cast<std::size_t>(
-            std::min(static_cast<std::int64_t>(frames - done), framesLeft()));
-        const std::size_t count = line().take(stereo + 2 * done, wanted);
+    while (done < frames) {
+        const std::size_t count = line.take(stereo + 2 * done, frames - done);
         done += count;
-        if (count == 0 && !feed(line(), source))
+        if (count == 0 && !feed(line, source))
             break;
     }
     return done;
@@ -195,7 +203,9 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
     const double began = position();
     const std::size_t count =
         isJoining ? direct(source, stereo, frames) : stretch(source, stereo, frames);
-    if (!fading_ && (!dropTo(began) || incoming().available() < fadeFrames_ + count))
+    if (!fading_ && (!dropTo(began) || incoming().available() < fadeFrames_ + count ||
+                     !mayFade(std::min<std::int64_t>(
+                         framesLeft(), std::llround(incoming().framesLeft(length_))))))
         return count;
     if (!fading_)
         faded_ = 0;
@@ -207,6 +217,12 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
     if (faded_ >= fadeFrames_)
         endTakeOver();
     return count;
+}
+
+/// Nothing is faded that would not be over before the run's own end fades out.
+bool TimePitchUnit::mayFade(std::int64_t framesLeft) const noexcept {
+    return framesLeft >= static_cast<std::int64_t>(fadeFrames_ + blockFrames +
+                                                   framesIn(endFadeMs, sampleRateHz_));
 }
 
 void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) noexcept {
@@ -260,7 +276,8 @@ void TimePitchUnit::beginLeaving() noexcept {
     const auto most = static_cast<std::int64_t>(framesIn(mostLagMs, sampleRateHz_));
     const std::int64_t here = std::llround(line().position());
     const auto count = static_cast<std::int64_t>(recentFrames);
-    if (here - count - most < 0 || here + most > length_ ||
+    fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
+    if (here - count - most < 0 || !mayFade(length_ - here - most) ||
         here + most + 2 * static_cast<std::int64_t>(blockFrames) > input_.taken())
         return; // too near to an end: later, or not at all
     std::array<float, recentFrames> heard{};
@@ -277,7 +294,6 @@ void TimePitchUnit::beginLeaving() noexcept {
     }
     mode_ = Mode::leaving;
     next_ = here + best;
-    fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
     faded_ = 0;
 }
 
