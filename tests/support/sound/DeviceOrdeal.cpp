@@ -139,6 +139,17 @@ double DeviceOrdeal::lostSeconds() const {
     return std::abs(lost) / double(std::max<std::size_t>(1, disturbances_.size()));
 }
 
+/// The silence that the device was given there, and its longest time without a request.
+LoopedTones::Sight DeviceOrdeal::gapsBetweenChanges() const {
+    LoopedTones::Sight all;
+    for (const LoopedTones::Sight& sight : account_.sights)
+        if (!isDisturbed(sight.when - 100ms, sight.when)) {
+            all.silenceMs += sight.silenceMs;
+            all.gapMs = std::max(all.gapMs, sight.gapMs);
+        }
+    return all;
+}
+
 /// How far apart the play head was from what the sink played at that moment.
 double DeviceOrdeal::worstPlayHeadMs() const {
     double worst = 0;
@@ -172,9 +183,10 @@ std::vector<Measure> DeviceOrdeal::finish(Margins margins) {
         worst.slipSeconds = std::max(worst.slipSeconds, found.slipSeconds);
         worst.glitches += found.glitches;
     }
+    const LoopedTones::Sight gaps = gapsBetweenChanges();
     const bool exact = margins == Margins::exact;
     return {
-        {"play head off the clock", "ms", worstPaceMs(), exact ? 100.0 : 200.0},
+        {"play head off the clock", "ms", worstPaceMs(), exact ? 100.0 : 150.0},
         {"play head going back", "", double(account_.backwards), 0, false},
         {"play head lost at a change", "s", lostSeconds(), exact ? 1.0 : 2.0},
         {"play head beside the sound", "ms", worstPlayHeadMs(), exact ? 60.0 : 200.0},
@@ -184,6 +196,9 @@ std::vector<Measure> DeviceOrdeal::finish(Margins margins) {
         {"sound back after", "s", slowestReturnSeconds_, exact ? 3.0 : 8.0},
         {"off the pitch", "cents", worst.cents, 1},
         {"off the level", "dB", worst.levelDb, 1},
+        {"silence given to the device", "ms", gaps.silenceMs, exact ? 0.0 : 100.0},
+        // After so long the clock would stand in.
+        {"device asked for nothing for", "ms", gaps.gapMs, exact ? 100.0 : 1000.0},
         {"clicks and gaps", "", double(worst.glitches), exact ? 0.0 : 20.0},
         {"left out or heard twice", "ms", 1000 * worst.slipSeconds, exact ? 2.0 : 200.0},
     };

@@ -77,6 +77,7 @@ class DeviceOrdeal {
                       Clock::time_point there) const;
     double worstPaceMs() const;
     double lostSeconds() const;
+    LoopedTones::Sight gapsBetweenChanges() const;
     double worstPlayHeadMs() const;
     bool isDisturbed(Clock::time_point begin, Clock::time_point end) const;
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <numbers>
 
-#include "platform/sound/DeviceOutput.h"
 #include "support/SyntheticFile.h"
 
 namespace ambrel::test {
@@ -42,7 +41,8 @@ LoopedTones::Account LoopedTones::finish() {
 }
 
 void LoopedTones::run() {
-    graph_ = std::make_unique<AudioGraph>(std::make_unique<DeviceOutput>());
+    output_ = new CountingOutput;
+    graph_ = std::make_unique<AudioGraph>(std::unique_ptr<AudioOutput>(output_));
     const auto file = tones();
     const auto schedule = [&] {
         graph_->scheduleSegment(file, startFrame, passFrames, nextCompletion(), samePass);
@@ -78,7 +78,10 @@ void LoopedTones::look() {
     account_.backwards += isSamePass && seconds < lastSeconds_ ? 1 : 0;
     lastPass_ = account_.passes;
     lastSeconds_ = seconds;
-    account_.sights.push_back({Clock::now(), seconds});
+    const double silenceMs = output_->silenceMs();
+    account_.sights.push_back(
+        {Clock::now(), seconds, silenceMs - silenceMs_, output_->takeLongestGapMs()});
+    silenceMs_ = silenceMs;
 }
 
 AudioGraph::Completion LoopedTones::nextCompletion() {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/sound/AudioGraph.h"
+#include "support/sound/CountingOutput.h"
 
 namespace ambrel::test {
 
@@ -31,6 +32,10 @@ class LoopedTones {
     struct Sight {
         Clock::time_point when;
         double seconds = 0; ///< of all that was heard, passes added up
+        /// Since the last one: silence that the device was given, and its longest time without a
+        /// request.
+        double silenceMs = 0;
+        double gapMs = 0;
     };
 
     struct Account {
@@ -54,7 +59,9 @@ class LoopedTones {
     AudioGraph::Completion nextCompletion();
 
     std::atomic<bool> ending_{false};
-    Account account_;                                          ///< the client thread's
+    Account account_;                  ///< the client thread's
+    CountingOutput* output_ = nullptr; ///< the graph's
+    double silenceMs_ = 0;
     std::unique_ptr<AudioGraph> graph_;                        ///< the same
     std::vector<std::shared_ptr<std::atomic<int>>> completed_; ///< how often, pass by pass
     double lastSeconds_ = 0;
