@@ -8,6 +8,7 @@
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/DeviceOutput.h"
+#include "support/sound/CountingOutput.h"
 
 #include <benchmark/benchmark.h>
 
@@ -119,53 +120,6 @@ class Tone final : public AudioFile {
     std::filesystem::path path_ = "/tone";
 };
 
-/// The default device, which counts the silence that it is given within the sound.
-class CountingOutput final : public AudioOutput, private FrameSource {
-  public:
-    void open(FrameSource& source) override {
-        source_ = &source;
-        device_.open(*this);
-    }
-    void start() override { device_.start(); }
-    void stop() override { device_.stop(); }
-    std::int64_t framesHeard() const noexcept override { return device_.framesHeard(); }
-
-    bool hasBegun() const { return sounding_; }
-    std::int64_t framesMissed() const { return missed_; }
-    std::int64_t framesRendered() const { return rendered_; }
-    double longestGapMs() const { return longestGapMs_; }
-    void forget() {
-        missed_ = 0;
-        longestGapMs_ = 0;
-    }
-
-  private:
-    void prepare(int sampleRateHz, std::size_t largestRequest) override {
-        source_->prepare(sampleRateHz, largestRequest);
-    }
-    void render(float* stereo, std::size_t frames) noexcept override {
-        source_->render(stereo, frames);
-        const auto now = SoundClock::now();
-        const std::chrono::duration<double, std::milli> gap = now - last_;
-        last_ = now;
-        longestGapMs_ = std::max(longestGapMs_.load(), gap.count());
-        rendered_ += static_cast<std::int64_t>(frames);
-        for (std::size_t i = 0; i < 2 * frames; i += 2) {
-            const bool silent = stereo[i] == 0 && stereo[i + 1] == 0;
-            sounding_ = sounding_ || !silent;
-            missed_ += sounding_ && silent ? 1 : 0;
-        }
-    }
-
-    FrameSource* source_ = nullptr;
-    SoundClock::time_point last_ = SoundClock::now();
-    std::atomic<bool> sounding_ = false;
-    std::atomic<std::int64_t> missed_ = 0;
-    std::atomic<std::int64_t> rendered_ = 0;
-    std::atomic<double> longestGapMs_ = 0;
-    DeviceOutput device_; // ends first
-};
-
 /// Two programs of their own, as busy as can be.
 class Load {
   public:
@@ -195,7 +149,7 @@ class Load {
 
 void playUnderLoad(int seconds) {
     const Load load;
-    auto* const output = new CountingOutput;
+    auto* const output = new test::CountingOutput;
     AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
     const auto file = std::make_shared<Tone>();
     for (const int percent : {100, 75, 40}) {
@@ -204,7 +158,8 @@ void playUnderLoad(int seconds) {
         graph.start();
         graph.play();
         std::this_thread::sleep_for(1s);
-        output->forget();
+        const double silenceMs = output->silenceMs();
+        output->takeLongestGapMs();
         // The device runs dry when everything rendered has been heard.
         std::int64_t dry = 0;
         const auto end = SoundClock::now() + std::chrono::seconds(seconds) / 3;
@@ -214,8 +169,8 @@ void playUnderLoad(int seconds) {
         }
         std::printf("%d %%, %d s, two busy programs: %.1f ms of silence within the sound, longest "
                     "time between two requests %.1f ms, milliseconds run dry %lld\n",
-                    percent, seconds / 3, static_cast<double>(output->framesMissed()) / 48,
-                    output->longestGapMs(), static_cast<long long>(dry));
+                    percent, seconds / 3, output->silenceMs() - silenceMs,
+                    output->takeLongestGapMs(), static_cast<long long>(dry));
         std::fflush(stdout);
         graph.stop();
     }

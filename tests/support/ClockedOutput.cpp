@@ -5,6 +5,10 @@
 
 namespace ambrel::test {
 
+namespace {
+constexpr std::chrono::milliseconds longestLag{50};
+} // namespace
+
 ClockedOutput::ClockedOutput(int sampleRateHz, std::size_t request, double speed)
     : sampleRateHz_(sampleRateHz), request_(request), speed_(speed) {}
 
@@ -20,11 +24,12 @@ void ClockedOutput::open(FrameSource& source) {
     thread_ = std::thread([this] { run(); });
 }
 
-void ClockedOutput::replaceDevice(int sampleRateHz, std::size_t request) {
+std::int64_t ClockedOutput::replaceDevice(int sampleRateHz, std::size_t request) {
     const std::scoped_lock lock(mutex_);
     sampleRateHz_ = sampleRateHz;
     request_ = request;
     source_->prepare(sampleRateHz, request);
+    return written_;
 }
 
 std::vector<float> ClockedOutput::frames() const {
@@ -57,6 +62,8 @@ void ClockedOutput::run() {
             next += std::chrono::nanoseconds(
                 static_cast<std::int64_t>(1e9 * double(request_) / sampleRateHz_ / speed_));
         }
+        // What a device could not ask for in time it asks for no more.
+        next = std::max(next, std::chrono::steady_clock::now() - longestLag);
         std::this_thread::sleep_until(next);
     }
 }

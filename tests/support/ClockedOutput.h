@@ -23,8 +23,8 @@ class ClockedOutput final : public AudioOutput {
     void stop() override { running_ = false; }
     std::int64_t framesHeard() const noexcept override { return heard_; }
 
-    /// Another device takes over, at another rate.
-    void replaceDevice(int sampleRateHz, std::size_t request);
+    /// Another device takes over, at another rate. Returns the frames given to those before it.
+    std::int64_t replaceDevice(int sampleRateHz, std::size_t request);
 
     bool isRunning() const { return running_; }
     std::int64_t framesWritten() const { return written_; }

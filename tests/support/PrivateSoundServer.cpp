@@ -37,8 +37,23 @@ bool answers(const QByteArray& path) {
     return connected;
 }
 
-QString sinkArguments(const QString& name, int sampleRateHz) {
-    return QStringLiteral("sink_name=%1 norewinds=1 rate=%2").arg(name).arg(sampleRateHz);
+QString channelMap(int channels) {
+    switch (channels) {
+    case 1:
+        return QStringLiteral("mono");
+    case 2:
+        return QStringLiteral("front-left,front-right");
+    default:
+        return QStringLiteral("front-left,front-right,rear-left,rear-right,front-center,lfe");
+    }
+}
+
+QString sinkArguments(const QString& name, const SinkShape& shape) {
+    return QStringLiteral("sink_name=%1 norewinds=1 rate=%2 channels=%3 channel_map=%4")
+        .arg(name)
+        .arg(shape.sampleRateHz)
+        .arg(shape.channels)
+        .arg(channelMap(shape.channels));
 }
 
 } // namespace
@@ -53,7 +68,7 @@ PrivateSoundServer::~PrivateSoundServer() {
     kill();
 }
 
-void PrivateSoundServer::start(int sampleRateHz) {
+void PrivateSoundServer::start(const SinkShape& shape) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), folder_.path());
     environment.insert(QStringLiteral("PULSE_RUNTIME_PATH"), folder_.path());
@@ -65,7 +80,7 @@ void PrivateSoundServer::start(int sampleRateHz) {
          QStringLiteral("--system=no"), QStringLiteral("--use-pid-file=no"),
          QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--log-level=error"),
          QStringLiteral("-L"),
-         QStringLiteral("module-null-sink ") + sinkArguments(QStringLiteral("one"), sampleRateHz),
+         QStringLiteral("module-null-sink ") + sinkArguments(QStringLiteral("one"), shape),
          QStringLiteral("-L"),
          QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=") + socketPath()});
     QVERIFY2(process_.waitForStarted(), "pulseaudio is not installed");
@@ -88,27 +103,42 @@ void PrivateSoundServer::goOn() {
     ::kill(static_cast<pid_t>(process_.processId()), SIGCONT);
 }
 
-void PrivateSoundServer::addSink(const QString& name) {
+void PrivateSoundServer::addSink(const QString& name, const SinkShape& shape) {
     control(QStringList{QStringLiteral("load-module"), QStringLiteral("module-null-sink")} +
-            sinkArguments(name, 48'000).split(u' '));
+            sinkArguments(name, shape).split(u' '));
 }
 
-void PrivateSoundServer::control(const QStringList& arguments) {
+void PrivateSoundServer::removeSink(const QString& name) {
+    const QString modules =
+        control({QStringLiteral("list"), QStringLiteral("short"), QStringLiteral("modules")});
+    for (const QString& module : modules.split(u'\n'))
+        if (module.contains(QStringLiteral("sink_name=%1 ").arg(name)))
+            control({QStringLiteral("unload-module"), module.section(u'\t', 0, 0)});
+}
+
+void PrivateSoundServer::makeDefault(const QString& name) {
+    control({QStringLiteral("set-default-sink"), name});
+}
+
+QString PrivateSoundServer::control(const QStringList& arguments) {
     QProcess pactl;
     pactl.start(QStringLiteral("pactl"), arguments);
     pactl.waitForFinished(patienceMilliseconds);
+    return QString::fromUtf8(pactl.readAllStandardOutput());
 }
 
 QString PrivateSoundServer::socketPath() const {
     return folder_.filePath(QStringLiteral("socket"));
 }
 
-SinkRecorder::SinkRecorder(const QString& sink) {
-    startChild(process_,
-               {QStringLiteral("parec"), QStringLiteral("--raw"),
-                QStringLiteral("--format=float32le"), QStringLiteral("--rate=%1").arg(sampleRateHz),
-                QStringLiteral("--channels=2"), QStringLiteral("--latency-msec=5"),
-                QStringLiteral("--device=%1.monitor").arg(sink)});
+SinkRecorder::SinkRecorder(const QString& sink, const SinkShape& shape) : shape_(shape) {
+    startChild(process_, {QStringLiteral("parec"), QStringLiteral("--raw"),
+                          QStringLiteral("--format=float32le"),
+                          QStringLiteral("--rate=%1").arg(shape.sampleRateHz),
+                          QStringLiteral("--channels=%1").arg(shape.channels),
+                          QStringLiteral("--channel-map=") + channelMap(shape.channels),
+                          QStringLiteral("--latency-msec=5"),
+                          QStringLiteral("--device=%1.monitor").arg(sink)});
     next();
 }
 
@@ -119,7 +149,7 @@ SinkRecorder::~SinkRecorder() {
 
 std::vector<float> SinkRecorder::record(std::chrono::milliseconds duration) {
     next();
-    const auto wanted = static_cast<std::size_t>(duration.count()) * sampleRateHz / 1000;
+    const auto wanted = static_cast<std::size_t>(duration.count() * shape_.sampleRateHz / 1000);
     std::vector<float> samples;
     while (samples.size() < wanted) {
         const std::vector<float> more = next();
@@ -132,22 +162,28 @@ std::vector<float> SinkRecorder::record(std::chrono::milliseconds duration) {
     return samples;
 }
 
-std::vector<float> SinkRecorder::next() {
-    constexpr qsizetype frameBytes = 2 * sizeof(float);
-    while (rest_.size() < frameBytes) {
-        if (process_.bytesAvailable() == 0 && !process_.waitForReadyRead(patienceMilliseconds)) {
-            return {};
-        }
-        rest_ += process_.readAllStandardOutput();
-    }
-    const qsizetype frames = rest_.size() / frameBytes;
-    std::vector<float> samples(static_cast<std::size_t>(frames));
-    for (qsizetype frame = 0; frame < frames; ++frame) {
-        std::memcpy(&samples[static_cast<std::size_t>(frame)],
-                    rest_.constData() + frame * frameBytes, sizeof(float));
-    }
-    rest_.remove(0, frames * frameBytes);
+std::vector<float> SinkRecorder::available() {
+    process_.waitForReadyRead(0);
+    rest_ += process_.readAllStandardOutput();
+    const qsizetype frameBytes = shape_.channels * qsizetype(sizeof(float));
+    const qsizetype bytes = rest_.size() / frameBytes * frameBytes;
+    std::vector<float> samples(static_cast<std::size_t>(bytes) / sizeof(float));
+    std::memcpy(samples.data(), rest_.constData(), static_cast<std::size_t>(bytes));
+    rest_.remove(0, bytes);
     return samples;
+}
+
+std::vector<float> SinkRecorder::next() {
+    std::vector<float> samples = available();
+    while (samples.empty() && process_.waitForReadyRead(patienceMilliseconds)) {
+        samples = available();
+    }
+    const auto channels = static_cast<std::size_t>(shape_.channels);
+    std::vector<float> left;
+    for (std::size_t at = 0; at < samples.size(); at += channels) {
+        left.push_back(samples[at]);
+    }
+    return left;
 }
 
 double level(const std::vector<float>& samples) {

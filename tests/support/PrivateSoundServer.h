@@ -11,6 +11,12 @@
 
 namespace ambrel {
 
+/// What a sink plays: 1, 2 or 6 channels, of which the first two are the left and the right.
+struct SinkShape {
+    int sampleRateHz = 48'000;
+    int channels = 2;
+};
+
 /// A PulseAudio of the test's own, whose sinks play to nobody.
 ///
 /// From construction on, this process and its children see no other server. The server ends with
@@ -21,8 +27,8 @@ class PrivateSoundServer {
     PrivateSoundServer();
     ~PrivateSoundServer();
 
-    /// Returns when it answers, with one sink named "one" at `sampleRateHz`.
-    void start(int sampleRateHz = 48'000);
+    /// Returns when it answers, with one sink named "one".
+    void start(const SinkShape& shape = {});
 
     /// Ends it at once, as a crash would.
     void kill();
@@ -31,10 +37,12 @@ class PrivateSoundServer {
     void hang();
     void goOn();
 
-    void addSink(const QString& name);
+    void addSink(const QString& name, const SinkShape& shape = {});
+    void removeSink(const QString& name);
+    void makeDefault(const QString& name);
 
-    /// pactl ARGUMENTS…
-    void control(const QStringList& arguments);
+    /// pactl ARGUMENTS…, and what it prints.
+    QString control(const QStringList& arguments);
 
   private:
     QString socketPath() const;
@@ -46,19 +54,22 @@ class PrivateSoundServer {
 /// Records what a sink plays, from construction on.
 class SinkRecorder {
   public:
-    static constexpr int sampleRateHz = 48'000;
-
-    /// Returns when the recording runs.
-    explicit SinkRecorder(const QString& sink = QStringLiteral("one"));
+    /// Returns when the recording runs. Another shape than the sink's has the server convert, and
+    /// may set the rate of a sink that nothing plays on.
+    explicit SinkRecorder(const QString& sink = QStringLiteral("one"), const SinkShape& shape = {});
     ~SinkRecorder();
 
     /// The left channel of what is played during the next `duration`.
     std::vector<float> record(std::chrono::milliseconds duration);
 
+    /// All channels, interleaved, of what has been played since last asked. Does not wait.
+    std::vector<float> available();
+
   private:
     /// The left channel of what has been played since last asked; waits for at least one frame.
     std::vector<float> next();
 
+    SinkShape shape_;
     QProcess process_;
     QByteArray rest_;
 };

@@ -7,9 +7,6 @@
 
 namespace ambrel::test {
 
-namespace {
-
-/// The part of the sound at one frequency, Hann-weighted.
 std::complex<double> partAt(std::span<const float> mono, std::size_t from, std::size_t count,
                             double radiansPerSample) {
     std::complex<double> sum = 0;
@@ -21,8 +18,6 @@ std::complex<double> partAt(std::span<const float> mono, std::size_t from, std::
     }
     return sum;
 }
-
-} // namespace
 
 std::vector<float> channelOf(std::span<const float> stereo, std::size_t channel) {
     std::vector<float> mono(stereo.size() / 2);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <complex>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -8,6 +9,11 @@ namespace ambrel::test {
 
 /// One channel (0 or 1) of interleaved stereo.
 std::vector<float> channelOf(std::span<const float> stereo, std::size_t channel);
+
+/// The part of `count` samples from `from` on at one frequency, Hann-weighted: a steady tone of
+/// that frequency has the same one wherever it is looked at, of `count` ÷ 4 times its amplitude.
+std::complex<double> partAt(std::span<const float> mono, std::size_t from, std::size_t count,
+                            double radiansPerSample);
 
 struct Tone {
     double hz = 0;

@@ -3,11 +3,13 @@
 #include "platform/sound/AudioOutput.h"
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <numbers>
+#include <thread>
 #include <vector>
 
 namespace ambrel {
@@ -18,7 +20,11 @@ class ToneSource : public FrameSource {
     static constexpr double frequencyHz = 1'000;
     static constexpr double amplitude = 0.25;
 
+    /// How long preparing takes.
+    std::chrono::milliseconds preparation{0};
+
     void prepare(int sampleRateHz, std::size_t largestRequest) override {
+        std::this_thread::sleep_for(preparation);
         const std::lock_guard lock(mutex_);
         rates_.push_back(sampleRateHz);
         largestRequest_ = largestRequest;

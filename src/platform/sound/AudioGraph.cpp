@@ -117,7 +117,7 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     const OutputStage::Progress progress = stage_.progress();
     const bool begun = segment_ && progress.epoch >= segment_->firstEpoch;
     if (segment_ && !(begun && progress.ended))
-        playFrom(begun ? stage_.place() : OutputStage::Place{segment_->first, 0});
+        playFrom(begun ? stage_.place() : OutputStage::Place{segment_->first});
 }
 
 void AudioGraph::Impl::render(float* stereo, std::size_t frames) noexcept {
@@ -145,7 +145,7 @@ void AudioGraph::Impl::playFrom(const OutputStage::Place& place) {
     player_.play({epoch_,
                   segment_->file,
                   {-static_cast<std::int64_t>(place.fileFrame), pass.startFrame, pass.frameCount, 1,
-                   pass.pass, 0},
+                   pass.pass, place.pauseSeconds},
                   rateHz_},
                  segment_->next);
     gate_.set({epoch_, gate_.get().playing});
@@ -177,7 +177,7 @@ void AudioGraph::Impl::schedule(Segment segment, Completion completion) {
     watch_->setActive(false);
     gate_.set({epoch_, false});
     if (rateHz_ > 0)
-        playFrom({segment_->first, 0});
+        playFrom({segment_->first});
 }
 
 void AudioGraph::Impl::follow(const std::optional<Continuation>& next) {

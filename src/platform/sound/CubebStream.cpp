@@ -8,6 +8,8 @@ namespace ambrel {
 
 namespace {
 
+/// Less runs dry on a busy machine, whatever the rate.
+constexpr std::uint32_t smallestLatencyMs = 25;
 constexpr std::uint32_t smallestLatencyFrames = 1'200;
 
 cubeb_stream_params parameters(int sampleRateHz) {
@@ -72,7 +74,8 @@ std::uint32_t CubebStream::latencyFrames(const CubebContext& context, int sample
     if (cubeb_get_min_latency(context.get(), &wanted, &least) != CUBEB_OK) {
         least = 0;
     }
-    return std::max(least, smallestLatencyFrames);
+    const auto rate = static_cast<std::uint32_t>(sampleRateHz);
+    return std::max({least, smallestLatencyFrames, rate * smallestLatencyMs / 1000});
 }
 
 } // namespace ambrel

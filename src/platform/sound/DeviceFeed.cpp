@@ -5,7 +5,7 @@
 namespace ambrel {
 
 DeviceFeed::DeviceFeed(DeviceLink& link, int sampleRateHz)
-    : link_(link), sampleRateHz_(sampleRateHz) {
+    : link_(link), sampleRateHz_(sampleRateHz), fade_(sampleRateHz) {
     link_.requests = 0;
     link_.lastRequest = SoundClock::now();
 }
@@ -21,8 +21,10 @@ void DeviceFeed::fill(float* stereo, std::size_t frames) noexcept {
     }
     if (first) {
         note(*first);
+        fadeIn(stereo, frames);
     } else {
         std::fill_n(stereo, 2 * frames, 0.0F);
+        fadeStep_ = 0;
     }
     silent_ = !first;
     written_ += static_cast<std::int64_t>(frames);
@@ -41,6 +43,13 @@ void DeviceFeed::note(std::int64_t renderedFrame) noexcept {
     const Span span = {written_, renderedFrame};
     if (!goesOn && spans_.push(span)) {
         writing_ = span;
+    }
+}
+
+void DeviceFeed::fadeIn(float* stereo, std::size_t frames) noexcept {
+    for (std::size_t i = 0; i < frames && fadeStep_ < fade_.frames(); ++i, ++fadeStep_) {
+        stereo[2 * i] *= fade_.gain(fadeStep_);
+        stereo[2 * i + 1] *= fade_.gain(fadeStep_);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/sound/CubebStream.h"
 #include "platform/sound/DeviceLink.h"
+#include "platform/sound/Fade.h"
 
 #include <boost/lockfree/spsc_queue.hpp>
 
@@ -12,7 +13,8 @@
 namespace ambrel {
 
 /// Feeds one stream from the gate, with silence while no frames are wanted or it has not the turn,
-/// and knows which rendered frame lies where in the stream.
+/// and knows which rendered frame lies where in the stream. After silence the frames come in with a
+/// short fade: a device that returns does so in the middle of the music.
 class DeviceFeed : public CubebStream::Client {
   public:
     DeviceFeed(DeviceLink& link, int sampleRateHz);
@@ -42,6 +44,7 @@ class DeviceFeed : public CubebStream::Client {
     };
 
     void note(std::int64_t renderedFrame) noexcept;
+    void fadeIn(float* stereo, std::size_t frames) noexcept;
 
     DeviceLink& link_;
     const int sampleRateHz_;
@@ -52,6 +55,8 @@ class DeviceFeed : public CubebStream::Client {
     // Device callback only.
     std::int64_t written_ = 0;
     std::optional<Span> writing_;
+    Fade fade_;
+    std::size_t fadeStep_ = 0;
 
     boost::lockfree::spsc_queue<Span, boost::lockfree::capacity<64>> spans_;
 

@@ -91,10 +91,8 @@ SoundClock::time_point DeviceOutput::tickOrWatch(NullClock& clock, SoundClock::t
         if (deviceIsExpected(now)) {
             return now + watchInterval;
         }
-        if (link_->gate.sampleRateHz() == 0) {
-            link_->gate.prepare(NullClock::defaultSampleRateHz,
-                                NullClock::defaultSampleRateHz / 100);
-        }
+        link_->gate.prepareIfNever(NullClock::defaultSampleRateHz,
+                                   NullClock::defaultSampleRateHz / 100);
         ticking_ = true;
         clock.begin(now);
     }

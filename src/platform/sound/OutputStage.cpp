@@ -11,6 +11,7 @@ OutputStage::OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segment
 void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin) {
     ring_ = &ring;
     framesToBegin_ = framesToBegin;
+    sampleRateHz_ = sampleRateHz;
     fade_.emplace(sampleRateHz);
     fadeStep_ = 0;
     decaying_ = false;
@@ -80,13 +81,7 @@ std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool o
         lastLeft_ = stereo[2 * count - 2];
         lastRight_ = stereo[2 * count - 1];
     }
-    const auto at = [&](std::size_t frame) {
-        return block.frames == 0
-                   ? block.fileFrameEnd
-                   : block.fileFrameBegin + (block.fileFrameEnd - block.fileFrameBegin) *
-                                                double(frame) / double(block.frames);
-    };
-    note(at(taken), at(taken + count), count, written_);
+    note(block.fileFrameAt(taken), block.fileFrameAt(taken + count), count, written_);
     ring_->take(count);
     written_ += static_cast<std::int64_t>(count);
     if (taken + count == block.frames)
@@ -104,7 +99,7 @@ void OutputStage::finishBlock() noexcept {
         segmentEnded_.signal();
     } else if (block.passEnds) {
         boundaries_.push({block.epoch, written_, block.next});
-        place_ = {block.next, 0};
+        place_ = {block.next, 0, block.next.pauseSeconds};
         segmentEnded_.signal();
     }
     ring_->pop();
@@ -142,7 +137,8 @@ void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcep
 }
 
 void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {
-    const PassBegin& pass = ring_->front()->pass;
+    const RenderBlock& block = *ring_->front();
+    const PassBegin& pass = block.pass;
     if (entry_.frames > 0 && (entry_.epoch != heardEpoch_ || entry_.pass != pass.pass)) {
         log_.write(entry_);
         entry_ = {};
@@ -151,7 +147,9 @@ void OutputStage::note(double from, double to, std::size_t frames, std::int64_t 
         entry_ = {heardEpoch_, pass.pass, at, 0, from, to};
     entry_.frames += static_cast<std::int64_t>(frames);
     entry_.fileFrameEnd = to;
-    place_ = {pass, to};
+    const std::int64_t pauseLeft =
+        block.pauseFrames - static_cast<std::int64_t>(ring_->taken() + frames);
+    place_ = {pass, to, double(std::max<std::int64_t>(0, pauseLeft)) / sampleRateHz_};
     progressEpoch_.store(heardEpoch_, std::memory_order_release);
 }
 

@@ -30,8 +30,9 @@ class OutputStage {
 
     /// How far that is.
     struct Place {
-        PassBegin pass;       ///< being handed over, or the next where one has ended
-        double fileFrame = 0; ///< counted from the pass's first
+        PassBegin pass;          ///< being handed over, or the next where one has ended
+        double fileFrame = 0;    ///< counted from the pass's first
+        double pauseSeconds = 0; ///< of silence that is left before it
     };
 
     /// The end of a pass that another follows.
@@ -81,6 +82,7 @@ class OutputStage {
     WakeUp& segmentEnded_;
     RenderRing* ring_ = nullptr;
     std::size_t framesToBegin_ = 0;
+    int sampleRateHz_ = 0;
     std::optional<Fade> fade_;
     PlayheadLog log_;
 

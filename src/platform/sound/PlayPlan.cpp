@@ -18,7 +18,7 @@ std::optional<Continuation> withoutFirst(Continuation next) {
 } // namespace
 
 PlayPlan::PlayPlan(const Passes& first, const std::optional<Continuation>& next)
-    : runs_{{0, PassCourse(first), 0, std::nullopt}} {
+    : runs_{{0, PassCourse(first), first.pauseSeconds, std::nullopt}} {
     follow({0, first.end()}, next);
 }
 

@@ -43,6 +43,17 @@ void RenderGate::close() {
 
 void RenderGate::prepare(int sampleRateHz, std::size_t largestRequest) {
     const Hold hold(*this);
+    prepareInside(sampleRateHz, largestRequest);
+}
+
+void RenderGate::prepareIfNever(int sampleRateHz, std::size_t largestRequest) {
+    const Hold hold(*this); // whoever is preparing comes first
+    if (this->sampleRateHz() == 0) {
+        prepareInside(sampleRateHz, largestRequest);
+    }
+}
+
+void RenderGate::prepareInside(int sampleRateHz, std::size_t largestRequest) {
     const bool prepared = this->sampleRateHz() == sampleRateHz && largestRequest <= largestRequest_;
     if (source_ == nullptr || prepared) {
         return;

@@ -29,6 +29,9 @@ class RenderGate {
     /// Prepares the source for a rate and a largest request, unless it is prepared for them.
     void prepare(int sampleRateHz, std::size_t largestRequest);
 
+    /// The same, unless it is prepared for any rate or is about to be.
+    void prepareIfNever(int sampleRateHz, std::size_t largestRequest);
+
     void giveTurn(RenderTurn turn);
 
     /// Fills `frames` interleaved stereo frames, in requests no larger than the source was prepared
@@ -49,6 +52,7 @@ class RenderGate {
   private:
     class Hold;
 
+    void prepareInside(int sampleRateHz, std::size_t largestRequest);
     bool tryEnter() noexcept;
     void leave() noexcept;
 

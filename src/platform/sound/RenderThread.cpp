@@ -70,11 +70,12 @@ void RenderThread::begin(const RunPlace& run) {
     player_.enter();
     isMade_ = false;
     pauseLeft_ = run.pauseFrames;
-    fadeInStep_ = isFollowing ? 0 : fade_.frames();
+    fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
     if (!isFollowing)
         block_.frames = 0;
     block_.epoch = run.epoch;
+    block_.pauseFrames = pauseLeft_;
     applySettings();
     timePitch_.begin(player_.end().frame);
     if (!isFollowing)
@@ -176,6 +177,7 @@ void RenderThread::finishFrames() noexcept {
 void RenderThread::push() noexcept {
     ring_.push(block_);
     block_.frames = 0;
+    block_.pauseFrames = pauseLeft_;
     block_.fileFrameBegin = place_.fileFrame;
     if (wiring_.demand)
         wiring_.demandMet.signal();

@@ -1,5 +1,6 @@
 #include "platform/sound/DeviceFeed.h"
 
+#include "support/SoundMeasures.h"
 #include "support/ToneSource.h"
 
 #include <QTest>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -68,6 +70,22 @@ class DeviceFeedTest : public QObject {
         QCOMPARE(source_->rendered(), std::int64_t{300});
     }
 
+    /// The clock has played on meanwhile: what comes next is in the middle of a tone.
+    void comesInWithoutAClick() {
+        for (const int clockFrames : {11, 37, 61}) {
+            QVERIFY(request(300));
+            link_->gate.giveTurn(RenderTurn::clock);
+            QVERIFY(!request(300));
+            std::vector<float> discarded(2 * std::size_t(clockFrames));
+            link_->gate.render(RenderTurn::clock, rate, discarded.data(), discarded.size() / 2);
+            link_->gate.giveTurn(RenderTurn::device);
+            std::vector<float> stereo(2 * 300, 0.0F);
+            feed_->fill(stereo.data() + 2, 299);
+            QCOMPARE_LT(test::sharpestBend(test::channelOf(stereo, 0)), 1.5 * smoothBend);
+            QCOMPARE_GT(test::rms(std::span(stereo).last(200)), 0.6 * ToneSource::amplitude);
+        }
+    }
+
     void splitsLargeRequests() {
         QVERIFY(request(1'000));
         QCOMPARE(source_->rendered(), std::int64_t{1'000});
@@ -101,6 +119,8 @@ class DeviceFeedTest : public QObject {
     }
 
     static constexpr int rate = 48'000;
+    /// The tone's own second difference.
+    static constexpr double smoothBend = ToneSource::amplitude * 0.131 * 0.131;
     std::unique_ptr<ToneSource> source_;
     std::unique_ptr<DeviceLink> link_;
     std::unique_ptr<DeviceFeed> feed_;

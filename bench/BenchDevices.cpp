@@ -1,0 +1,60 @@
+// A loop that plays while the sound server, its sinks and their rates change: whether the practice
+// goes on and the sound comes back as it was. Brings a sound server of its own.
+//
+//   BenchDevices [--seconds N] [--only WORD]   N seconds (60) of each case whose name has WORD in
+//   it
+//
+// One line for each case; what is beyond its limit is named, and the exit status is 1.
+
+#include "support/sound/DeviceCases.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace {
+
+using namespace ambrel::test;
+
+void print(const Measure& measure, const char* end) {
+    std::printf("%s %.3g%s%s (at most %.3g)%s", measure.what, measure.got, *measure.unit ? " " : "",
+                measure.unit, measure.most, end);
+}
+
+/// Whether every measure is within its limit.
+bool runCase(const DeviceCase& deviceCase, double seconds) {
+    // A case that hangs is ended by the signal.
+    constexpr unsigned patienceSeconds = 240;
+    alarm(static_cast<unsigned>(2 * seconds) + patienceSeconds);
+    DeviceOrdeal ordeal(seconds / deviceCase.parts);
+    deviceCase.run(ordeal);
+    const std::vector<Measure> measures = ordeal.finish(Margins::exact);
+    const bool reached = std::ranges::all_of(measures, &Measure::isReached);
+    std::printf("%s, %g s: %s: ", deviceCase.name, seconds, reached ? "ok" : "MISSED");
+    for (const Measure& measure : measures) {
+        std::printf("%s", measure.isReached() ? "" : "MISSED ");
+        print(measure, &measure == &measures.back() ? "\n" : ", ");
+    }
+    std::fflush(stdout);
+    return reached;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    QCommandLineParser arguments;
+    const QCommandLineOption secondsOption(QStringLiteral("seconds"), QString(),
+                                           QStringLiteral("N"), QStringLiteral("60"));
+    const QCommandLineOption onlyOption(QStringLiteral("only"), QString(), QStringLiteral("WORD"));
+    arguments.addOptions({secondsOption, onlyOption});
+    arguments.process(application);
+    bool reached = true;
+    for (const DeviceCase& deviceCase : deviceCases())
+        if (QString::fromUtf8(deviceCase.name).contains(arguments.value(onlyOption)))
+            reached = runCase(deviceCase, arguments.value(secondsOption).toDouble()) && reached;
+    return reached ? 0 : 1;
+}
