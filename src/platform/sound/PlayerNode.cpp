@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/sound/AudioFile.h"
+#include "platform/sound/RunTimes.h"
 #include "platform/sound/SoundPriority.h"
 
 namespace ambrel {
@@ -206,8 +207,8 @@ bool PlayerNode::pushBlock() {
     block.run = place_;
     block.branch = branch_;
     block.begin = pushed_;
-    block.end = runEnd(*run_);
-    block.span = spanAt(pushed_, until);
+    block.end = RunTimes(rates_).end(*run_);
+    block.span = RunTimes(rates_).spanAt(run_->course, pushed_, until);
     block.frames = std::min({frames - chunkDone_, PlayerBlock::capacity,
                              static_cast<std::size_t>(std::max<std::int64_t>(1, until - pushed_))});
     std::copy_n(chunk_.data() + 2 * chunkDone_, 2 * block.frames, block.samples.data());
@@ -218,33 +219,6 @@ bool PlayerNode::pushBlock() {
     if (!isBlockDue_)
         framesReady_.signal();
     return true;
-}
-
-/// The passes that the run's device frame `frame` belongs to, which go on until `until`.
-PassSpan PlayerNode::spanAt(std::int64_t frame, std::int64_t& until) const {
-    const Passes& passes = run_->course.at(rates_.toFile(frame));
-    until = passes.end() >= PassCourse::open
-                ? PassCourse::open
-                : static_cast<std::int64_t>(std::ceil(toDevice(passes.end())));
-    return span(passes);
-}
-
-PassSpan PlayerNode::span(const Passes& passes) const {
-    return {toDevice(passes.begin), toDevice(passes.frameCount), passes};
-}
-
-/// Not rounded, as a boundary need not lie on a device frame.
-double PlayerNode::toDevice(std::int64_t fileFrame) const {
-    return rates_.equal() ? static_cast<double>(fileFrame)
-                          : static_cast<double>(fileFrame) / rates_.fileFramesPerFrame();
-}
-
-RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
-    RunEnd end{rates_.toDevice(run.course.end()), run.then.has_value(), {}};
-    if (run.then)
-        end.next = {run.course.passFrom(run.course.end()), run.then->startFrame,
-                    run.then->frameCount, run.then->pauseSeconds};
-    return end;
 }
 
 /// `next` is to follow from the next boundary on that can still be reached in time.
@@ -292,11 +266,15 @@ PlayerNode::Branch PlayerNode::prepareBranch(PlayPlan::Boundary boundary,
         hasSeam ? RunReader::changesFrom(boundary.frame, rates_) : rates_.toDevice(boundary.frame);
     if (boundary.run == run_->number)
         frame = std::min(frame, pushed_); // what is not in the ring yet is read anew
-    branch.point = {
-        segment_.epoch,      branch_ + 1, boundary.run, frame, rates_.toDevice(boundary.frame),
-        runEnd(*branch.run), std::nullopt};
+    branch.point = {segment_.epoch,
+                    branch_ + 1,
+                    boundary.run,
+                    frame,
+                    rates_.toDevice(boundary.frame),
+                    RunTimes(rates_).end(*branch.run),
+                    std::nullopt};
     if (const Passes* following = branch.run->course.from(boundary.frame))
-        branch.point.next = span(*following);
+        branch.point.next = RunTimes(rates_).span(*following);
     branch.reader = std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
     branch.chunk.resize(2 * firstChunkFrames);
     branch.chunk.resize(2 * branch.reader->read(branch.chunk.data(), firstChunkFrames));

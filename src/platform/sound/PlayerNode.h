@@ -73,10 +73,6 @@ class PlayerNode {
     bool readOn();
     void readChunk();
     bool pushBlock();
-    PassSpan spanAt(std::int64_t frame, std::int64_t& until) const;
-    PassSpan span(const Passes& passes) const;
-    double toDevice(std::int64_t fileFrame) const;
-    RunEnd runEnd(const PlayPlan::Run& run) const;
     bool isSuperseded() const;
 
     WakeUp& framesReady_;
