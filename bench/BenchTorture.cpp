@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string>
 
-#include "support/Torture.h"
+#include "support/sound/Torture.h"
 
 namespace {
 

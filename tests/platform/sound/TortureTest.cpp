@@ -1,6 +1,6 @@
 #include <QTest>
 
-#include "support/Torture.h"
+#include "support/sound/Torture.h"
 
 using namespace ambrel::test;
 

@@ -10,7 +10,7 @@
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/OfflineOutput.h"
 #include "support/SyntheticFile.h"
-#include "support/TortureEar.h"
+#include "support/sound/TortureEar.h"
 
 namespace ambrel::test {
 

@@ -1,4 +1,4 @@
-#include "support/TortureEar.h"
+#include "support/sound/TortureEar.h"
 
 #include <algorithm>
 #include <cmath>

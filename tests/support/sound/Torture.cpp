@@ -1,4 +1,4 @@
-#include "support/Torture.h"
+#include "support/sound/Torture.h"
 
 #include <algorithm>
 #include <array>
