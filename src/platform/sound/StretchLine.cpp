@@ -50,4 +50,12 @@ double StretchLine::framesLeft(std::int64_t length) const noexcept {
     return end - static_cast<double>(made_);
 }
 
+double StretchLine::rateLeaving(std::size_t frames, std::int64_t length,
+                                double wanted) const noexcept {
+    const double missing = static_cast<double>(frames) + static_cast<double>(made_) - map_.output();
+    if (missing <= 0 || length <= mapped_)
+        return wanted;
+    return std::min(wanted, std::max(rate_, static_cast<double>(length - mapped_) / missing));
+}
+
 } // namespace ambrel

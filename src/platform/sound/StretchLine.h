@@ -44,6 +44,10 @@ class StretchLine {
     /// Frames to be taken until the run of `length` frames is over, if the rate stays.
     double framesLeft(std::int64_t length) const noexcept;
 
+    /// The rate nearest to `wanted` that leaves `frames` frames before the run is over; not below
+    /// the present one, if that leaves less.
+    double rateLeaving(std::size_t frames, std::int64_t length, double wanted) const noexcept;
+
   private:
     std::int64_t centre() const noexcept { return fed_ - static_cast<std::int64_t>(pad()); }
 

@@ -111,10 +111,18 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
     case Mode::stretching:
         break;
     }
-    line().set(rate_, cents_);
+    setLines();
     const std::size_t count = stretch(source, stereo, frames);
     watchForReturn(stereo, count);
     return count;
+}
+
+/// A change of speed leaves the run's end the time to fade out.
+void TimePitchUnit::setLines() noexcept {
+    const double rate =
+        leading().rateLeaving(framesIn(endFadeMs, sampleRateHz_) + blockFrames, length_, rate_);
+    line().set(rate, cents_);
+    incoming().set(rate, cents_);
 }
 
 std::int64_t TimePitchUnit::framesLeft() const noexcept {
@@ -193,10 +201,8 @@ void TimePitchUnit::beginSwitching() noexcept {
 std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
                                     std::size_t frames) noexcept {
     const bool isJoining = mode_ == Mode::joining;
-    if (!isJoining) {
-        line().set(rate_, cents_);
-        incoming().set(rate_, cents_);
-    }
+    if (!isJoining)
+        setLines();
     catchUp(source, frames);
     if (fading_)
         frames = std::min(frames, incoming().available());

@@ -83,6 +83,7 @@ class TimePitchUnit {
     std::size_t takeFrom(StretchLine& line, FrameInput& source, float* stereo,
                          std::size_t frames) noexcept;
     bool feed(StretchLine& line, FrameInput& source) noexcept;
+    void setLines() noexcept;
 
     void beginJoining() noexcept;
     void beginSwitching() noexcept;
