@@ -132,10 +132,10 @@ std::size_t AudioGraph::Impl::awaitFrames(std::size_t frames) {
         return 0;
     demand_.store(frames, std::memory_order_release);
     renderWake_.signal();
-    while (ring.frames() < frames && ring.finishedEpoch() != gate.epoch)
+    while (ring.framesOf(gate.epoch) < frames && ring.finishedEpoch() != gate.epoch)
         demandMet_.wait();
     demand_.store(0, std::memory_order_release);
-    return std::min(frames, ring.frames());
+    return std::min(frames, ring.framesOf(gate.epoch));
 }
 
 /// With the mutex held: what is left of the segment under a new epoch.

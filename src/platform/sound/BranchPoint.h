@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 
 #include "platform/sound/FrameBlock.h"
 
@@ -12,9 +13,10 @@ struct BranchPoint {
     std::int64_t epoch = 0;
     std::int64_t branch = 0; ///< frames read from here on carry this number
     std::int64_t run = 0;
-    std::int64_t frame = 0;    ///< of the run; what lies before it stays valid
-    std::int64_t boundary = 0; ///< the run's frame from which on something else is meant
-    RunEnd end;                ///< of the run, under the new announcement
+    std::int64_t frame = 0;       ///< of the run; what lies before it stays valid
+    std::int64_t boundary = 0;    ///< the run's frame from which on something else is meant
+    RunEnd end;                   ///< of the run, under the new announcement
+    std::optional<PassSpan> next; ///< what begins at the boundary, if the run goes on there
 };
 
 /// How the decode thread asks the render thread whether it is still early enough for a branch: one

@@ -97,6 +97,7 @@ void DeviceKeeper::openStream() {
     sampleRateHz_ = context_->preferredSampleRateHz();
     feed_ = std::make_unique<DeviceFeed>(*link_, sampleRateHz_);
     stream_ = std::make_unique<CubebStream>(*context_, sampleRateHz_, *feed_);
+    link_->enter(DeviceState::preparing);
     link_->gate.prepare(sampleRateHz_, CubebStream::latencyFrames(*context_, sampleRateHz_));
     link_->enter(DeviceState::playing);
     stream_->start();

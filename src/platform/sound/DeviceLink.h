@@ -11,10 +11,11 @@ namespace ambrel {
 
 /// How far the sound control thread has got with the device.
 enum class DeviceState {
-    closed,  ///< it will be opened when frames are wanted
-    opening, ///< the device or its server is being waited for
-    playing, ///< a stream is running
-    failed   ///< there is none for now; it will be tried again while frames are wanted
+    closed,    ///< it will be opened when frames are wanted
+    opening,   ///< the device or its server is being waited for
+    preparing, ///< the device is there, the source is being made ready for it
+    playing,   ///< a stream is running
+    failed     ///< there is none for now; it will be tried again while frames are wanted
 };
 
 /// What the threads of one DeviceOutput share: its client's, the device's, the sound control thread

@@ -42,14 +42,12 @@ class InputHistory {
         return true;
     }
 
-    /// Frames from `from` on; silence before the run and from `end` on.
-    void copy(std::int64_t from, std::int64_t end, float* stereo,
-              std::size_t frames) const noexcept {
+    /// Frames from `from` on that were taken and are still there.
+    void copy(std::int64_t from, float* stereo, std::size_t frames) const noexcept {
         for (std::size_t i = 0; i < frames; ++i) {
-            const std::int64_t frame = from + static_cast<std::int64_t>(i);
-            const bool isInside = frame >= 0 && frame < end;
-            stereo[2 * i] = isInside ? frames_[2 * place(frame)] : 0.0F;
-            stereo[2 * i + 1] = isInside ? frames_[2 * place(frame) + 1] : 0.0F;
+            const std::size_t at = 2 * place(from + static_cast<std::int64_t>(i));
+            stereo[2 * i] = frames_[at];
+            stereo[2 * i + 1] = frames_[at + 1];
         }
     }
 

@@ -15,7 +15,6 @@ void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesT
     fade_.emplace(sampleRateHz);
     fadeStep_ = 0;
     decaying_ = false;
-    taken_ = 0;
 }
 
 OutputStage::Progress OutputStage::progress() const noexcept {
@@ -55,7 +54,6 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
     // Newer ones may be there already, if the gate was moved after this request began.
     while (block && block->epoch < gate.epoch) {
         ring_->pop();
-        taken_ = 0;
         dropped = true;
         block = ring_->front();
     }
@@ -63,8 +61,7 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
         roomMade_.signal();
     if (!block || block->epoch != gate.epoch || !gate.playing)
         return false;
-    if (ring_->frames() - taken_ < std::min(frames, framesToBegin_) &&
-        ring_->finishedEpoch() != gate.epoch)
+    if (ring_->frames() < std::min(frames, framesToBegin_) && ring_->finishedEpoch() != gate.epoch)
         return false;
     heardEpoch_ = gate.epoch;
     fadeStep_ = 1;
@@ -74,19 +71,20 @@ bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
 
 std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept {
     const RenderBlock& block = *ring_->front();
-    std::size_t count = std::min(frames, block.frames - taken_);
+    const std::size_t taken = ring_->taken();
+    std::size_t count = std::min(frames, block.frames - taken);
     if (out)
         count = std::min(count, fadeStep_);
-    std::memcpy(stereo, block.samples.data() + 2 * taken_, 2 * count * sizeof(float));
+    std::memcpy(stereo, block.samples.data() + 2 * taken, 2 * count * sizeof(float));
     if (count > 0) {
         applyFade(stereo, count, out);
         lastLeft_ = stereo[2 * count - 2];
         lastRight_ = stereo[2 * count - 1];
     }
-    note(block.fileFrameAt(taken_), block.fileFrameAt(taken_ + count), count, written_);
-    taken_ += count;
+    note(block.fileFrameAt(taken), block.fileFrameAt(taken + count), count, written_);
+    ring_->take(count);
     written_ += static_cast<std::int64_t>(count);
-    if (taken_ == block.frames)
+    if (taken + count == block.frames)
         finishBlock();
     return count;
 }
@@ -105,7 +103,6 @@ void OutputStage::finishBlock() noexcept {
         segmentEnded_.signal();
     }
     ring_->pop();
-    taken_ = 0;
     roomMade_.signal();
 }
 
@@ -150,7 +147,8 @@ void OutputStage::note(double from, double to, std::size_t frames, std::int64_t 
         entry_ = {heardEpoch_, pass.pass, at, 0, from, to};
     entry_.frames += static_cast<std::int64_t>(frames);
     entry_.fileFrameEnd = to;
-    const std::int64_t pauseLeft = block.pauseFrames - static_cast<std::int64_t>(taken_ + frames);
+    const std::int64_t pauseLeft =
+        block.pauseFrames - static_cast<std::int64_t>(ring_->taken() + frames);
     place_ = {pass, to, double(std::max<std::int64_t>(0, pauseLeft)) / sampleRateHz_};
     progressEpoch_.store(heardEpoch_, std::memory_order_release);
 }

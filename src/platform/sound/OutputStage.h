@@ -90,7 +90,6 @@ class OutputStage {
     std::size_t fadeStep_ = 0;    ///< 0: silent; fade frames: full
     std::int64_t heardEpoch_ = 0; ///< while fadeStep_ > 0: whose frames are heard
     bool decaying_ = false;       ///< on the way to silence for want of frames
-    std::size_t taken_ = 0;       ///< frames of the first block that were handed over
     float lastLeft_ = 0, lastRight_ = 0;
     std::int64_t written_ = 0; ///< frames handed over since the output was opened
     PlayheadLog::Entry entry_; ///< being gathered during one render()

@@ -4,11 +4,6 @@
 
 namespace ambrel {
 
-namespace {
-/// As many different regions as the sound on its way to the loudspeaker can hold, and more.
-constexpr std::size_t mostKept = 16;
-} // namespace
-
 std::int64_t Passes::end() const noexcept {
     if (frameCount > 0 && count > (PassCourse::open - begin) / frameCount)
         return PassCourse::open;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <vector>
@@ -39,6 +40,8 @@ class PassCourse {
   public:
     /// The end of a run that goes on for ever.
     static constexpr std::int64_t open = 1'000'000'000'000'000;
+    /// As many different regions as the sound on its way to the loudspeaker can hold, and more.
+    static constexpr std::size_t mostKept = 16;
 
     /// One pass.
     explicit PassCourse(const Passes& first) : passes_{first} {}
@@ -61,7 +64,7 @@ class PassCourse {
     void follow(std::int64_t boundary, const Continuation& next);
 
   private:
-    std::vector<Passes> passes_; ///< in order, at least one
+    std::vector<Passes> passes_; ///< in order, one at least, mostKept at most
 };
 
 } // namespace ambrel

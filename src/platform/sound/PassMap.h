@@ -32,6 +32,12 @@ class PassMap {
         spans_[count_++ % spans_.size()] = span;
     }
 
+    /// What begins at `frame` or behind it is not played after all.
+    void cutAt(double frame) noexcept {
+        while (count_ > 1 && spans_[(count_ - 1) % spans_.size()].begin >= frame)
+            --count_;
+    }
+
     bool empty() const noexcept { return count_ == 0; }
 
     Place at(double frame) const noexcept {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/sound/AudioFile.h"
+#include "platform/sound/RunTimes.h"
 #include "platform/sound/SoundPriority.h"
 
 namespace ambrel {
@@ -15,9 +16,14 @@ namespace {
 constexpr std::size_t firstChunkFrames = 512;
 constexpr std::size_t largestChunkFrames = 4096;
 
+/// A second at the highest rate of a device.
+constexpr std::size_t mostBlocksAhead = 768;
+/// Not paced, blocks that no longer count lie in the ring until the next pull, with those of every
+/// announcement since.
+constexpr std::size_t blocksOffline = 4096;
+
 std::size_t blocksInASecond(int rateHz) {
-    return std::min<std::size_t>(PlayerRing::blockCount,
-                                 std::size_t(rateHz) / PlayerBlock::capacity + 1);
+    return std::min(mostBlocksAhead, std::size_t(rateHz) / PlayerBlock::capacity + 1);
 }
 } // namespace
 
@@ -31,7 +37,8 @@ struct PlayerNode::Branch {
 };
 
 PlayerNode::PlayerNode(WakeUp& framesReady, bool paced)
-    : framesReady_(framesReady), paced_(paced), thread_([this] { decode(); }) {}
+    : framesReady_(framesReady), paced_(paced),
+      ring_(wake_, paced ? mostBlocksAhead : blocksOffline), thread_([this] { decode(); }) {}
 
 PlayerNode::~PlayerNode() {
     ending_ = true;
@@ -51,19 +58,25 @@ void PlayerNode::play(Segment segment, const std::optional<Continuation>& next) 
 }
 
 void PlayerNode::follow(const std::optional<Continuation>& next) {
+    std::int64_t wished = 0;
     {
         const std::scoped_lock lock(wishMutex_);
         wish_.next = next;
-        ++wished_;
+        wished = ++wished_;
     }
     wake_.signal();
+    while (!paced_ && heeded_.load(std::memory_order_acquire) < wished)
+        heard_.wait();
 }
 
 bool PlayerNode::hasAhead(std::size_t frames) noexcept {
     const std::int64_t wished = wished_.load(std::memory_order_acquire);
-    const std::size_t blocks = std::min(frames / PlayerBlock::capacity + 2, ring_.blocksAhead());
+    // Blocks are full but for one where each region of the course begins.
+    const std::size_t blocks =
+        std::min(frames / PlayerBlock::capacity + 2 + PassCourse::mostKept, ring_.blocksAhead());
     if (heeded_.load(std::memory_order_acquire) == wished &&
-        (allRead_.load(std::memory_order_acquire) == wished || ring_.readable() >= blocks))
+        (allRead_.load(std::memory_order_acquire) == wished || ring_.fresh() >= blocks ||
+         ring_.isFull()))
         return true;
     wake_.signal();
     return false;
@@ -108,6 +121,7 @@ void PlayerNode::takeWish() {
     else if (plan_)
         announce(wish.next);
     heeded_.store(taken_, std::memory_order_release);
+    heard_.signal();
     framesReady_.signal();
 }
 
@@ -115,7 +129,7 @@ void PlayerNode::beginSegment(Segment segment, const std::optional<Continuation>
     reader_ = nullptr;
     plan_ = nullptr;
     isBlockDue_ = false;
-    staleBlocks_ = 0;
+    ring_.beginFresh();
     segment_ = std::move(segment);
     if (!segment_.file)
         return;
@@ -183,10 +197,7 @@ void PlayerNode::readChunk() {
 bool PlayerNode::pushBlock() {
     if (!isBlockDue_)
         return false;
-    // Blocks of an earlier branch stay in the ring until the render thread comes to them.
-    const std::size_t filled = ring_.filled();
-    staleBlocks_ = std::min(staleBlocks_, filled);
-    if (filled >= std::min(PlayerRing::blockCount, staleBlocks_ + ring_.blocksAhead())) {
+    if (ring_.fresh() >= ring_.blocksAhead() || ring_.isFull()) {
         framesReady_.signal();
         return false;
     }
@@ -196,8 +207,8 @@ bool PlayerNode::pushBlock() {
     block.run = place_;
     block.branch = branch_;
     block.begin = pushed_;
-    block.end = runEnd(*run_);
-    block.span = spanAt(pushed_, until);
+    block.end = RunTimes(rates_).end(*run_);
+    block.span = RunTimes(rates_).spanAt(run_->course, pushed_, until);
     block.frames = std::min({frames - chunkDone_, PlayerBlock::capacity,
                              static_cast<std::size_t>(std::max<std::int64_t>(1, until - pushed_))});
     std::copy_n(chunk_.data() + 2 * chunkDone_, 2 * block.frames, block.samples.data());
@@ -208,28 +219,6 @@ bool PlayerNode::pushBlock() {
     if (!isBlockDue_)
         framesReady_.signal();
     return true;
-}
-
-/// The passes that the run's device frame `frame` belongs to, which go on until `until`.
-PassSpan PlayerNode::spanAt(std::int64_t frame, std::int64_t& until) const {
-    const Passes& passes = run_->course.at(rates_.toFile(frame));
-    const double perFileFrame = 1 / rates_.fileFramesPerFrame();
-    const auto device = [&](std::int64_t fileFrame) {
-        return rates_.equal() ? static_cast<double>(fileFrame)
-                              : static_cast<double>(fileFrame) * perFileFrame;
-    };
-    until = passes.end() >= PassCourse::open
-                ? PassCourse::open
-                : static_cast<std::int64_t>(std::ceil(device(passes.end())));
-    return {device(passes.begin), device(passes.frameCount), passes};
-}
-
-RunEnd PlayerNode::runEnd(const PlayPlan::Run& run) const {
-    RunEnd end{rates_.toDevice(run.course.end()), run.then.has_value(), {}};
-    if (run.then)
-        end.next = {run.course.passFrom(run.course.end()), run.then->startFrame,
-                    run.then->frameCount, run.then->pauseSeconds};
-    return end;
 }
 
 /// `next` is to follow from the next boundary on that can still be reached in time.
@@ -277,9 +266,15 @@ PlayerNode::Branch PlayerNode::prepareBranch(PlayPlan::Boundary boundary,
         hasSeam ? RunReader::changesFrom(boundary.frame, rates_) : rates_.toDevice(boundary.frame);
     if (boundary.run == run_->number)
         frame = std::min(frame, pushed_); // what is not in the ring yet is read anew
-    branch.point = {
-        segment_.epoch,     branch_ + 1, boundary.run, frame, rates_.toDevice(boundary.frame),
-        runEnd(*branch.run)};
+    branch.point = {segment_.epoch,
+                    branch_ + 1,
+                    boundary.run,
+                    frame,
+                    rates_.toDevice(boundary.frame),
+                    RunTimes(rates_).end(*branch.run),
+                    std::nullopt};
+    if (const Passes* following = branch.run->course.from(boundary.frame))
+        branch.point.next = RunTimes(rates_).span(*following);
     branch.reader = std::make_unique<RunReader>(segment_.file, branch.run->course, rates_, frame);
     branch.chunk.resize(2 * firstChunkFrames);
     branch.chunk.resize(2 * branch.reader->read(branch.chunk.data(), firstChunkFrames));
@@ -306,7 +301,7 @@ void PlayerNode::takeBranch(Branch branch) {
     plan_ = std::move(branch.plan);
     run_ = branch.run;
     branch_ = branch.point.branch;
-    staleBlocks_ = ring_.filled();
+    ring_.beginFresh();
     setPlace();
     pushed_ = branch.point.frame;
     chunk_ = std::move(branch.chunk);

@@ -42,14 +42,15 @@ class PlayerNode {
     /// Decodes this, followed by `next`, instead of what was being decoded. Any thread.
     void play(Segment segment, const std::optional<Continuation>& next);
 
-    /// From the next pass's end on that is not too near, `next` follows. Any thread.
+    /// From the next pass's end on that is not too near, `next` follows. Any thread. Not paced, it
+    /// waits until that is so: how many announcements are heeded must not depend on who is faster.
     void follow(const std::optional<Continuation>& next);
 
     /// What has been decoded; the render thread reads it.
     PlayerRing& ring() noexcept { return ring_; }
 
-    /// Whether `frames` frames are there, or all that are left, or as many as are decoded ahead,
-    /// and every command has been heeded. If not, they will be. The render thread's.
+    /// Whether every command has been heeded, and `frames` frames are there, or all that are left.
+    /// If not, they will be. The render thread's.
     bool hasAhead(std::size_t frames) noexcept;
 
   private:
@@ -72,18 +73,17 @@ class PlayerNode {
     bool readOn();
     void readChunk();
     bool pushBlock();
-    PassSpan spanAt(std::int64_t frame, std::int64_t& until) const;
-    RunEnd runEnd(const PlayPlan::Run& run) const;
     bool isSuperseded() const;
 
     WakeUp& framesReady_;
     bool paced_;
     WakeUp wake_;
-    PlayerRing ring_{wake_};
+    PlayerRing ring_;
     std::atomic<bool> ending_{false};
     std::atomic<std::int64_t> wished_{0};  ///< number of the newest wish
     std::atomic<std::int64_t> heeded_{0};  ///< number of the newest that was carried out
     std::atomic<std::int64_t> allRead_{0}; ///< number of the wish all of whose frames are there
+    WakeUp heard_;                         ///< signalled with heeded_
 
     std::mutex wishMutex_;
     Wish wish_;
@@ -92,8 +92,7 @@ class PlayerNode {
     // The decode thread's.
     std::int64_t taken_ = 0; ///< number of the newest wish taken
     std::int64_t branch_ = 0;
-    std::size_t staleBlocks_ = 0; ///< in the ring at most, when the branch began
-    bool hasReadOn_ = true;       ///< since the last announcement
+    bool hasReadOn_ = true; ///< since the last announcement
     Segment segment_;
     RatePair rates_;
     std::unique_ptr<PlayPlan> plan_;     ///< none: nothing to read

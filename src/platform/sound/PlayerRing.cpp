@@ -35,6 +35,7 @@ void PlayerRing::setProgress(const Progress& progress) noexcept {
 
 void PlayerRing::pop() noexcept {
     blocks_.pop();
+    popped_.fetch_add(1, std::memory_order_release);
     taken_ = 0;
     if (blocks_.read_available() < blocksAhead_.load(std::memory_order_relaxed) * 3 / 4)
         roomMade_.signal();
@@ -158,8 +159,13 @@ bool PlayerRing::branch(const BranchPoint& point) noexcept {
     if (branchCount_ == branches_.size())
         return false;
     branches_[branchCount_++] = point;
-    if (point.epoch == opened_.epoch && point.run == opened_.run)
+    if (point.epoch == opened_.epoch && point.run == opened_.run) {
         end_ = point.end;
+        // The boundary may be reached before the frames behind it are read again.
+        passes_.cutAt(static_cast<double>(point.boundary));
+        if (point.next)
+            passes_.add(*point.next);
+    }
     roomMade_.signal();
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -18,17 +19,22 @@ namespace ambrel {
 /// waits here.
 class PlayerRing final : public FrameInput {
   public:
-    /// Room for a second at the highest rate of a device.
-    static constexpr std::size_t blockCount = 768;
-
-    /// `roomMade` is signalled when frames were taken out.
-    explicit PlayerRing(WakeUp& roomMade) : blocks_(blockCount), roomMade_(roomMade) {}
+    /// Room for `blocks` blocks. `roomMade` is signalled when frames were taken out.
+    PlayerRing(WakeUp& roomMade, std::size_t blocks)
+        : blocks_(blocks), room_(blocks), roomMade_(roomMade) {}
 
     /// @name The decode thread's side
     /// @{
 
-    void push(const PlayerBlock& block) noexcept { blocks_.push(block); }
-    std::size_t filled() const noexcept { return blockCount - blocks_.write_available(); }
+    void push(const PlayerBlock& block) noexcept {
+        blocks_.push(block);
+        pushed_.fetch_add(1, std::memory_order_release);
+    }
+
+    /// From here on fresh() counts: another segment or another branch begins.
+    void beginFresh() noexcept {
+        freshFrom_.store(pushed_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    }
 
     /// As many blocks are kept ready; set when a segment begins.
     void setBlocksAhead(std::size_t blocks) noexcept { blocksAhead_ = blocks; }
@@ -76,11 +82,19 @@ class PlayerRing final : public FrameInput {
 
     void setProgress(const Progress& progress) noexcept;
 
-    /// Blocks that can be read or dropped.
-    std::size_t readable() const noexcept { return blocks_.read_available(); }
-    std::size_t blocksAhead() const noexcept { return blocksAhead_; }
-
     /// @}
+
+    /// Blocks in the ring of what began last; those before it may be dropped any time. Both sides.
+    std::size_t fresh() const noexcept {
+        const std::size_t pushed = pushed_.load(std::memory_order_acquire);
+        return pushed - std::max(popped_.load(std::memory_order_acquire),
+                                 freshFrom_.load(std::memory_order_relaxed));
+    }
+    bool isFull() const noexcept {
+        return pushed_.load(std::memory_order_acquire) - popped_.load(std::memory_order_acquire) >=
+               room_;
+    }
+    std::size_t blocksAhead() const noexcept { return blocksAhead_; }
 
   private:
     std::int64_t validTo(const PlayerBlock& block) const noexcept;
@@ -90,9 +104,13 @@ class PlayerRing final : public FrameInput {
     void forgetBranches(std::int64_t upTo) noexcept;
 
     boost::lockfree::spsc_queue<PlayerBlock> blocks_;
+    std::size_t room_;
     WakeUp& roomMade_;
     BranchQuestion question_;
-    std::atomic<std::size_t> blocksAhead_{blockCount};
+    std::atomic<std::size_t> blocksAhead_{0};
+    std::atomic<std::size_t> pushed_{0};    ///< blocks
+    std::atomic<std::size_t> popped_{0};    ///< blocks
+    std::atomic<std::size_t> freshFrom_{0}; ///< of pushed_
     std::atomic<std::int64_t> progressEpoch_{0};
     std::atomic<std::int64_t> progressRun_{0};
     std::atomic<std::int64_t> progressFrame_{0};

@@ -24,23 +24,14 @@ class RenderRing {
     bool hasRoom() const noexcept { return blocks_.write_available() > 0; }
 
     void push(const RenderBlock& block) noexcept {
-        if (block.epoch != epoch_) {
-            epoch_ = block.epoch;
-            epochBegin_ = pushed_.load(std::memory_order_relaxed);
+        if (block.epoch != epoch_.load(std::memory_order_relaxed)) {
+            epochBegin_.store(pushed_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+            epoch_.store(block.epoch, std::memory_order_release);
         }
         blocks_.push(block);
         pushed_.fetch_add(block.frames, std::memory_order_release);
         if (block.last)
             finishedEpoch_.store(block.epoch, std::memory_order_release);
-    }
-
-    /// Frames of run `epoch` that are in the ring.
-    std::size_t framesOf(std::int64_t epoch) const noexcept {
-        if (epoch != epoch_)
-            return 0;
-        const std::uint64_t pushed = pushed_.load(std::memory_order_relaxed);
-        const std::uint64_t popped = popped_.load(std::memory_order_acquire);
-        return static_cast<std::size_t>(pushed - std::max(epochBegin_, popped));
     }
 
     /// @}
@@ -51,13 +42,22 @@ class RenderRing {
         return blocks_.read_available() > 0 ? &blocks_.front() : nullptr;
     }
 
-    void pop() noexcept {
-        const std::size_t frames = blocks_.front().frames;
-        blocks_.pop();
+    /// Frames of the first block that were taken.
+    std::size_t taken() const noexcept { return taken_; }
+
+    void take(std::size_t frames) noexcept {
+        taken_ += frames;
         popped_.fetch_add(frames, std::memory_order_release);
     }
 
-    /// Frames in the ring, of any run.
+    /// Drops the first block, with what is left of it.
+    void pop() noexcept {
+        take(blocks_.front().frames - taken_);
+        blocks_.pop();
+        taken_ = 0;
+    }
+
+    /// Frames in the ring, of any segment.
     std::size_t frames() const noexcept {
         return static_cast<std::size_t>(pushed_.load(std::memory_order_acquire) -
                                         popped_.load(std::memory_order_relaxed));
@@ -65,7 +65,17 @@ class RenderRing {
 
     /// @}
 
-    /// The run whose last frame was pushed most recently. Any thread.
+    /// Frames of segment `epoch` that are in the ring. Either side.
+    std::size_t framesOf(std::int64_t epoch) const noexcept {
+        if (epoch != epoch_.load(std::memory_order_acquire))
+            return 0;
+        const std::uint64_t pushed = pushed_.load(std::memory_order_acquire);
+        return static_cast<std::size_t>(pushed -
+                                        std::max(epochBegin_.load(std::memory_order_relaxed),
+                                                 popped_.load(std::memory_order_acquire)));
+    }
+
+    /// The segment whose last frame was pushed most recently. Any thread.
     std::int64_t finishedEpoch() const noexcept {
         return finishedEpoch_.load(std::memory_order_acquire);
     }
@@ -74,11 +84,10 @@ class RenderRing {
     boost::lockfree::spsc_queue<RenderBlock> blocks_;
     std::atomic<std::uint64_t> pushed_{0};
     std::atomic<std::uint64_t> popped_{0};
+    std::size_t taken_ = 0; ///< the callback's
     std::atomic<std::int64_t> finishedEpoch_{0};
-
-    // The render thread's.
-    std::int64_t epoch_ = 0;
-    std::uint64_t epochBegin_ = 0;
+    std::atomic<std::int64_t> epoch_{0};       ///< of the newest block
+    std::atomic<std::uint64_t> epochBegin_{0}; ///< of pushed_
 };
 
 } // namespace ambrel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "platform/sound/SoundPriority.h"
 
@@ -31,6 +32,8 @@ void RenderThread::run() {
 
 bool RenderThread::step() {
     answerQuestion();
+    if (wiring_.demand && !isDemandHeeded())
+        return false;
     const PlayGate::State gate = wiring_.gate.get();
     if (run_.epoch != gate.epoch || isMade_) {
         if (!enterRun(gate))
@@ -39,11 +42,16 @@ bool RenderThread::step() {
     const std::size_t frames = std::min(room(), RenderBlock::capacity - block_.frames);
     if (frames == 0 || !ring_.hasRoom())
         return false;
-    if (wiring_.demand && !wiring_.player.hasAhead(timePitch_.mostInput()))
-        return false;
     const std::size_t made = pauseLeft_ > 0 ? makePause(frames) : makeFrames(frames);
     finishFrames();
     return made > 0 || isMade_;
+}
+
+/// Offline: whether frames are demanded and the player has all that they can take. Before that
+/// nothing is done, not even begun, since what is set meanwhile counts.
+bool RenderThread::isDemandHeeded() noexcept {
+    return wiring_.demand->load(std::memory_order_acquire) > 0 &&
+           wiring_.player.hasAhead(timePitch_.mostInput());
 }
 
 /// The run that is to be made next; false if there is none, or not yet.
@@ -63,6 +71,7 @@ void RenderThread::begin(const RunPlace& run) {
     isMade_ = false;
     pauseLeft_ = run.pauseFrames;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
+    endGain_ = 1;
     if (!isFollowing)
         block_.frames = 0;
     block_.epoch = run.epoch;
@@ -144,8 +153,10 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
 void RenderThread::finishFrames() noexcept {
     const PassMap::Place before = place_;
     const PassMap::Place now = player_.passes().at(timePitch_.position());
-    // A stretcher that takes over may stand a little further back; a pass ends only once.
-    if (pauseLeft_ == 0 && now.pass.pass >= before.pass.pass)
+    // A stretcher that takes over may stand a little further back; a pass ends only once, and its
+    // play head does not go back.
+    if (pauseLeft_ == 0 &&
+        std::pair(now.pass.pass, now.fileFrame) >= std::pair(before.pass.pass, before.fileFrame))
         place_ = now;
     const RunEnd end = player_.end();
     const bool isRunOver = isMade_ && pauseLeft_ == 0;
@@ -157,9 +168,10 @@ void RenderThread::finishFrames() noexcept {
     block_.fileFrameEnd =
         isSeam || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
     const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
+    // Before the block: whoever waits for it may announce something next.
+    tellProgress();
     if (isRunOver || isSeam || block_.frames == RenderBlock::capacity || isDemandMet)
         push();
-    tellProgress();
 }
 
 void RenderThread::push() noexcept {
@@ -193,16 +205,21 @@ void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
     }
 }
 
-/// The run's last 3 ms, so that it does not break off with a click.
-void RenderThread::fadeEnd(float* stereo, std::size_t frames) const noexcept {
-    const std::int64_t left = timePitch_.framesLeft();
-    if (left >= static_cast<std::int64_t>(fade_.frames()))
+/// The run's last 3 ms, so that it does not break off with a click. Where another speed brings the
+/// end nearer or takes it away, the gain goes on from where it is.
+void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
+    const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, timePitch_.framesLeft()));
+    if (left >= fade_.frames() && endGain_ == 1)
         return;
+    const float recovery = 1 / static_cast<float>(fade_.frames());
     for (std::size_t i = 0; i < frames; ++i) {
-        const std::int64_t behind = left + static_cast<std::int64_t>(frames - 1 - i);
-        const float gain = fade_.gain(static_cast<std::size_t>(std::max<std::int64_t>(0, behind)));
-        stereo[2 * i] *= gain;
-        stereo[2 * i + 1] *= gain;
+        const std::size_t behind = left + frames - 1 - i;
+        if (behind < fade_.frames())
+            endGain_ *= fade_.gain(behind) / fade_.gain(behind + 1);
+        else
+            endGain_ = std::min(1.0F, endGain_ + recovery);
+        stereo[2 * i] *= endGain_;
+        stereo[2 * i + 1] *= endGain_;
     }
 }
 

@@ -56,6 +56,7 @@ class RenderThread {
   private:
     void run();
     bool step();
+    bool isDemandHeeded() noexcept;
     bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
     void answerQuestion() noexcept;
@@ -69,7 +70,7 @@ class RenderThread {
     void tellProgress() noexcept;
     std::int64_t nextChangeable() const noexcept;
     void fadeStart(float* stereo, std::size_t frames) noexcept;
-    void fadeEnd(float* stereo, std::size_t frames) const noexcept;
+    void fadeEnd(float* stereo, std::size_t frames) noexcept;
 
     Wiring wiring_;
     PlayerRing& player_;
@@ -84,6 +85,7 @@ class RenderThread {
     bool isMade_ = true;         ///< the run, to its last frame
     std::int64_t pauseLeft_ = 0; ///< frames of silence before the run
     std::size_t fadeInStep_ = 0; ///< of a run that follows a pause
+    float endGain_ = 1;          ///< of the fade at the run's end
     PassMap::Place place_;       ///< of the next frame made
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs

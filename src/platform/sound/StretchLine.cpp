@@ -1,16 +1,19 @@
 #include "platform/sound/StretchLine.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ambrel {
 
-void StretchLine::begin(std::int64_t first, double rate, double cents) noexcept {
+void StretchLine::begin(std::int64_t first, double rate, double cents, std::size_t lead) noexcept {
+    constexpr double feed = Stretcher::feedFrames;
+    const double leadInput = std::ceil(static_cast<double>(lead) * rate / feed) * feed;
     stretcher_.reset(rate, cents);
-    startDelay_ = static_cast<double>(stretcher_.startDelay());
-    stretcher_.discard(stretcher_.startDelay());
+    startDelay_ = static_cast<double>(stretcher_.startDelay()) + leadInput / rate;
+    stretcher_.discard(std::llround(startDelay_));
     rate_ = rate;
     first_ = mapped_ = first;
-    fed_ = first - static_cast<std::int64_t>(pad());
+    fed_ = first - static_cast<std::int64_t>(pad()) - static_cast<std::int64_t>(leadInput);
     made_ = 0;
     map_.begin(static_cast<double>(first), rate);
 }
@@ -40,8 +43,11 @@ std::size_t StretchLine::take(float* stereo, std::size_t frames) noexcept {
 }
 
 double StretchLine::framesLeft(std::int64_t length) const noexcept {
-    return map_.output() + static_cast<double>(length - mapped_) / rate_ -
-           static_cast<double>(made_);
+    // The run's end may have been moved back behind what was fed.
+    const double end = length < mapped_
+                           ? map_.outputAt(static_cast<double>(length))
+                           : map_.output() + static_cast<double>(length - mapped_) / rate_;
+    return end - static_cast<double>(made_);
 }
 
 } // namespace ambrel

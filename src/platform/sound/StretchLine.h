@@ -12,22 +12,25 @@ namespace ambrel {
 /// which one the next frame that comes out is heard as. One thread at a time, as the stretcher.
 class StretchLine {
   public:
+    static constexpr std::size_t leadFrames = 512;
+
     explicit StretchLine(int sampleRateHz) : stretcher_(sampleRateHz) {}
 
     /// Half the analysis window, in input frames.
     std::size_t pad() const noexcept { return stretcher_.pad(); }
 
     /// Starts anew: the first frame that comes out is heard as input frame `first`. What lies
-    /// before it, half a window at least, is fed first.
-    void begin(std::int64_t first, double rate, double cents) noexcept;
+    /// before it is fed first: half a window, and what `lead` frames of output are made of, which
+    /// are thrown away. It takes leadFrames of them until the stretcher has its full level.
+    void begin(std::int64_t first, double rate, double cents, std::size_t lead = 0) noexcept;
 
     void set(double rate, double cents) noexcept;
 
     /// The input frame that feed() takes next; negative is before the run.
     std::int64_t next() const noexcept { return fed_; }
 
-    /// Takes Stretcher::feedFrames stereo frames of a run of `length` frames; those behind it count
-    /// for nothing and should be silent.
+    /// Takes Stretcher::feedFrames stereo frames of a run of `length` frames; for those beyond its
+    /// ends no time is counted.
     void feed(const float* stereo, std::int64_t length) noexcept;
 
     std::size_t available() noexcept { return stretcher_.available(); }

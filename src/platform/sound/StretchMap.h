@@ -32,11 +32,14 @@ class StretchMap {
 
     /// The input frame that output frame `output` is made of.
     double inputAt(double output) const noexcept {
-        const std::size_t oldest = newest_ < pieces_.size() ? 0 : newest_ - pieces_.size() + 1;
-        std::size_t i = newest_;
-        while (i > oldest && piece(i).output > output)
-            --i;
-        return piece(i).input + (output - piece(i).output) * piece(i).rate;
+        const Piece& in = pieceOf(&Piece::output, output);
+        return in.input + (output - in.output) * in.rate;
+    }
+
+    /// The output frame that input frame `input` comes to lie at.
+    double outputAt(double input) const noexcept {
+        const Piece& in = pieceOf(&Piece::input, input);
+        return in.output + (input - in.input) / in.rate;
     }
 
   private:
@@ -45,6 +48,14 @@ class StretchMap {
         double input = 0;
         double rate = 1;
     };
+    /// The newest piece that begins at or before a frame.
+    const Piece& pieceOf(double Piece::*begin, double frame) const noexcept {
+        const std::size_t oldest = newest_ < pieces_.size() ? 0 : newest_ - pieces_.size() + 1;
+        std::size_t i = newest_;
+        while (i > oldest && piece(i).*begin > frame)
+            --i;
+        return piece(i);
+    }
     const Piece& piece(std::size_t i) const noexcept { return pieces_[i % pieces_.size()]; }
 
     /// Far more rate changes than the stretcher holds blocks at a time.

@@ -16,6 +16,8 @@ constexpr double catchUpSpeed = 6;
 /// More past than the stretcher must have heard to sound like what is being played.
 constexpr std::int64_t settleFrames = 1024;
 constexpr int takeOverFadeMs = 5;
+/// What the end of a run is faded out in, behind this unit.
+constexpr int endFadeMs = 3;
 
 /// Back at normal, the stretcher is heard a while longer: it takes time to come to rest, and the
 /// next change may be near.
@@ -35,7 +37,7 @@ std::size_t framesIn(int ms, int sampleRateHz) {
 TimePitchUnit::TimePitchUnit(int sampleRateHz)
     : lines_{StretchLine(sampleRateHz), StretchLine(sampleRateHz)}, sampleRateHz_(sampleRateHz),
       input_(8 * lines_[0].pad() + 2 * framesIn(takeOverFadeMs, sampleRateHz)),
-      recent_(recentFrames) {}
+      edges_(input_, lines_[0].pad()), recent_(recentFrames) {}
 
 void TimePitchUnit::setRate(double rate) noexcept {
     rate_ = std::clamp(std::isnan(rate) ? 1.0 : rate, Stretcher::minRate, Stretcher::maxRate);
@@ -48,16 +50,18 @@ void TimePitchUnit::setPitch(double cents) noexcept {
 void TimePitchUnit::begin(std::int64_t frames) noexcept {
     length_ = std::max<std::int64_t>(0, frames);
     input_.begin();
+    edges_.begin();
     next_ = 0;
     isOutdated_ = false;
     neutralFor_ = 0;
     mode_ = neutral() ? Mode::direct : Mode::stretching;
     if (mode_ == Mode::stretching)
-        line().begin(0, rate_, cents_);
+        line().begin(0, rate_, cents_, StretchLine::leadFrames);
 }
 
 void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
     input_.rewind(frame);
+    edges_.rewind(frame);
     if (mode_ == Mode::direct || incoming().next() <= frame)
         return;
     if (mode_ == Mode::joining && !fading_)
@@ -114,14 +118,14 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
 }
 
 std::int64_t TimePitchUnit::framesLeft() const noexcept {
-    return isDirect() ? length_ - next_ : std::llround(line().framesLeft(length_));
+    return isDirect() ? length_ - next_ : std::llround(leading().framesLeft(length_));
 }
 
 double TimePitchUnit::position() const noexcept {
     if (isDirect())
         return static_cast<double>(next_);
     const auto length = static_cast<double>(length_);
-    return finished() ? length : std::clamp(line().position(), 0.0, length);
+    return finished() ? length : std::clamp(leading().position(), 0.0, length);
 }
 
 std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t frames) noexcept {
@@ -130,19 +134,25 @@ std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t
     const std::int64_t wanted = std::min(end, length_);
     const std::int64_t until = std::max(next_, std::min(wanted, input_.taken()));
     const auto count = static_cast<std::size_t>(until - next_);
-    input_.copy(next_, length_, stereo, count);
+    input_.copy(next_, stereo, count);
     next_ = until;
     return count;
 }
 
 std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+    const std::int64_t left = std::max<std::int64_t>(0, framesLeft());
+    return takeFrom(line(), source, stereo,
+                    static_cast<std::size_t>(std::min(static_cast<std::int64_t>(frames), left)));
+}
+
+/// Beyond the run's end too.
+std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float* stereo,
+                                    std::size_t frames) noexcept {
     std::size_t done = 0;
-    while (done < frames && !finished()) {
-        const auto wanted = static_cast<std::size_t>(
-            std::min(static_cast<std::int64_t>(frames - done), framesLeft()));
-        const std::size_t count = line().take(stereo + 2 * done, wanted);
+    while (done < frames) {
+        const std::size_t count = line.take(stereo + 2 * done, frames - done);
         done += count;
-        if (count == 0 && !feed(line(), source))
+        if (count == 0 && !feed(line, source))
             break;
     }
     return done;
@@ -150,10 +160,12 @@ std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_
 
 bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
+    // What goes before the run follows from how it begins.
+    const auto span = static_cast<std::int64_t>(line.next() < 0 ? edges_.span() : 0);
     const auto until = line.next() + static_cast<std::int64_t>(Stretcher::feedFrames);
-    if (!pull(source, until))
+    if (!pull(source, std::max(until, span)) || length_ <= 0)
         return false;
-    input_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
+    edges_.copy(line.next(), length_, stereo.data(), Stretcher::feedFrames);
     line.feed(stereo.data(), length_);
     return true;
 }
@@ -191,7 +203,9 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
     const double began = position();
     const std::size_t count =
         isJoining ? direct(source, stereo, frames) : stretch(source, stereo, frames);
-    if (!fading_ && (!dropTo(began) || incoming().available() < fadeFrames_ + count))
+    if (!fading_ && (!dropTo(began) || incoming().available() < fadeFrames_ + count ||
+                     !mayFade(std::min<std::int64_t>(
+                         framesLeft(), std::llround(incoming().framesLeft(length_))))))
         return count;
     if (!fading_)
         faded_ = 0;
@@ -203,6 +217,12 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
     if (faded_ >= fadeFrames_)
         endTakeOver();
     return count;
+}
+
+/// Nothing is faded that would not be over before the run's own end fades out.
+bool TimePitchUnit::mayFade(std::int64_t framesLeft) const noexcept {
+    return framesLeft >= static_cast<std::int64_t>(fadeFrames_ + blockFrames +
+                                                   framesIn(endFadeMs, sampleRateHz_));
 }
 
 void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) noexcept {
@@ -256,7 +276,8 @@ void TimePitchUnit::beginLeaving() noexcept {
     const auto most = static_cast<std::int64_t>(framesIn(mostLagMs, sampleRateHz_));
     const std::int64_t here = std::llround(line().position());
     const auto count = static_cast<std::int64_t>(recentFrames);
-    if (here - count - most < 0 || here + most > length_ ||
+    fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
+    if (here - count - most < 0 || !mayFade(length_ - here - most) ||
         here + most + 2 * static_cast<std::int64_t>(blockFrames) > input_.taken())
         return; // too near to an end: later, or not at all
     std::array<float, recentFrames> heard{};
@@ -273,7 +294,6 @@ void TimePitchUnit::beginLeaving() noexcept {
     }
     mode_ = Mode::leaving;
     next_ = here + best;
-    fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
     faded_ = 0;
 }
 

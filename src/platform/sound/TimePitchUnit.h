@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/sound/EdgeFiller.h"
 #include "platform/sound/FrameBlock.h"
 #include "platform/sound/InputHistory.h"
 #include "platform/sound/StretchLine.h"
@@ -65,10 +66,13 @@ class TimePitchUnit {
     bool neutral() const noexcept { return rate_ == 1 && cents_ == 0; }
     bool isDirect() const noexcept { return mode_ == Mode::direct || mode_ == Mode::joining; }
     StretchLine& line() noexcept { return lines_[active_]; }
-    const StretchLine& line() const noexcept { return lines_[active_]; }
     /// The stretcher that takes over, in the modes that have one; else the one in use.
     StretchLine& incoming() noexcept {
         return lines_[mode_ == Mode::switching ? 1 - active_ : active_];
+    }
+    /// The stretcher by which place and end are reckoned: the incoming one from its first frame on.
+    const StretchLine& leading() const noexcept {
+        return lines_[mode_ == Mode::switching && fading_ ? 1 - active_ : active_];
     }
 
     std::size_t make(FrameInput& source, float* stereo, std::size_t frames) noexcept;
@@ -76,6 +80,8 @@ class TimePitchUnit {
     void refreshLength(FrameInput& source) noexcept;
     std::size_t direct(FrameInput& source, float* stereo, std::size_t frames) noexcept;
     std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    std::size_t takeFrom(StretchLine& line, FrameInput& source, float* stereo,
+                         std::size_t frames) noexcept;
     bool feed(StretchLine& line, FrameInput& source) noexcept;
 
     void beginJoining() noexcept;
@@ -83,6 +89,7 @@ class TimePitchUnit {
     std::size_t takeOver(FrameInput& source, float* stereo, std::size_t frames) noexcept;
     void catchUp(FrameInput& source, std::size_t frames) noexcept;
     bool dropTo(double position) noexcept;
+    bool mayFade(std::int64_t framesLeft) const noexcept;
     void endTakeOver() noexcept;
 
     void watchForReturn(const float* stereo, std::size_t frames) noexcept;
@@ -93,6 +100,7 @@ class TimePitchUnit {
     std::size_t active_ = 0;
     int sampleRateHz_;
     InputHistory input_;
+    EdgeFiller edges_;
 
     double rate_ = 1;
     double cents_ = 0;

@@ -244,7 +244,7 @@ class LoopTest : public QObject {
 
     void comesBackToTheSoundItself() {
         const auto file = SyntheticFile::numbered(rateHz, 10 * rateHz);
-        const auto soft = std::make_shared<SyntheticFile>(rateHz, 10 * rateHz, [&](auto frame) {
+        const auto soft = std::make_shared<SyntheticFile>(rateHz, 10 * rateHz, [file](auto frame) {
             const auto [left, right] = file->at(frame);
             const auto tone =
                 float(0.3 * std::sin(0.05 * double(frame)) + 0.2 * std::sin(0.083 * double(frame)));

@@ -1,6 +1,8 @@
 #include <QTest>
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 #include <random>
 
 #include "platform/sound/TimePitchUnit.h"
@@ -159,6 +161,56 @@ class TimePitchUnitTest : public QObject {
         // An octave's jump moves what is inside the stretcher; that is made good over half a
         // second.
         QCOMPARE_LT(worst, pitching ? 0.05 : 0.02);
+    }
+
+    /// A region begins and ends anywhere in a note; what lies beyond must not be heard as a click.
+    void beginsAndEndsWithoutAClick_data() {
+        QTest::addColumn<double>("rate");
+        QTest::addColumn<double>("phase");
+        for (const double rate : {0.25, 0.5, 0.75, 2.0})
+            for (const double phase : {0.0, 0.2, 0.25, 0.6})
+                QTest::addRow("%g from %g of a period", rate, phase) << rate << phase;
+    }
+    void beginsAndEndsWithoutAClick() {
+        QFETCH(double, rate);
+        QFETCH(double, phase);
+        constexpr double hz = 330;
+        const auto file = std::make_shared<SyntheticFile>(rateHz, 20011, [phase](auto frame) {
+            const double turns = phase + hz * double(frame) / rateHz;
+            const auto value = float(0.5 * std::sin(2 * std::numbers::pi * turns));
+            return std::pair(value, value);
+        });
+        unit_.setRate(rate);
+        unit_.setPitch(0);
+        const std::vector<float> made = test::channelOf(run(unit_, file), 0);
+        const double own = 0.5 * std::pow(2 * std::numbers::pi * hz / rateHz, 2);
+        QCOMPARE_LT(test::sharpestBend(made), 1.5 * own);
+        const std::span<const float> all(made);
+        for (const auto& edge : {all.first(441), all.last(441)})
+            QVERIFY(std::abs(20 * std::log10(test::rms(edge) / (0.5 / std::sqrt(2.0)))) < 1.5);
+    }
+
+    /// A note that begins with the region begins as it does in the file, however slow.
+    void anAttackOnTheFirstFrameStaysOne_data() {
+        QTest::addColumn<double>("rate");
+        for (const double rate : {0.25, 0.5, 0.75})
+            QTest::addRow("%g", rate) << rate;
+    }
+    void anAttackOnTheFirstFrameStaysOne() {
+        QFETCH(double, rate);
+        const auto pluck = std::make_shared<SyntheticFile>(rateHz, rateHz / 2, [](auto frame) {
+            double sum = 0;
+            for (int n = 1; n < 12; ++n)
+                sum += std::sin(0.047 * n * double(frame)) / n;
+            const auto value = float(0.3 * std::exp(-6 * double(frame) / rateHz) * sum);
+            return std::pair(value, value);
+        });
+        unit_.setRate(rate);
+        unit_.setPitch(0);
+        const std::vector<float> made = test::channelOf(run(unit_, pluck), 0);
+        const std::span<const float> all(made);
+        // Two periods of it, 6 ms, against the 30 ms after.
+        QCOMPARE_GT(test::rms(all.first(268)), 0.9 * test::rms(all.subspan(268, 1323)));
     }
 
     void goesInWithoutAStep() {
