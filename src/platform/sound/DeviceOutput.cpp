@@ -3,6 +3,7 @@
 #include "platform/sound/DeviceKeeper.h"
 #include "platform/sound/DeviceLink.h"
 #include "platform/sound/SoundControlThread.h"
+#include "platform/sound/SoundPriority.h"
 
 #include <algorithm>
 #include <chrono>
@@ -66,6 +67,7 @@ std::int64_t DeviceOutput::framesHeard() const noexcept {
 }
 
 void DeviceOutput::runClock() {
+    raiseSoundPriority(SoundUrgency::onDemand); // as the device that it stands in for
     NullClock clock(link_->gate, link_->heard);
     while (!closing_) {
         auto next = SoundClock::time_point::max();

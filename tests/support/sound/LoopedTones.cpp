@@ -79,8 +79,11 @@ void LoopedTones::look() {
     lastPass_ = account_.passes;
     lastSeconds_ = seconds;
     const double silenceMs = output_->silenceMs();
-    account_.sights.push_back(
-        {Clock::now(), seconds, silenceMs - silenceMs_, output_->takeLongestGapMs()});
+    const double gapMs = output_->takeLongestGapMs();
+    if (account_.sights.empty()) // what was before is the start
+        account_.sights.push_back({Clock::now(), seconds});
+    else
+        account_.sights.push_back({Clock::now(), seconds, silenceMs - silenceMs_, gapMs});
     silenceMs_ = silenceMs;
 }
 
