@@ -84,8 +84,9 @@ class AudioGraph::Impl final : public FrameSource {
 AudioGraph::Impl::Impl(std::unique_ptr<AudioOutput> output)
     : output_(std::move(output)), stage_(gate_, renderWake_, watchWake_),
       player_(renderWake_, output_->isPaced()),
-      watch_(std::make_unique<SegmentWatch>(SegmentWatch::Wiring{
-          watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); }})) {
+      watch_(std::make_unique<SegmentWatch>(
+          SegmentWatch::Wiring{watchWake_, stage_, [this] { return output_->framesHeard(); },
+                               [this] { rest(); }, output_->isPaced()})) {
     output_->open(*this);
 }
 

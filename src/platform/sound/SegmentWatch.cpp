@@ -3,6 +3,8 @@
 #include <limits>
 #include <utility>
 
+#include "platform/sound/SoundPriority.h"
+
 namespace ambrel {
 
 namespace {
@@ -119,6 +121,8 @@ std::vector<SegmentWatch::Completion> SegmentWatch::takeDue() {
 }
 
 void SegmentWatch::run() {
+    if (wiring_.isPaced)
+        raiseSoundPriority(SoundUrgency::ahead);
     for (;;) {
         const bool ending = ending_;
         for (const Completion& completion : takeDue())

@@ -32,6 +32,7 @@ class SegmentWatch {
         OutputStage& stage;
         std::function<std::int64_t()> framesHeard;
         std::function<void()> idle; ///< called when nothing has been active for idleAfter
+        bool isPaced = false;       ///< by a device: what it reports must not come late
     };
 
     explicit SegmentWatch(Wiring wiring);

@@ -4,7 +4,7 @@ namespace ambrel {
 
 /// How soon a thread of the sound must run once it has something to do.
 enum class SoundUrgency {
-    ahead,   ///< it works well ahead: the decode thread
+    ahead,   ///< it works well ahead, or tells what was heard: the decode thread, the watch
     onDemand ///< a device waits for it: the render thread and the device's own
 };
 
