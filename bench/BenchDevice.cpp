@@ -5,9 +5,9 @@
 //   BenchDevice --underruns SECONDS  plays at three speeds beside two busy programs and counts what
 //                                    was missing
 
+#include "TappedDevice.h"
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/DeviceOutput.h"
 
 #include <benchmark/benchmark.h>
 
@@ -119,17 +119,9 @@ class Tone final : public AudioFile {
     std::filesystem::path path_ = "/tone";
 };
 
-/// The default device, which counts the silence that it is given within the sound.
-class CountingOutput final : public AudioOutput, private FrameSource {
+/// Counts the silence that a device is given within the sound.
+class SilenceCounter final : public bench::Tap {
   public:
-    void open(FrameSource& source) override {
-        source_ = &source;
-        device_.open(*this);
-    }
-    void start() override { device_.start(); }
-    void stop() override { device_.stop(); }
-    std::int64_t framesHeard() const noexcept override { return device_.framesHeard(); }
-
     bool hasBegun() const { return sounding_; }
     std::int64_t framesMissed() const { return missed_; }
     std::int64_t framesRendered() const { return rendered_; }
@@ -139,15 +131,10 @@ class CountingOutput final : public AudioOutput, private FrameSource {
         longestGapMs_ = 0;
     }
 
-  private:
-    void prepare(int sampleRateHz, std::size_t largestRequest) override {
-        source_->prepare(sampleRateHz, largestRequest);
-    }
-    void render(float* stereo, std::size_t frames) noexcept override {
-        source_->render(stereo, frames);
-        const auto now = SoundClock::now();
-        const std::chrono::duration<double, std::milli> gap = now - last_;
-        last_ = now;
+    void handedOver(const float* stereo, std::size_t frames,
+                    SoundClock::time_point asked) noexcept override {
+        const std::chrono::duration<double, std::milli> gap = asked - last_;
+        last_ = asked;
         longestGapMs_ = std::max(longestGapMs_.load(), gap.count());
         rendered_ += static_cast<std::int64_t>(frames);
         for (std::size_t i = 0; i < 2 * frames; i += 2) {
@@ -157,13 +144,12 @@ class CountingOutput final : public AudioOutput, private FrameSource {
         }
     }
 
-    FrameSource* source_ = nullptr;
+  private:
     SoundClock::time_point last_ = SoundClock::now();
     std::atomic<bool> sounding_ = false;
     std::atomic<std::int64_t> missed_ = 0;
     std::atomic<std::int64_t> rendered_ = 0;
     std::atomic<double> longestGapMs_ = 0;
-    DeviceOutput device_; // ends first
 };
 
 /// Two programs of their own, as busy as can be.
@@ -195,7 +181,8 @@ class Load {
 
 void playUnderLoad(int seconds) {
     const Load load;
-    auto* const output = new CountingOutput;
+    SilenceCounter counter;
+    auto* const output = new bench::TappedDevice(counter);
     AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
     const auto file = std::make_shared<Tone>();
     for (const int percent : {100, 75, 40}) {
@@ -204,18 +191,18 @@ void playUnderLoad(int seconds) {
         graph.start();
         graph.play();
         std::this_thread::sleep_for(1s);
-        output->forget();
+        counter.forget();
         // The device runs dry when everything rendered has been heard.
         std::int64_t dry = 0;
         const auto end = SoundClock::now() + std::chrono::seconds(seconds) / 3;
         while (SoundClock::now() < end) {
-            dry += output->framesHeard() >= output->framesRendered() ? 1 : 0;
+            dry += output->framesHeard() >= counter.framesRendered() ? 1 : 0;
             std::this_thread::sleep_for(1ms);
         }
         std::printf("%d %%, %d s, two busy programs: %.1f ms of silence within the sound, longest "
                     "time between two requests %.1f ms, milliseconds run dry %lld\n",
-                    percent, seconds / 3, static_cast<double>(output->framesMissed()) / 48,
-                    output->longestGapMs(), static_cast<long long>(dry));
+                    percent, seconds / 3, static_cast<double>(counter.framesMissed()) / 48,
+                    counter.longestGapMs(), static_cast<long long>(dry));
         std::fflush(stdout);
         graph.stop();
     }
