@@ -5,6 +5,7 @@
 //   BenchTransportHeard [SECONDS [FILE]]   how long the play head is watched at each speed, and
 //                                          where each look at it goes: speed, seconds, error in ms
 
+#include "HandOvers.h"
 #include "MonitorRecording.h"
 #include "TransportRow.h"
 #include "audio/AudioEngine.h"
@@ -25,6 +26,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <numbers>
 #include <string>
@@ -224,34 +226,50 @@ template <typename Condition> void runUntil(Condition condition) {
         QTest::qWait(20);
 }
 
-/// The engine's loop, with its rules, as the window drives it.
-void loopPauses(const MonitorRecording& recording, int percent, std::int64_t pauseMs) {
-    constexpr int passes = 8;
-    const test::MediaMaker media;
+std::filesystem::path toneFile(const test::MediaMaker& media) {
     test::Sound sound{sinkHz, 2, std::vector<float>(2UL * sinkHz)};
     for (std::size_t i = 0; i < sound.samples.size(); ++i)
         sound.samples[i] = float(0.5 * std::cos(0.06 * double(i / 2)));
-    const auto path = media.wav("tone.wav", sound);
+    return media.wav("tone.wav", sound);
+}
+
+/// The engine's loop, with its rules, as the window drives it: how far its pauses are off. Once
+/// more if the device itself was held up, which tells nothing of the loop.
+void loopPauses(const MonitorRecording& recording, int percent, std::int64_t pauseMs) {
+    constexpr int passes = 8;
+    constexpr int attempts = 3;
+    const test::MediaMaker media;
     MainQueue queue;
+    HandOvers handOvers;
     const auto model = std::make_shared<LoopModel>(pauseMs);
-    const auto engine = AudioEngine::create(std::make_unique<SoundEngineGraph>(), queue);
+    const auto engine = AudioEngine::create(
+        std::make_unique<SoundEngineGraph>(std::make_unique<TappedDevice>(handOvers)), queue);
     engine->setAppState(model);
     engine->setRate(float(percent) / 100);
-    auto loading = engine->load(QUrl::fromLocalFile(QString::fromStdString(path.string())));
+    auto loading =
+        engine->load(QUrl::fromLocalFile(QString::fromStdString(toneFile(media).string())));
     runUntil([&] { return loading.isReady(); });
     QTest::qWait(2'000); // the device opens before a user gets to play
-    const std::size_t from = recording.frames();
-    engine->play(0.5, 0.75);
     const double seconds = passes * (0.25 * 100 / percent + double(pauseMs) / 1000) + 0.5;
-    runUntil([&] { return double(recording.frames() - from) > seconds * sinkHz; });
-    engine->stop();
-    const auto heard = sounds(recording, from, std::size_t(pauseMs) * sinkHz / 2000);
-    double worst = heard.size() < passes ? INFINITY : 0;
-    for (std::size_t i = 1; i < heard.size(); ++i)
-        worst = std::max(worst, std::abs(1000 * double(heard[i].begin - heard[i - 1].end) / sinkHz -
+    double worst = INFINITY;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const std::size_t from = recording.frames();
+        const std::size_t given = handOvers.frames();
+        engine->play(0.5, 0.75);
+        runUntil([&] { return double(recording.frames() - from) > seconds * sinkHz; });
+        engine->stop();
+        const auto heard = sounds(recording, from, std::size_t(pauseMs) * sinkHz / 2000);
+        worst = heard.size() < passes ? INFINITY : 0;
+        for (std::size_t i = 1; i < heard.size(); ++i)
+            worst =
+                std::max(worst, std::abs(1000 * double(heard[i].begin - heard[i - 1].end) / sinkHz -
                                          double(pauseMs)));
+        if (!handOvers.wasAskedLate(given + 1, handOvers.frames() - 1))
+            break;
+        runUntil([&, end = recording.frames()] { return recording.frames() > end + sinkHz; });
+    }
     printRow(std::to_string(percent) + " %, a loop's pause of " + std::to_string(pauseMs) +
-                 " ms as heard, worst of " + std::to_string(heard.size() - 1),
+                 " ms as heard, worst of 7 or more",
              atMost(5), worst, "ms");
 }
 
