@@ -8,7 +8,7 @@
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/DeviceOutput.h"
-#include "support/sound/CountingOutput.h"
+#include "support/sound/GapCounter.h"
 
 #include <benchmark/benchmark.h>
 
@@ -149,7 +149,8 @@ class Load {
 
 void playUnderLoad(int seconds) {
     const Load load;
-    auto* const output = new test::CountingOutput;
+    test::GapCounter counter;
+    auto* const output = new test::TappedDevice(counter);
     AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
     const auto file = std::make_shared<Tone>();
     for (const int percent : {100, 75, 40}) {
@@ -158,19 +159,19 @@ void playUnderLoad(int seconds) {
         graph.start();
         graph.play();
         std::this_thread::sleep_for(1s);
-        const double silenceMs = output->silenceMs();
-        output->takeLongestGapMs();
+        const double silenceMs = counter.silenceMs();
+        counter.takeLongestGapMs();
         // The device runs dry when everything rendered has been heard.
         std::int64_t dry = 0;
         const auto end = SoundClock::now() + std::chrono::seconds(seconds) / 3;
         while (SoundClock::now() < end) {
-            dry += output->framesHeard() >= output->framesRendered() ? 1 : 0;
+            dry += output->framesHeard() >= counter.framesRendered() ? 1 : 0;
             std::this_thread::sleep_for(1ms);
         }
         std::printf("%d %%, %d s, two busy programs: %.1f ms of silence within the sound, longest "
                     "time between two requests %.1f ms, milliseconds run dry %lld\n",
-                    percent, seconds / 3, output->silenceMs() - silenceMs,
-                    output->takeLongestGapMs(), static_cast<long long>(dry));
+                    percent, seconds / 3, counter.silenceMs() - silenceMs,
+                    counter.takeLongestGapMs(), static_cast<long long>(dry));
         std::fflush(stdout);
         graph.stop();
     }

@@ -56,6 +56,19 @@ Tone measureTone(std::span<const float> mono, int sampleRateHz, double nearHz) {
     return tone;
 }
 
+double roughHz(std::span<const float> mono, int sampleRateHz) {
+    double first = -1, last = -1;
+    int periods = -1;
+    for (std::size_t i = 1; i < mono.size(); ++i) {
+        if (mono[i - 1] >= 0 || mono[i] < 0)
+            continue;
+        last = double(i) - double(mono[i]) / (double(mono[i]) - mono[i - 1]);
+        first = periods < 0 ? last : first;
+        ++periods;
+    }
+    return periods > 0 ? periods * sampleRateHz / (last - first) : 0;
+}
+
 double centsBetween(double hz, double referenceHz) {
     return 1200 * std::log2(hz / referenceHz);
 }
@@ -73,6 +86,16 @@ double rms(std::span<const float> mono) {
     for (const float sample : mono)
         sum += double(sample) * sample;
     return mono.empty() ? 0 : std::sqrt(sum / double(mono.size()));
+}
+
+LevelRange levelRange(std::span<const float> mono, int sampleRateHz) {
+    const auto window = static_cast<std::size_t>(sampleRateHz / 50);
+    std::vector<double> levels;
+    for (std::size_t i = 0; i + window <= mono.size(); i += window / 4)
+        levels.push_back(20 * std::log10(rms(mono.subspan(i, window)) + 1e-9));
+    std::ranges::sort(levels);
+    const double middle = levels[levels.size() / 2];
+    return {levels.front() - middle, levels.back() - middle};
 }
 
 } // namespace ambrel::test

@@ -25,6 +25,9 @@ struct Tone {
 /// least-squares fit over all samples.
 Tone measureTone(std::span<const float> mono, int sampleRateHz, double nearHz);
 
+/// The frequency of a few periods of a tone, from its zero crossings; 0 with less than one.
+double roughHz(std::span<const float> mono, int sampleRateHz);
+
 /// Distance of two frequencies in cents.
 double centsBetween(double hz, double referenceHz);
 
@@ -32,5 +35,12 @@ double centsBetween(double hz, double referenceHz);
 double sharpestBend(std::span<const float> mono);
 
 double rms(std::span<const float> mono);
+
+/// The quietest and the loudest 20 ms, in dB beside the middle.
+struct LevelRange {
+    double quietestDb = 0;
+    double loudestDb = 0;
+};
+LevelRange levelRange(std::span<const float> mono, int sampleRateHz);
 
 } // namespace ambrel::test

@@ -3,12 +3,12 @@
 #include <cmath>
 #include <numbers>
 
-#include "platform/sound/AudioGraph.h"
-#include "platform/sound/OfflineOutput.h"
+#include "support/PulledGraph.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 
 using namespace ambrel;
+using test::PulledGraph;
 using test::SyntheticFile;
 
 namespace {
@@ -17,45 +17,6 @@ constexpr int rateHz = 44100;
 constexpr std::int64_t fadeFrames = rateHz * 3 / 1000;
 constexpr std::int64_t seamFrames = rateHz * 5 / 1000;
 
-/// A graph that is pulled, playing one region after the other.
-struct Loop {
-    explicit Loop(int deviceHz)
-        : output(new OfflineOutput(deviceHz)), graph(std::unique_ptr<AudioOutput>(output)) {
-        graph.start();
-    }
-
-    void play(const std::shared_ptr<AudioFile>& file, std::int64_t startFrame,
-              std::int64_t frameCount, const std::optional<Continuation>& next, double rate = 1,
-              double cents = 0) {
-        graph.stop();
-        std::vector<float> fading(2 * 1000);
-        output->pull(fading.data(), 1000);
-        graph.setRate(float(rate));
-        graph.setPitch(float(cents));
-        graph.scheduleSegment(
-            file, startFrame, frameCount, [] {}, next);
-        graph.play();
-    }
-
-    /// Up to `frames` more frames of the left channel; fewer if the sound ends.
-    std::vector<float> pull(std::size_t frames) {
-        std::vector<float> stereo(2 * frames);
-        std::size_t got = 0;
-        while (got < frames) {
-            const std::size_t wanted = std::min<std::size_t>(500, frames - got);
-            const std::size_t more = output->pull(stereo.data() + 2 * got, wanted);
-            got += more;
-            if (more < wanted)
-                break;
-        }
-        stereo.resize(2 * got);
-        return test::channelOf(stereo, 0);
-    }
-
-    OfflineOutput* output;
-    AudioGraph graph;
-};
-
 /// Frames between `from` and `to` that are not those of the file from `fileFrame` on.
 int differing(const std::vector<float>& heard, std::int64_t from, std::int64_t to,
               const SyntheticFile& file, std::int64_t fileFrame) {
@@ -63,17 +24,6 @@ int differing(const std::vector<float>& heard, std::int64_t from, std::int64_t t
     for (std::int64_t i = from; i < to; ++i)
         count += heard[std::size_t(i)] != file.at(fileFrame + i - from).first;
     return count;
-}
-
-/// The quietest and the loudest 20 ms, in dB beside the middle.
-std::pair<double, double> levelRange(const std::vector<float>& mono, std::size_t from) {
-    constexpr std::size_t window = rateHz / 50;
-    std::vector<double> levels;
-    for (std::size_t i = from; i + window <= mono.size(); i += window / 4)
-        levels.push_back(20 * std::log10(test::rms(std::span(mono).subspan(i, window)) + 1e-9));
-    std::ranges::sort(levels);
-    const double middle = levels[levels.size() / 2];
-    return {levels.front() - middle, levels.back() - middle};
 }
 
 /// A click of one millisecond every `apart` frames from frame 0 on, over nothing.
@@ -138,7 +88,8 @@ class LoopTest : public QObject {
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
         loop_.play(file, 4410, 8000, Continuation{4410, 8000}, rate, cents);
         const std::vector<float> heard = loop_.pull(std::size_t(rate < 0.1 ? 6 : 2) * rateHz);
-        const auto [quietest, loudest] = levelRange(heard, rateHz / 2);
+        const auto [quietest, loudest] =
+            test::levelRange(std::span(heard).subspan(rateHz / 2), rateHz);
         QVERIFY2(quietest > -0.7 && loudest < 0.7,
                  qPrintable(QStringLiteral("%1 to %2 dB").arg(quietest).arg(loudest)));
         const double hz = 441 * std::exp2(cents / 1200);
@@ -159,7 +110,7 @@ class LoopTest : public QObject {
         QFETCH(int, deviceHz);
         constexpr std::int64_t count = 4007;
         constexpr int passes = 60;
-        Loop& loop = deviceHz == rateHz ? loop_ : otherRate_;
+        PulledGraph& loop = deviceHz == rateHz ? loop_ : otherRate_;
         loop.play(clicks(60000, 60000), 0, count, Continuation{0, count}, rate);
         const double perPass = double(count) / rateHz / rate * deviceHz;
         const std::vector<float> heard = loop.pull(std::size_t(perPass * passes));
@@ -235,7 +186,8 @@ class LoopTest : public QObject {
             loop_.play(file, 4410, 44, Continuation{4410, 44}, rate);
             const std::vector<float> heard = loop_.pull(5 * rateHz);
             QCOMPARE(heard.size(), std::size_t(5 * rateHz));
-            const auto [quietest, loudest] = levelRange(heard, rateHz);
+            const auto [quietest, loudest] =
+                test::levelRange(std::span(heard).subspan(rateHz), rateHz);
             QVERIFY(quietest > -1.5 && loudest < 1.5);
             loop_.graph.setContinuation(std::nullopt);
             QVERIFY(loop_.pull(rateHz).size() < rateHz / 5);
@@ -261,7 +213,7 @@ class LoopTest : public QObject {
             loop_.graph.setPitch(0);
         }
         QCOMPARE_LT(test::sharpestBend(std::span(heard).subspan(1000)), 0.01);
-        const auto [quietest, loudest] = levelRange(heard, 4410);
+        const auto [quietest, loudest] = test::levelRange(std::span(heard).subspan(4410), rateHz);
         QVERIFY2(quietest > -3 && loudest < 3,
                  qPrintable(QStringLiteral("%1 to %2 dB").arg(quietest).arg(loudest)));
         // The last frames are frames of the file, one after the other.
@@ -276,8 +228,8 @@ class LoopTest : public QObject {
     }
 
   private:
-    Loop loop_{rateHz};
-    Loop otherRate_{48000};
+    PulledGraph loop_{rateHz};
+    PulledGraph otherRate_{48000};
 };
 
 QTEST_GUILESS_MAIN(LoopTest)

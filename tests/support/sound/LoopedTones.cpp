@@ -41,8 +41,7 @@ LoopedTones::Account LoopedTones::finish() {
 }
 
 void LoopedTones::run() {
-    output_ = new CountingOutput;
-    graph_ = std::make_unique<AudioGraph>(std::unique_ptr<AudioOutput>(output_));
+    graph_ = std::make_unique<AudioGraph>(std::make_unique<TappedDevice>(counter_));
     const auto file = tones();
     const auto schedule = [&] {
         graph_->scheduleSegment(file, startFrame, passFrames, nextCompletion(), samePass);
@@ -78,8 +77,8 @@ void LoopedTones::look() {
     account_.backwards += isSamePass && seconds < lastSeconds_ ? 1 : 0;
     lastPass_ = account_.passes;
     lastSeconds_ = seconds;
-    const double silenceMs = output_->silenceMs();
-    const double gapMs = output_->takeLongestGapMs();
+    const double silenceMs = counter_.silenceMs();
+    const double gapMs = counter_.takeLongestGapMs();
     if (account_.sights.empty()) // what was before is the start
         account_.sights.push_back({Clock::now(), seconds});
     else

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/sound/AudioGraph.h"
-#include "support/sound/CountingOutput.h"
+#include "support/sound/GapCounter.h"
 
 namespace ambrel::test {
 
@@ -59,10 +59,10 @@ class LoopedTones {
     AudioGraph::Completion nextCompletion();
 
     std::atomic<bool> ending_{false};
-    Account account_;                  ///< the client thread's
-    CountingOutput* output_ = nullptr; ///< the graph's
+    Account account_; ///< the client thread's
+    GapCounter counter_;
     double silenceMs_ = 0;
-    std::unique_ptr<AudioGraph> graph_;                        ///< the same
+    std::unique_ptr<AudioGraph> graph_;                        ///< the client thread's
     std::vector<std::shared_ptr<std::atomic<int>>> completed_; ///< how often, pass by pass
     double lastSeconds_ = 0;
     int lastPass_ = 0;

@@ -5,22 +5,14 @@
 #include <chrono>
 #include <cstdint>
 
-#include "platform/sound/DeviceOutput.h"
+#include "support/sound/TappedDevice.h"
 
 namespace ambrel::test {
 
-/// The default device, which counts the silence that it is given within the sound, and how long it
-/// asks for nothing. What it counts may be read by any thread.
-class CountingOutput final : public AudioOutput, private FrameSource {
+/// Counts the silence that a device is given within the sound, and how long it asks for nothing.
+/// What it counts may be read by any thread.
+class GapCounter final : public Tap {
   public:
-    void open(FrameSource& source) override {
-        source_ = &source;
-        device_.open(*this);
-    }
-    void start() override { device_.start(); }
-    void stop() override { device_.stop(); }
-    std::int64_t framesHeard() const noexcept override { return device_.framesHeard(); }
-
     std::int64_t framesRendered() const { return rendered_; }
 
     /// Milliseconds of silence since there first was sound. A single silent frame is none: a tone
@@ -30,17 +22,12 @@ class CountingOutput final : public AudioOutput, private FrameSource {
     /// The longest time between two requests since this was last asked, in milliseconds.
     double takeLongestGapMs() { return longestGapMs_.exchange(0); }
 
-  private:
-    void prepare(int sampleRateHz, std::size_t largestRequest) override {
-        source_->prepare(sampleRateHz, largestRequest);
-        msPerFrame_ = 1000.0 / sampleRateHz;
-    }
+    void prepared(int sampleRateHz) noexcept override { msPerFrame_ = 1000.0 / sampleRateHz; }
 
-    void render(float* stereo, std::size_t frames) noexcept override {
-        source_->render(stereo, frames);
-        const auto now = SoundClock::now();
-        const std::chrono::duration<double, std::milli> gap = now - last_;
-        last_ = now;
+    void handedOver(const float* stereo, std::size_t frames,
+                    SoundClock::time_point asked) noexcept override {
+        const std::chrono::duration<double, std::milli> gap = asked - last_;
+        last_ = asked;
         longestGapMs_ = std::max(longestGapMs_.load(), gap.count());
         rendered_ += static_cast<std::int64_t>(frames);
         double silence = silenceMs_;
@@ -53,8 +40,7 @@ class CountingOutput final : public AudioOutput, private FrameSource {
         silenceMs_ = silence;
     }
 
-    FrameSource* source_ = nullptr;
-
+  private:
     // Of whoever renders: the device or the clock that stands in for it, one at a time.
     SoundClock::time_point last_ = SoundClock::now();
     bool hasBegun_ = false;
@@ -64,7 +50,6 @@ class CountingOutput final : public AudioOutput, private FrameSource {
     std::atomic<double> silenceMs_ = 0;
     std::atomic<std::int64_t> rendered_ = 0;
     std::atomic<double> longestGapMs_ = 0;
-    DeviceOutput device_; // ends first
 };
 
 } // namespace ambrel::test

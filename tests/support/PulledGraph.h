@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/sound/AudioGraph.h"
+#include "platform/sound/OfflineOutput.h"
+#include "support/SoundMeasures.h"
+
+namespace ambrel::test {
+
+/// A graph that is pulled, playing one region after the other.
+struct PulledGraph {
+    explicit PulledGraph(int deviceHz)
+        : output(new OfflineOutput(deviceHz)), graph(std::unique_ptr<AudioOutput>(output)) {
+        graph.start();
+    }
+
+    /// What was played before is stopped and gone.
+    void play(const std::shared_ptr<AudioFile>& file, std::int64_t startFrame,
+              std::int64_t frameCount, const std::optional<Continuation>& next, double rate = 1,
+              double cents = 0) {
+        graph.stop();
+        std::vector<float> fading(2 * 1000);
+        output->pull(fading.data(), 1000);
+        graph.setRate(float(rate));
+        graph.setPitch(float(cents));
+        graph.scheduleSegment(
+            file, startFrame, frameCount, [] {}, next);
+        graph.play();
+    }
+
+    /// Up to `frames` more stereo frames; fewer if the sound ends.
+    std::vector<float> pullStereo(std::size_t frames) {
+        std::vector<float> stereo(2 * frames);
+        std::size_t got = 0;
+        while (got < frames) {
+            const std::size_t wanted = std::min<std::size_t>(500, frames - got);
+            const std::size_t more = output->pull(stereo.data() + 2 * got, wanted);
+            got += more;
+            if (more < wanted)
+                break;
+        }
+        stereo.resize(2 * got);
+        return stereo;
+    }
+
+    /// The left channel of as much.
+    std::vector<float> pull(std::size_t frames) { return channelOf(pullStereo(frames), 0); }
+
+    OfflineOutput* output;
+    AudioGraph graph;
+};
+
+} // namespace ambrel::test
