@@ -282,7 +282,7 @@ int main(int argc, char** argv) {
     if (argc > 2)
         series.open(argv[2]);
     PrivateSoundServer server;
-    server.start(sinkHz);
+    server.start({.sampleRateHz = sinkHz});
     const MonitorRecording recording;
     loopPauses(recording, 100, 250);
     loopPauses(recording, 50, 400);

@@ -112,7 +112,7 @@ class TimedGraph {
 inline int onPrivateServer(int argc, char** argv, const std::function<void(TimedGraph&)>& measure) {
     const QCoreApplication application(argc, argv);
     PrivateSoundServer server;
-    server.start(deviceHz);
+    server.start({.sampleRateHz = deviceHz});
     TimedGraph timed;
     timed.graph.start();
     // The device opens before a user gets to play.
