@@ -122,7 +122,6 @@ class Tone final : public AudioFile {
 /// Counts the silence that a device is given within the sound.
 class SilenceCounter final : public bench::Tap {
   public:
-    bool hasBegun() const { return sounding_; }
     std::int64_t framesMissed() const { return missed_; }
     std::int64_t framesRendered() const { return rendered_; }
     double longestGapMs() const { return longestGapMs_; }
@@ -180,10 +179,11 @@ class Load {
 };
 
 void playUnderLoad(int seconds) {
-    const Load load;
     SilenceCounter counter;
     auto* const output = new bench::TappedDevice(counter);
     AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    std::this_thread::sleep_for(2s); // the device opens before a user gets to play
+    const Load load;
     const auto file = std::make_shared<Tone>();
     for (const int percent : {100, 75, 40}) {
         graph.setRate(static_cast<float>(percent) / 100);
