@@ -148,10 +148,11 @@ class Load {
 };
 
 void playUnderLoad(int seconds) {
-    const Load load;
     test::GapCounter counter;
     auto* const output = new test::TappedDevice(counter);
     AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    std::this_thread::sleep_for(2s); // the device opens before a user gets to play
+    const Load load;
     const auto file = std::make_shared<Tone>();
     for (const int percent : {100, 75, 40}) {
         graph.setRate(static_cast<float>(percent) / 100);
