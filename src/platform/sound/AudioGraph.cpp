@@ -18,7 +18,7 @@ namespace {
 
 /// What the render thread keeps ready beyond the device's largest request. Little, so that a change
 /// is heard soon.
-constexpr int aheadMs = 10;
+constexpr int aheadMs = 4;
 
 struct Segment {
     std::shared_ptr<AudioFile> file;

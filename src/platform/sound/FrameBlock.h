@@ -18,7 +18,7 @@ namespace ambrel {
 struct RunPlace {
     std::int64_t epoch = 0;
     std::int64_t run = 0;
-    std::int64_t pauseFrames = 0;  ///< of silence before it
+    double pauseFrames = 0;        ///< of silence before it, not rounded
     double fileFramesPerFrame = 1; ///< file rate ÷ device rate
 };
 
@@ -33,8 +33,9 @@ struct PassBegin {
 /// Where a run ends, as far as is known.
 struct RunEnd {
     std::int64_t frame = PassCourse::open;
-    bool follows = false; ///< another run comes after it
-    PassBegin next;       ///< the first pass of that
+    bool follows = false;  ///< another run comes after it
+    PassBegin next;        ///< the first pass of that
+    double exactFrame = 0; ///< not rounded
 };
 
 /// A row of equal passes at the device's rate. Its boundaries need not lie on whole frames.

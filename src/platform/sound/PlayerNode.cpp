@@ -158,7 +158,7 @@ void PlayerNode::beginRun(const PlayPlan::Run& run) {
 void PlayerNode::setPlace() {
     constexpr double longestPauseSeconds = 1e6;
     const double pause = std::clamp(run_->pauseSeconds, 0.0, longestPauseSeconds);
-    place_ = {segment_.epoch, run_->number, std::llround(pause * rates_.deviceHz),
+    place_ = {segment_.epoch, run_->number, pause * rates_.deviceHz,
               rates_.fileFramesPerFrame()};
 }
 

@@ -66,10 +66,12 @@ bool RenderThread::enterRun(PlayGate::State gate) {
 
 void RenderThread::begin(const RunPlace& run) {
     const bool isFollowing = run.epoch == run_.epoch;
+    const double pause = run.pauseFrames + (isFollowing ? framesOwed() : 0);
+    pauseLeft_ = std::max<std::int64_t>(0, std::llround(pause));
+    owed_ = pause - static_cast<double>(pauseLeft_);
     run_ = run;
     player_.enter();
     isMade_ = false;
-    pauseLeft_ = run.pauseFrames;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
     if (!isFollowing)
@@ -83,6 +85,14 @@ void RenderThread::begin(const RunPlace& run) {
     place_ = player_.passes().at(0);
     block_.fileFrameBegin = place_.fileFrame;
     tellProgress();
+}
+
+/// What rounding to whole frames has taken from the runs so far; a pause makes up for it.
+double RenderThread::framesOwed() noexcept {
+    constexpr double most = RenderBlock::capacity;
+    const RunEnd end = player_.end();
+    const double cut = (end.exactFrame - static_cast<double>(end.frame)) / timePitch_.rate();
+    return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
 }
 
 void RenderThread::answerQuestion() noexcept {

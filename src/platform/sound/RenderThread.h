@@ -59,6 +59,7 @@ class RenderThread {
     bool isDemandHeeded() noexcept;
     bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
+    double framesOwed() noexcept;
     void answerQuestion() noexcept;
     bool accepts(const BranchPoint& point) noexcept;
     std::size_t room() const noexcept;
@@ -84,6 +85,7 @@ class RenderThread {
     RenderBlock block_;
     bool isMade_ = true;         ///< the run, to its last frame
     std::int64_t pauseLeft_ = 0; ///< frames of silence before the run
+    double owed_ = 0;            ///< frames by which the runs of the segment end too early
     std::size_t fadeInStep_ = 0; ///< of a run that follows a pause
     float endGain_ = 1;          ///< of the fade at the run's end
     PassMap::Place place_;       ///< of the next frame made

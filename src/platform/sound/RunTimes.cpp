@@ -24,7 +24,8 @@ PassSpan RunTimes::spanAt(const PassCourse& course, std::int64_t frame,
 }
 
 RunEnd RunTimes::end(const PlayPlan::Run& run) const noexcept {
-    RunEnd end{rates_.toDevice(run.course.end()), run.then.has_value(), {}};
+    RunEnd end{
+        rates_.toDevice(run.course.end()), run.then.has_value(), {}, exact(run.course.end())};
     if (run.then)
         end.next = {run.course.passFrom(run.course.end()), run.then->startFrame,
                     run.then->frameCount, run.then->pauseSeconds};

@@ -52,6 +52,9 @@ class TimePitchUnit {
     /// Frames still to be made, if the rate stays.
     std::int64_t framesLeft() const noexcept;
 
+    /// Once finished: what rounding to whole frames took from the run, −0.5 to 0.5 of a frame.
+    double framesCut() const noexcept { return isDirect() ? 0 : leading().framesLeft(length_); }
+
     /// The input frame that the next frame made will be heard as, counted from the run's first.
     double position() const noexcept;
 
