@@ -49,7 +49,7 @@ class AudioGraph {
     /// straight on into it.
     ///
     /// It counts from the first end of a pass on that is further away than what the device has been
-    /// given and about 10 ms; what was announced before is taken back there.
+    /// given and about 10 ms of notice; what was announced before is taken back there.
     void setContinuation(const std::optional<Continuation>& next);
 
     /// What runs on, or is about to after its pause, since the completion was called; absent before

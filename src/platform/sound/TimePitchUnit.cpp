@@ -22,6 +22,9 @@ constexpr int endFadeMs = 3;
 /// Back at normal, the stretcher is heard a while longer: it takes time to come to rest, and the
 /// next change may be near.
 constexpr int neutralMs = 500;
+/// What it is given meanwhile: at exactly 1 the engine draws its phases to those of its input, band
+/// by band, and a tone loses up to 6 dB on the way.
+constexpr double nearlyNormal = 1.0001;
 constexpr int leaveFadeMs = 10;
 /// The stretcher keeps to its course within this.
 constexpr int mostLagMs = 3;
@@ -119,8 +122,8 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
 
 /// A change of speed leaves the run's end the time to fade out.
 void TimePitchUnit::setLines() noexcept {
-    const double rate =
-        leading().rateLeaving(framesIn(endFadeMs, sampleRateHz_) + blockFrames, length_, rate_);
+    const double rate = leading().rateLeaving(framesIn(endFadeMs, sampleRateHz_) + blockFrames,
+                                              length_, neutral() ? nearlyNormal : rate_);
     line().set(rate, cents_);
     incoming().set(rate, cents_);
 }
