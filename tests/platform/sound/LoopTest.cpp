@@ -180,6 +180,17 @@ class LoopTest : public QObject {
         }
     }
 
+    /// A pass is a whole number of frames long; what that takes from it must not add up.
+    void aPauseMakesUpForRounding() {
+        constexpr int passes = 100;
+        constexpr double rate = 2.5, pause = 0.02;
+        constexpr std::int64_t count = 882;
+        loop_.play(SyntheticFile::sine(rateHz, rateHz, 441), 4410, count,
+                   Continuation{4410, count, pause, passes - 1}, rate);
+        const double expected = passes * count / rate + (passes - 1) * pause * rateHz;
+        QCOMPARE_LT(std::abs(double(loop_.pull(2 * std::size_t(expected)).size()) - expected), 1.0);
+    }
+
     void aTinyLoopRunsForEver() {
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
         for (const float rate : {1.0F, 3.0F}) {
