@@ -158,8 +158,7 @@ void PlayerNode::beginRun(const PlayPlan::Run& run) {
 void PlayerNode::setPlace() {
     constexpr double longestPauseSeconds = 1e6;
     const double pause = std::clamp(run_->pauseSeconds, 0.0, longestPauseSeconds);
-    place_ = {segment_.epoch, run_->number, pause * rates_.deviceHz,
-              rates_.fileFramesPerFrame()};
+    place_ = {segment_.epoch, run_->number, pause * rates_.deviceHz, rates_.fileFramesPerFrame()};
 }
 
 /// Reads the next frames once the last are in the ring; false when there are none left.
