@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
+#include <QSet>
 #include <QTest>
 
 #include "app/RecentFilesMenu.h"
@@ -174,6 +175,7 @@ class MenusAndKeysWindowTest : public QObject {
     }
 
     void welcomeBoxListsRecentFiles() {
+        QSet<QUrl> opened; // for a moment only, as they are not there
         Window w;
         QVERIFY(!w.find(u"Clear Recents"_qs));
         w.settings.recentFiles().push(file(u"/b/take.wav"_qs));
@@ -185,10 +187,12 @@ class MenusAndKeysWindowTest : public QObject {
         w.window.activateWindow(); // from elsewhere, where another copy may have run
         QVERIFY(QTest::qWaitForWindowActive(&w.window));
         QTRY_VERIFY(w.find(u"/b"_qs));
+        QObject::connect(w.state.get(), &AppState::changed, &w.window,
+                         [&] { opened.insert(w.state->audioFileURL().value_or(QUrl())); });
         QTest::mouseClick(w.find(u"/b"_qs), Qt::LeftButton);
-        QTRY_COMPARE(w.state->audioFileURL(), file(u"/b/take.wav"_qs));
+        QTRY_VERIFY(opened.contains(file(u"/b/take.wav"_qs)));
 
-        QTRY_VERIFY(w.state->loadingState().isIdle()); // it is not there, and stays in the list
+        QTRY_VERIFY(w.state->loadingState().isIdle()); // and it stays in the list
         QCOMPARE(w.settings.recentFiles().all().size(), 2);
         QTest::mouseClick(w.find(u"Clear Recents"_qs), Qt::LeftButton);
         QVERIFY(!w.find(u"Clear Recents"_qs) && w.settings.recentFiles().all().isEmpty());
