@@ -28,8 +28,6 @@ constexpr double nearlyNormal = 1.0001;
 constexpr int leaveFadeMs = 10;
 /// The stretcher keeps to its course within this.
 constexpr int mostLagMs = 3;
-/// What is compared to find the lag: a period of the lowest note a bass plays.
-constexpr std::size_t recentFrames = 2048;
 
 std::size_t framesIn(int ms, int sampleRateHz) {
     return std::max<std::size_t>(1, std::size_t(sampleRateHz) * std::size_t(ms) / 1000);
@@ -40,7 +38,7 @@ std::size_t framesIn(int ms, int sampleRateHz) {
 TimePitchUnit::TimePitchUnit(int sampleRateHz)
     : lines_{StretchLine(sampleRateHz), StretchLine(sampleRateHz)}, sampleRateHz_(sampleRateHz),
       input_(8 * lines_[0].pad() + 2 * framesIn(takeOverFadeMs, sampleRateHz)),
-      edges_(input_, lines_[0].pad()), recent_(recentFrames) {}
+      edges_(input_, lines_[0].pad()) {}
 
 void TimePitchUnit::setRate(double rate) noexcept {
     rate_ = std::clamp(std::isnan(rate) ? 1.0 : rate, Stretcher::minRate, Stretcher::maxRate);
@@ -275,8 +273,7 @@ void TimePitchUnit::watchForReturn(const float* stereo, std::size_t frames) noex
         neutralFor_ = 0;
         return;
     }
-    for (std::size_t i = 0; i < frames; ++i)
-        recent_[recentAt_++ % recentFrames] = stereo[2 * i] + stereo[2 * i + 1];
+    recent_.add(stereo, frames);
     neutralFor_ += static_cast<std::int64_t>(frames);
     if (neutralFor_ >= static_cast<std::int64_t>(framesIn(neutralMs, sampleRateHz_)))
         beginLeaving();
@@ -286,25 +283,15 @@ void TimePitchUnit::watchForReturn(const float* stereo, std::size_t frames) noex
 void TimePitchUnit::beginLeaving() noexcept {
     const auto most = static_cast<std::int64_t>(framesIn(mostLagMs, sampleRateHz_));
     const std::int64_t here = std::llround(line().position());
-    const auto count = static_cast<std::int64_t>(recentFrames);
+    const auto count = static_cast<std::int64_t>(RecentSound::frames);
     fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
     if (here - count - most < 0 || !mayFade(length_ - here - most) ||
         here + most + 2 * static_cast<std::int64_t>(blockFrames) > input_.taken())
         return; // too near to an end: later, or not at all
-    std::array<float, recentFrames> heard{};
-    for (std::size_t i = 0; i < recentFrames; ++i)
-        heard[i] = recent_[(recentAt_ + i) % recentFrames];
-    std::int64_t best = 0;
-    likeness_ = -1;
-    for (std::int64_t lag = -most; lag <= most; ++lag) {
-        const double alike = input_.likeness(here - count + lag, heard);
-        if (alike > likeness_) {
-            likeness_ = alike;
-            best = lag;
-        }
-    }
+    const RecentSound::Match match = recent_.findIn(input_, here, most);
     mode_ = Mode::leaving;
-    next_ = here + best;
+    next_ = match.frame;
+    likeness_ = match.likeness;
     faded_ = 0;
 }
 

@@ -3,11 +3,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "platform/sound/EdgeFiller.h"
 #include "platform/sound/FrameBlock.h"
 #include "platform/sound/InputHistory.h"
+#include "platform/sound/RecentSound.h"
 #include "platform/sound/StretchLine.h"
 
 namespace ambrel {
@@ -119,8 +119,7 @@ class TimePitchUnit {
     double likeness_ = 1;
 
     std::int64_t neutralFor_ = 0; ///< frames made since rate and pitch are back to normal
-    std::vector<float> recent_;   ///< the newest frames that the line made, a ring
-    std::size_t recentAt_ = 0;
+    RecentSound recent_;          ///< that the line made
 };
 
 } // namespace ambrel
