@@ -66,7 +66,7 @@ void PlayerNode::follow(const std::optional<Continuation>& next) {
     }
     wake_.signal();
     while (!paced_ && heeded_.load(std::memory_order_acquire) < wished)
-        heard_.wait();
+        heedWake_.wait();
 }
 
 bool PlayerNode::hasAhead(std::size_t frames) noexcept {
@@ -121,7 +121,7 @@ void PlayerNode::takeWish() {
     else if (plan_)
         announce(wish.next);
     heeded_.store(taken_, std::memory_order_release);
-    heard_.signal();
+    heedWake_.signal();
     framesReady_.signal();
 }
 

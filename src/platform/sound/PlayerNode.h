@@ -83,7 +83,7 @@ class PlayerNode {
     std::atomic<std::int64_t> wished_{0};  ///< number of the newest wish
     std::atomic<std::int64_t> heeded_{0};  ///< number of the newest that was carried out
     std::atomic<std::int64_t> allRead_{0}; ///< number of the wish all of whose frames are there
-    WakeUp heard_;                         ///< signalled with heeded_
+    WakeUp heedWake_;                      ///< signalled with heeded_
 
     std::mutex wishMutex_;
     Wish wish_;

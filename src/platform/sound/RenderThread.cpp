@@ -32,7 +32,7 @@ void RenderThread::run() {
 
 bool RenderThread::step() {
     answerQuestion();
-    if (wiring_.demand && !isDemandHeeded())
+    if (wiring_.demand && !canMeetDemand())
         return false;
     const PlayGate::State gate = wiring_.gate.get();
     if (run_.epoch != gate.epoch || isMade_) {
@@ -49,7 +49,7 @@ bool RenderThread::step() {
 
 /// Offline: whether frames are demanded and the player has all that they can take. Before that
 /// nothing is done, not even begun, since what is set meanwhile counts.
-bool RenderThread::isDemandHeeded() noexcept {
+bool RenderThread::canMeetDemand() noexcept {
     return wiring_.demand->load(std::memory_order_acquire) > 0 &&
            wiring_.player.hasAhead(timePitch_.mostInput());
 }

@@ -56,7 +56,7 @@ class RenderThread {
   private:
     void run();
     bool step();
-    bool isDemandHeeded() noexcept;
+    bool canMeetDemand() noexcept;
     bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
     double framesOwed() noexcept;
