@@ -34,8 +34,7 @@ QSize firstSize(const QScreen* screen) {
 } // namespace
 
 AmbrelApp::AmbrelApp()
-    : appDelegate_(SettingsStore::shared()), appState_(AppState::create()),
-      engine_(AudioEngine::shared()), keyHandler_(engine_),
+    : appState_(AppState::create()), engine_(AudioEngine::shared()), keyHandler_(engine_),
       settingsScene_(std::in_place, SettingsScene::Services{
                                         WaveformCache::shared(), SettingsStore::shared(),
                                         DownloadSettingsStore::shared(), MainQueue::shared()}) {

@@ -5,7 +5,6 @@
 #include <QApplication>
 
 #include "app/AppState.h"
-#include "store/SettingsStore.h"
 #include "ui/Symbols.h"
 
 namespace ambrel {
@@ -23,10 +22,8 @@ void AppDelegate::applicationWillFinishLaunching() {
 }
 
 void AppDelegate::applicationWillTerminate() {
-    if (!appState_)
-        return;
-    if (const auto& url = appState_->audioFileURL())
-        settings_.save(appState_->currentSettings(), *url);
+    if (appState_)
+        appState_->saveSettings();
 }
 
 } // namespace ambrel

@@ -38,19 +38,7 @@ template <typename Value> void AppState::assignSetting(Value& field, Value value
 
 std::shared_ptr<void> AppState::observeLoop(std::function<void()> notify) {
     auto observation = std::make_shared<QObject>();
-    connect(this, &AppState::changed, observation.get(), [notify = std::move(notify)](Field field) {
-        switch (field) {
-        case Field::regionStart:
-        case Field::regionEnd:
-        case Field::loopEnabled:
-        case Field::loopDelaySeconds:
-        case Field::loopDelayMilliseconds:
-            notify();
-            break;
-        default:
-            break;
-        }
-    });
+    connect(this, &AppState::loopChanged, observation.get(), std::move(notify));
     return observation;
 }
 
@@ -60,6 +48,8 @@ void AppState::setLoadingState(const LoadingState& value) {
 
 void AppState::setAudioFileURL(const std::optional<QUrl>& value) {
     assign(audioFileURL_, value, Field::audioFileURL);
+    if (!value)
+        beginSettings(std::nullopt);
 }
 
 void AppState::setAudioDuration(double value) {
@@ -72,10 +62,18 @@ void AppState::setWaveformSamples(std::vector<float> value) {
 
 void AppState::setRegionStart(double value) {
     assign(regionStart_, value, Field::regionStart);
+    Q_EMIT loopChanged();
 }
 
 void AppState::setRegionEnd(double value) {
     assign(regionEnd_, value, Field::regionEnd);
+    Q_EMIT loopChanged();
+}
+
+void AppState::setRegion(double start, double end) {
+    regionEnd_ = end;
+    assign(regionStart_, start, Field::regionStart);
+    setRegionEnd(end);
 }
 
 void AppState::setIsPlaying(bool value) {
@@ -116,14 +114,17 @@ void AppState::setEqGains(std::vector<double> value) {
 
 void AppState::setLoopEnabled(bool value) {
     assignSetting(loopEnabled_, value, Field::loopEnabled);
+    Q_EMIT loopChanged();
 }
 
 void AppState::setLoopDelaySeconds(std::int64_t value) {
     assignSetting(loopDelaySeconds_, value, Field::loopDelaySeconds);
+    Q_EMIT loopChanged();
 }
 
 void AppState::setLoopDelayMilliseconds(std::int64_t value) {
     assignSetting(loopDelayMilliseconds_, value, Field::loopDelayMilliseconds);
+    Q_EMIT loopChanged();
 }
 
 void AppState::setRecentFiles(const QList<QUrl>& value) {
@@ -150,8 +151,7 @@ FileSettings AppState::currentSettings() const {
 }
 
 void AppState::applySettings(const FileSettings& settings) {
-    setRegionStart(settings.regionStart);
-    setRegionEnd(settings.regionEnd);
+    setRegion(settings.regionStart, settings.regionEnd);
     setSpeed(settings.speed);
     setSpeedStep(settings.speedStep);
     setPitch(settings.pitch);
@@ -172,17 +172,29 @@ void AppState::resetToDefaults(double duration) {
     setIsPlaying(false);
 }
 
+void AppState::beginSettings(const std::optional<QUrl>& file) {
+    if (settingsSaveTask_)
+        saveSettings();
+    settingsFile_ = file;
+}
+
 void AppState::settingsDidChange() {
-    if (!audioFileURL_)
+    if (!settingsFile_)
         return;
     if (settingsSaveTask_)
         settingsSaveTask_->cancel();
-    // What is saved is read when the item runs; under which file is settled now.
-    settingsSaveTask_ = std::make_shared<WorkItem>([weak = weak_from_this(), url = *audioFileURL_] {
+    settingsSaveTask_ = std::make_shared<WorkItem>([weak = weak_from_this()] {
         if (const auto state = weak.lock())
-            state->store_.save(state->currentSettings(), url);
+            state->saveSettings();
     });
     mainQueue_.asyncAfter(kSaveDelay, settingsSaveTask_);
+}
+
+void AppState::saveSettings() {
+    if (const auto due = std::exchange(settingsSaveTask_, nullptr))
+        due->cancel();
+    if (settingsFile_)
+        store_.save(currentSettings(), *settingsFile_);
 }
 
 } // namespace ambrel

@@ -26,6 +26,10 @@ class WorkItem;
 /// other than the region then call settingsDidChange(). Setters do not clamp: every writer keeps
 /// the ranges (speed 5 to 300 %, pitch ±1200 cents, gains ±12 dB). The model never drives the
 /// engine: who changes speed, pitch or equaliser pushes the value there too.
+///
+/// The ten settings belong to one file, or to none. While another file opens, audioFileURL() names
+/// that one already, but what is set is still the earlier file's and is saved as such, until
+/// beginSettings() says otherwise.
 class AppState : public QObject,
                  public PlaybackModel,
                  public std::enable_shared_from_this<AppState> {
@@ -84,11 +88,13 @@ class AppState : public QObject,
     std::shared_ptr<void> observeLoop(std::function<void()> notify) override;
 
     void setLoadingState(const LoadingState& value);
-    void setAudioFileURL(const std::optional<QUrl>& value);
+    void setAudioFileURL(const std::optional<QUrl>& value); ///< none: the settings are no file's
     void setAudioDuration(double value);
     void setWaveformSamples(std::vector<float> value);
     void setRegionStart(double value); ///< schedules no save by itself
     void setRegionEnd(double value);   ///< schedules no save by itself
+    /// Both ends at once: nobody sees one of them with the earlier other. Schedules no save.
+    void setRegion(double start, double end);
     void setIsPlaying(bool value) override;
     void setPlaybackPosition(double value) override;
     void setZoomLevel(double value);
@@ -114,11 +120,21 @@ class AppState : public QObject,
     /// zoomed out, at rest at its start.
     void resetToDefaults(double duration);
 
-    /// Saves the open file's settings 0.3 s after the last call; nothing while no file is open.
+    /// From here on the settings are those of `file`; saves what was still to be saved of the file
+    /// before.
+    void beginSettings(const std::optional<QUrl>& file);
+
+    /// Saves the settings 0.3 s after the last call; nothing while they are no file's.
     void settingsDidChange();
+
+    /// Saves the settings now; nothing while they are no file's.
+    void saveSettings();
 
   Q_SIGNALS:
     void changed(ambrel::AppState::Field field);
+
+    /// What is played after the region's end may be something else: once for each change.
+    void loopChanged();
 
   private:
     AppState(SettingsStore& store, MainQueue& mainQueue);
@@ -128,7 +144,8 @@ class AppState : public QObject,
 
     SettingsStore& store_;
     MainQueue& mainQueue_;
-    std::shared_ptr<WorkItem> settingsSaveTask_;
+    std::shared_ptr<WorkItem> settingsSaveTask_; ///< while a save is due
+    std::optional<QUrl> settingsFile_;           ///< the file that the settings belong to
 
     LoadingState loadingState_;
     std::optional<QUrl> audioFileURL_;

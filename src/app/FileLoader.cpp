@@ -51,8 +51,7 @@ bool FileLoader::Load::isNewest() const {
 }
 
 void FileLoader::loadFile(const QUrl& url, bool restoreSettings) {
-    if (const auto& replaced = state_->audioFileURL())
-        settings_.save(state_->currentSettings(), *replaced);
+    state_->saveSettings();
     *currentLoadID_ = QUuid::createUuid();
     state_->setLoadingState(LoadingState::loading(QStringLiteral("Opening file...")));
     state_->setAudioFileURL(url);
@@ -111,6 +110,7 @@ QCoro::Task<> FileLoader::perform(Load load) {
 }
 
 void FileLoader::prepare(const Load& load, double duration) {
+    state_->beginSettings(load.url); // what was changed while it opened is the earlier file's
     state_->setAudioDuration(duration);
     state_->resetToDefaults(duration);
     if (load.restoreSettings) {

@@ -25,8 +25,7 @@ WaveformView::WaveformView(std::shared_ptr<AppState> state, std::shared_ptr<Audi
 WaveformNSView* WaveformView::makeNSView(QWidget* parent) const {
     auto* const view = new WaveformNSView(parent);
     view->onRegionChange = [state = state_](double start, double end) {
-        state->setRegionStart(start);
-        state->setRegionEnd(end);
+        state->setRegion(start, end);
         state->settingsDidChange();
     };
     view->onDragEnded = [state = state_, engine = engine_] {

@@ -47,6 +47,12 @@ class AppStateTest : public QObject {
         QCOMPARE(std::exchange(changes, {}), all + all);
         QCOMPARE(state_->currentSettings(), settings);
 
+        QList<std::pair<double, double>> regions; // never one end with the other of before
+        const auto observation = state_->observeLoop(
+            [&] { regions.emplaceBack(state_->regionStart(), state_->regionEnd()); });
+        state_->setRegion(40, 50);
+        QCOMPARE(regions, (QList<std::pair<double, double>>{{40, 50}}));
+
         state_->setZoomLevel(7);
         state_->setPanOffset(70);
         state_->setPlaybackPosition(3);
@@ -66,7 +72,7 @@ class AppStateTest : public QObject {
     }
 
     void savesOnceAfterABurst() {
-        state_->setAudioFileURL(fileA_);
+        state_->beginSettings(fileA_);
         QElapsedTimer sinceLast;
         for (const double speed : {70, 60, 50}) {
             state_->setSpeed(speed);
@@ -101,7 +107,7 @@ class AppStateTest : public QObject {
         };
         for (std::size_t i = 0; i < saving.size(); ++i) {
             states.push_back(AppState::create(*store_, queue_));
-            states.back()->setAudioFileURL(fileOf(i));
+            states.back()->beginSettings(fileOf(i));
             saving[i](*states.back());
         }
         waitForSaves();
@@ -110,32 +116,31 @@ class AppStateTest : public QObject {
                      qPrintable(QString::number(i)));
     }
 
-    void savesUnderTheFileThatWasOpen() {
-        state_->setSpeed(80); // no file is open
+    void savesUnderTheFileThatTheSettingsBelongTo() {
+        state_->setSpeed(80); // no file's
         state_->setAudioFileURL(fileB_);
+        state_->setSpeed(90); // still no file's: it is only being opened
         waitForSaves();
         QVERIFY(!store_->load(fileB_));
 
-        state_->setAudioFileURL(fileA_);
+        state_->beginSettings(fileA_);
         state_->setSpeed(70);
-        state_->setAudioFileURL(fileB_);
-        state_->setRegionEnd(5); // what is saved is what holds when the save runs
-        QTRY_VERIFY(store_->load(fileA_));
+        state_->setAudioFileURL(fileB_); // from here on it is being opened
+        state_->setRegionEnd(5);         // what is saved is what holds when the save runs
+        state_->beginSettings(fileB_);
+        state_->setSpeed(100);
         QCOMPARE(store_->load(fileA_)->regionEnd, 5.0);
-
-        store_->clearAll();
-        state_->setAudioFileURL(fileA_);
-        state_->setSpeed(60);
-        state_->setAudioFileURL(fileB_);
-        state_->setSpeed(100); // replaces the save that was due for A
         QTRY_VERIFY(store_->load(fileB_));
-        QVERIFY(!store_->load(fileA_));
+        QCOMPARE(store_->load(fileA_)->speed, 70.0);
 
         store_->clearAll();
+        state_->setAudioFileURL(std::nullopt);
+        state_->setSpeed(60); // nothing is open any more
+        state_->beginSettings(fileA_);
         state_->setSpeed(90);
         state_.reset();
         waitForSaves();
-        QVERIFY(!store_->load(fileB_));
+        QVERIFY(!store_->load(fileA_) && !store_->load(fileB_));
     }
 
   private:

@@ -37,7 +37,8 @@ class FileLoaderTest : public QObject {
 
     void opensAFileWithTheDefaults();
     void restoresSavedSettings();
-    void savesTheReplacedFileAtOnce();
+    void whatIsSetWhileAFileOpensIsTheEarlierFiles_data();
+    void whatIsSetWhileAFileOpensIsTheEarlierFiles();
     void showsEveryMessageOnceAndInOrder();
     void reportsWhatFails_data();
     void reportsWhatFails();
@@ -158,15 +159,48 @@ void FileLoaderTest::restoresSavedSettings() {
     QCOMPARE(player_->graph->gains, (std::map<int, float>{{0, 1}, {1, 2}, {2, 3}, {3, 4}, {4, 5}}));
 }
 
-void FileLoaderTest::savesTheReplacedFileAtOnce() {
+void FileLoaderTest::whatIsSetWhileAFileOpensIsTheEarlierFiles_data() {
+    QTest::addColumn<std::function<void()>>("meanwhile");
+    const auto row = [](const char* name, std::function<void()> meanwhile) {
+        QTest::newRow(name) << std::move(meanwhile);
+    };
+    row("nothing", [] {});
+    row("the end", [this] { player_->state->saveSettings(); });
+    row("a third file", [this] { loader_->loadFile(fileNamed(QStringLiteral("c")), false); });
+    row("a rest", [this] {
+        QTRY_COMPARE(player_->settings.store().load(fileA)->pitch, -5.0); // by itself
+    });
+}
+
+/// A disk may take its time: nothing that was stored for the file that opens is touched by then.
+void FileLoaderTest::whatIsSetWhileAFileOpensIsTheEarlierFiles() {
+    QFETCH(std::function<void()>, meanwhile);
+    const FileSettings practised{.regionEnd = 5, .speed = 60};
+    const SettingsStore& store = player_->settings.store();
+    player_->settings.store().save(practised, fileB);
+    player_->graph->addFile(fileNamed(QStringLiteral("c")), 3);
+    std::promise<void> gate;
+    player_->graph->whenOpened(fileB, [&] {
+        gate.get_future().wait();
+        return std::make_shared<test::SilentFile>("/music/b.wav", 8000, 80000);
+    });
     loader_->loadFile(fileA, false);
     QTRY_VERIFY(player_->state->loadingState().isLoaded());
     player_->state->setSpeed(70);
-    loader_->loadFile(fileB, false);
-    QCOMPARE(player_->settings.store().load(fileA)->speed, 70.0);
+    loader_->loadFile(fileB, true);
+    QCOMPARE(store.load(fileA)->speed, 70.0); // at once
+    player_->state->setPitch(-5);
+    meanwhile();
+    if (player_->state->audioFileURL() != fileB) // the third does not wait for the second
+        QTRY_VERIFY(player_->state->loadingState().isLoaded());
+    QCOMPARE(store.load(fileB), practised);
+    gate.set_value();
     QTRY_VERIFY(player_->state->loadingState().isLoaded());
-    QTRY_VERIFY(player_->settings.store().load(fileB));
-    QCOMPARE(player_->settings.store().load(fileA)->speed, 70.0);
+    QTRY_COMPARE(player_->graph->opened().size(),
+                 player_->state->audioFileURL() == fileB ? 2U : 3U);
+    QCOMPARE(store.load(fileA)->pitch, -5.0);
+    QCOMPARE(store.load(fileB), practised);
+    QCOMPARE(player_->state->speed(), player_->state->audioFileURL() == fileB ? 60.0 : 100.0);
 }
 
 void FileLoaderTest::showsEveryMessageOnceAndInOrder() {

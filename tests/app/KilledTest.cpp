@@ -28,7 +28,7 @@ int changeForEver(const char* path) {
     SettingsStore store(preferences);
     MainQueue queue;
     const auto state = AppState::create(store, queue);
-    state->setAudioFileURL(kFile);
+    state->beginSettings(kFile);
     state->applySettings(store.load(kFile).value_or(FileSettings()));
     std::mt19937 random(std::random_device{}());
     QElapsedTimer standing;
