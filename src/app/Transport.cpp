@@ -18,8 +18,7 @@ void start(AppState& state, AudioEngine& engine) {
     if (!(state.regionStart() < state.regionEnd()))
         return;
     state.setPlaybackPosition(state.regionStart());
-    engine.play(state.regionStart(), state.regionEnd());
-    state.setIsPlaying(true);
+    state.setIsPlaying(engine.play(state.regionStart(), state.regionEnd()));
 }
 
 void pause(AppState& state, AudioEngine& engine) {
@@ -46,7 +45,8 @@ void toggleLoop(AppState& state, AudioEngine&) {
 
 void restartRegion(AppState& state, AudioEngine& engine) {
     engine.stop();
-    engine.play(state.regionStart(), state.regionEnd());
+    if (!engine.play(state.regionStart(), state.regionEnd()))
+        stopAndRewind(state, engine);
 }
 
 void pushSpeed(const AppState& state, AudioEngine& engine) {

@@ -18,7 +18,7 @@ void togglePlayPause(AppState& state, AudioEngine& engine);
 void stopAndRewind(AppState& state, AudioEngine& engine);
 /// The model alone: what plays reads the switch at the region's end.
 void toggleLoop(AppState& state, AudioEngine& engine);
-/// Plays the region as it now is; isPlaying stays as it is.
+/// Plays the region as it now is; stops and rewinds when it has become empty.
 void restartRegion(AppState& state, AudioEngine& engine);
 
 /// Kept within 5 to 300 %; 300 for what is not a number.

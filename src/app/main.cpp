@@ -1,3 +1,4 @@
+#include <chrono>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -8,10 +9,14 @@
 
 #include "app/AmbrelApp.h"
 #include "app/CommandLine.h"
+#include "platform/desktop/ExitDeadline.h"
 
 namespace {
 
 constexpr int kBadUse = 2;
+
+/// What the end may take after everything has been saved.
+constexpr std::chrono::milliseconds kEndTime{650};
 
 void print(std::FILE* stream, const QString& text) {
     std::fputs(text.toUtf8().constData(), stream);
@@ -42,6 +47,7 @@ void useNeutralNumbers() {
 } // namespace
 
 int main(int argc, char** argv) {
+    static ambrel::ExitDeadline deadline; // goes after all other static objects
     const auto commandLine = ambrel::CommandLine::parse(decoded(argc, argv), QDir::currentPath());
     if (!commandLine.error.isEmpty()) {
         print(stderr, QStringLiteral("ambrel: %1\n").arg(commandLine.error));
@@ -59,5 +65,7 @@ int main(int argc, char** argv) {
     useNeutralNumbers();
 
     ambrel::AmbrelApp app;
-    return app.run(commandLine.file);
+    const int status = app.run(commandLine.file);
+    deadline.set(kEndTime, status);
+    return status;
 }

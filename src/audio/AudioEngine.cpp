@@ -13,6 +13,9 @@ namespace {
 constexpr std::chrono::milliseconds kPositionInterval{50};
 constexpr float kBandwidthOctaves = 1;
 
+/// Files on a disk that does not answer may be opening for ever; there is room for others.
+constexpr int kOpenThreads = 64;
+
 /// The frame at `seconds`, fractions cut off towards zero. Far beyond any file it stays at a bound
 /// whose sums and differences fit the type.
 std::int64_t frameAt(double seconds, int sampleRateHz) {
@@ -38,7 +41,7 @@ std::shared_ptr<AudioEngine> AudioEngine::create(std::unique_ptr<EngineGraph> gr
 }
 
 AudioEngine::AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue)
-    : mainQueue_(mainQueue), engine_(std::move(graph)), opens_(mainQueue, 1) {
+    : mainQueue_(mainQueue), engine_(std::move(graph)), opens_(mainQueue, kOpenThreads) {
     setupEngine();
 }
 
@@ -65,7 +68,7 @@ QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
     const auto thisLoad = ++newestLoad_;
     stop();
     auto open = [graph = engine_.get(), url] { return graph->open(url); };
-    auto opening = opens_.run(std::move(open));
+    auto opening = opens_.run(std::move(open), thisLoad); // the newest first
 
     std::shared_ptr<AudioFile> file;
     std::exception_ptr error;
@@ -84,13 +87,13 @@ QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
     co_return file;
 }
 
-void AudioEngine::play(double start, double end) {
+bool AudioEngine::play(double start, double end) {
     if (!audioFile_ || !(start < end))
-        return;
+        return false;
     stop();
     const auto frames = segment(start, end);
     if (!frames)
-        return;
+        return false;
     const auto generation = ++generation_;
     if (!engine_->isRunning())
         engine_->start();
@@ -100,6 +103,7 @@ void AudioEngine::play(double start, double end) {
                              appState ? continuation(*appState) : std::nullopt);
     engine_->play();
     startPositionTimer(start);
+    return true;
 }
 
 /// The frames from `start` to `end`; none if there is not one.
@@ -144,7 +148,8 @@ void AudioEngine::playNext(double start, double end, double pauseSeconds) {
     if (wanted)
         wanted->pauseSeconds = pauseSeconds;
     if (!wanted || !engine_->goOn(*wanted, completionOf(generation_ + 1))) {
-        play(start, end);
+        if (!play(start, end)) // the region has become empty
+            stopAndRewind();
         return;
     }
     ++generation_;
@@ -154,11 +159,13 @@ void AudioEngine::playNext(double start, double end, double pauseSeconds) {
 
 void AudioEngine::stop() {
     ++generation_;
+    isPaused_ = false;
     engine_->stop();
     positionTimer_.reset();
 }
 
 void AudioEngine::pause() {
+    isPaused_ = true;
     engine_->pause();
     positionTimer_.reset();
 }
@@ -180,9 +187,14 @@ void AudioEngine::setEQGain(double gain, int band) {
         engine_->setEqualiserGain(band, static_cast<float>(gain));
 }
 
+/// Whether the segment goes on: neither stopped nor replaced, nor resting until the next start.
+bool AudioEngine::isPlaying(std::int64_t generation) const {
+    return generation == generation_ && !isPaused_;
+}
+
 void AudioEngine::handleCompletion(std::int64_t generation) {
     const auto appState = appState_.lock();
-    if (generation != generation_)
+    if (!isPlaying(generation))
         return;
     if (!appState) {
         stopWhatRunsOn();
@@ -210,7 +222,7 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
     mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
                           [weak = weak_from_this(), generation, start, end, pause] {
                               const auto self = weak.lock();
-                              if (self && self->generation_ == generation)
+                              if (self && self->isPlaying(generation))
                                   self->playNext(start, end, pause);
                           });
 }
@@ -222,11 +234,21 @@ void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<Playback
     // The play head is seen at the end before it goes back.
     mainQueue_.async([weak = weak_from_this(), generation, appState] {
         const auto self = weak.lock();
-        if (!self || self->generation_ != generation)
-            return;
+        if (self && self->isPlaying(generation))
+            self->rewind();
+    });
+}
+
+void AudioEngine::stopAndRewind() {
+    stop();
+    rewind();
+}
+
+void AudioEngine::rewind() {
+    if (const auto appState = appState_.lock()) {
         appState->setIsPlaying(false);
         appState->setPlaybackPosition(appState->regionStart());
-    });
+    }
 }
 
 /// It was announced before the rules came to say something else.

@@ -40,15 +40,18 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     /// Where positions and the end of a region are written; not kept alive.
     void setAppState(std::weak_ptr<PlaybackModel> appState);
 
-    /// Stops, then opens `url` off the main thread, after all files whose loading began before, and
-    /// makes it the file to play, unless a later load has begun meanwhile. Gives the opened file
-    /// either way. Throws AudioFileError; the file to play is then the one before, and stopped.
+    /// Stops, then opens `url` off the main thread, without waiting for files that are still being
+    /// opened, and makes it the file to play, unless a later load has begun meanwhile. Gives the
+    /// opened file either way. Throws AudioFileError; the file to play is then the one before, and
+    /// stopped.
     QCoro::Task<std::shared_ptr<AudioFile>> load(QUrl url);
 
-    /// Plays the frames from `start` to `end` (seconds). No effect without a file or unless
-    /// start < end. The caller sets the model's isPlaying.
-    void play(double start, double end);
+    /// Plays the frames from `start` to `end` (seconds), and says whether it does. No effect
+    /// without a file or unless start < end; only a stop when there is not one frame between them.
+    /// The caller sets the model's isPlaying.
+    bool play(double start, double end);
     void stop();
+    /// Nothing sounds from here on until the next play(), whatever was about to follow.
     void pause();
 
     void setRate(float rate);   ///< 1.0 is normal speed
@@ -61,6 +64,7 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
 
     AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue);
     void setupEngine();
+    bool isPlaying(std::int64_t generation) const;
     void handleCompletion(std::int64_t generation);
     std::optional<Continuation> continuation(const PlaybackModel& appState) const;
     std::optional<Continuation> segment(double start, double end) const;
@@ -70,6 +74,8 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     void playNext(double start, double end, double pauseSeconds);
     void repeat(std::int64_t generation, const PlaybackModel& appState);
     void finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState);
+    void stopAndRewind();
+    void rewind();
     void startPositionTimer(double fileStart);
     void writePosition();
 
@@ -78,6 +84,7 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     BackgroundQueue opens_;
     std::shared_ptr<AudioFile> audioFile_;
     std::int64_t generation_ = 0; ///< taken by every stop and every new segment
+    bool isPaused_ = false;       ///< until the next stop or segment
     std::int64_t newestLoad_ = 0;
     std::unique_ptr<RepeatingTimer> positionTimer_;
     double fileStart_ = 0; ///< seconds; where the segment that plays begins

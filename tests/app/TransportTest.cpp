@@ -18,8 +18,7 @@ class TransportTest : public QObject {
         auto loading = player_->engine->load(url);
         QTRY_VERIFY(loading.isReady());
         takeCalls();
-        player_->state->setRegionStart(1);
-        player_->state->setRegionEnd(2);
+        player_->state->setRegion(1, 2);
     }
     void cleanup() { player_.reset(); }
 
@@ -51,7 +50,17 @@ class TransportTest : public QObject {
         QCOMPARE(state.playbackPosition(), 0.5);
         QCOMPARE(takeCalls(), QStringLiteral("stop"));
 
+        for (const double end : {0.5, 0.50001}) { // emptied while it plays; less than a frame
+            state.setRegionEnd(1);
+            transport::start(state, engine);
+            state.setPlaybackPosition(0.75);
+            state.setRegionEnd(end);
+            transport::restartRegion(state, engine);
+            QVERIFY(!state.isPlaying());
+            QCOMPARE(state.playbackPosition(), 0.5);
+        }
         state.setRegionEnd(0.5);
+        takeCalls();
         transport::togglePlayPause(state, engine);
         QVERIFY2(!state.isPlaying(), "nothing is there to play");
         QCOMPARE(takeCalls(), QString());

@@ -191,6 +191,45 @@ class AudioEngineTest : public QObject {
         QVERIFY2(takeCalls().isEmpty(), "a stop ends the pause as well");
     }
 
+    /// Whatever was about to follow: the end's two steps, the next pass, or its pause.
+    void pauseHolds() {
+        struct Case {
+            bool loop;
+            int delayMilliseconds;
+            bool isHandled; ///< the completion, when the pause comes
+        };
+        for (const Case& c : {Case{false, 0, false}, Case{true, 0, false}, Case{true, 5, false},
+                              Case{true, 5, true}}) {
+            loadFile();
+            model_->loop = c.loop;
+            model_->delayMilliseconds = c.delayMilliseconds;
+            playRegion();
+            graph_->running = Continuation{66150, 77175, c.delayMilliseconds / 1000.0};
+            graph_->takeCompletion()();
+            if (c.isHandled)
+                QTest::qWait(0);
+            engine_->pause();
+            model_->writes.clear();
+            graph_->takeCalls();
+            handleAll(std::chrono::milliseconds(6));
+            QCOMPARE(takeCalls(), QString());
+            QCOMPARE(model_->writes, QStringList());
+            engine_->stop();
+        }
+    }
+
+    void aLoopEndsWithAnEmptyRegion() {
+        loadFile();
+        model_->loop = true;
+        playRegion();
+        graph_->takeCalls();
+        model_->end = model_->start;
+        graph_->takeCompletion()();
+        QTRY_COMPARE(model_->writes,
+                     (QStringList{QStringLiteral("playing 0"), QStringLiteral("position 1.5")}));
+        QCOMPARE(takeCalls(), QStringLiteral("stop"));
+    }
+
     void announcesWhatFollows() {
         loadFile();
         model_->loop = true;

@@ -3,6 +3,10 @@
 #include <csignal>
 
 #include <QTest>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/desktop/ExitDeadline.h"
 
 using namespace ambrel;
 
@@ -37,6 +41,21 @@ class TerminationSignalsTest : public QObject {
         }
         QVERIFY(handlerOf(SIGTERM) == formerTerm);
         std::signal(SIGHUP, former);
+    }
+
+    void theDeadlineEndsWhatIsStuck() {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ExitDeadline().set(std::chrono::milliseconds(1), 1); // in time
+            ExitDeadline deadline;
+            deadline.set(std::chrono::milliseconds(20), 3);
+            ::sleep(60);
+            ::_exit(2);
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 3);
     }
 };
 
