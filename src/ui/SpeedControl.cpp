@@ -61,10 +61,13 @@ QWidget* SpeedControl::makeValueRow() {
     };
     speed_ = new NumberField(
         QStringLiteral("Speed"), 64, Theme::TextStyle::body,
-        {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
-         .commit = [this](const QString& text, bool) { return commitSpeed(trimmedBlanks(text)); },
-         .begin = [this] { anchor_ = state_->speed(); },
-         .step = step});
+        {.value = [this] { return state_->speed(); },
+         .set = [this](double speed) { transport::setSpeed(*state_, *engine_, speed); },
+         .text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
+         .commit = [this](const QString& text,
+                          double anchor) { return commitSpeed(trimmedBlanks(text), anchor); },
+         .step = step,
+         .afterReturn = NumberField::AfterReturn::leaveWhole});
     return new StepperRow(QStringLiteral("Decrease speed"), speed_,
                           QStringLiteral("Increase speed"), step);
 }
@@ -77,10 +80,14 @@ QWidget* SpeedControl::makeStepRow() {
     connect(step_, &QComboBox::activated, this, &SpeedControl::chooseStep);
     customStep_ =
         new NumberField(QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
-                        {.text = [this] { return stepText(state_->speedStep()); },
-                         .commit = [this](const QString& text,
-                                          bool isTyped) { return commitCustomStep(text, isTyped); },
-                         .begin = {},
+                        {.value = [this] { return state_->speedStep(); },
+                         .set = [this](double step) { setCustomStep(step); },
+                         .text = [this] { return stepText(state_->speedStep()); },
+                         .commit =
+                             [this](const QString& text, double) {
+                                 const auto step = typedNumber(text);
+                                 return step && setCustomStep(*step);
+                             },
                          .step = {}});
     auto* row = new ControlRow(6);
     row->add(new TextLabel(QStringLiteral("Step:"), Theme::TextStyle::caption));
@@ -93,8 +100,8 @@ QWidget* SpeedControl::makeStepRow() {
     return row;
 }
 
-bool SpeedControl::commitSpeed(const QString& typed) {
-    auto speed = typedChange(typed, anchor_);
+bool SpeedControl::commitSpeed(const QString& typed, double anchor) {
+    auto speed = typedChange(typed, anchor);
     if (!speed)
         speed = typedNumber(QString(typed).remove(QLatin1Char('%')));
     if (speed)
@@ -104,16 +111,16 @@ bool SpeedControl::commitSpeed(const QString& typed) {
     return speed.has_value();
 }
 
-bool SpeedControl::commitCustomStep(const QString& text, bool isTyped) {
-    const auto step = isTyped ? typedNumber(text) : std::nullopt;
-    if (!step || !(*step > 0 && *step <= 100))
+bool SpeedControl::setCustomStep(double step) {
+    if (!(step > 0 && step <= 100))
         return false;
     isCustomChosen_ = false;
-    state_->setSpeedStep(*step);
+    state_->setSpeedStep(step);
     return true;
 }
 
 void SpeedControl::chooseStep(int index) {
+    customStep_->commitTyping(); // what is chosen now counts, not what goes with the field
     isCustomChosen_ = index == kCustom;
     if (isCustomChosen_) {
         showStep();

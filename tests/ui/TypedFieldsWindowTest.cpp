@@ -1,5 +1,7 @@
 #include <QAccessible>
 #include <QComboBox>
+#include <QDragEnterEvent>
+#include <QMimeData>
 #include <QTest>
 
 #include "app/TimeText.h"
@@ -58,11 +60,9 @@ class TypedFieldsWindowTest : public QObject {
                   {"percent", 100, u"75%"_qs, 75, u"75%"_qs},
                   {"blanks", 100, u"  75 "_qs, 75, u"75%"_qs},
                   {"percent after a sign", 100, u"+10%"_qs, 10, u"10%"_qs},
-                  {"letters", 90, u"abc"_qs, 90, u"90%"_qs},
                   {"decimal comma", 90, u"87,5"_qs, 90, u"90%"_qs},
                   {"a point does not part thousands", 90, u"10.234"_qs, 10, u"10%"_qs},
                   {"nothing", 87.5, u""_qs, 87.5, u"87%"_qs},
-                  {"too high", 100, u"400"_qs, 300, u"300%"_qs},
                   {"zero", 100, u"0"_qs, 5, u"5%"_qs},
                   {"fraction, whole in the end", 100, u"87.9"_qs, 87, u"87%"_qs},
                   {"exponent", 100, u"1.5e2"_qs, 150, u"150%"_qs},
@@ -92,7 +92,6 @@ class TypedFieldsWindowTest : public QObject {
                   {"negative stays so after Return", 0, u"-50"_qs, -50, u"-50"_qs},
                   {"unit", 100, u"+100 cents"_qs, 100, u"+100"_qs},
                   {"sign alone", 7, u"-"_qs, 7, u"+7"_qs},
-                  {"decimal comma", 7, u"100,5"_qs, 7, u"+7"_qs},
                   {"between -1 and 1", 0, u"0.9"_qs, 0, u"0"_qs}});
     }
     void typedPitch() {
@@ -116,9 +115,7 @@ class TypedFieldsWindowTest : public QObject {
         QTRY_VERIFY(w.responder->hasFocus());
 
         // What is being typed is left alone; the arrows step from it.
-        QLineEdit* pitch = w.field(u"Pitch"_qs);
-        QTest::mouseClick(pitch, Qt::LeftButton);
-        QTest::keyClicks(pitch, u"30"_qs);
+        QLineEdit* pitch = w.beginTyping(u"Pitch"_qs, u"30"_qs);
         w.state->setPitch(77);
         QCOMPARE(pitch->text(), u"30"_qs);
         QTest::keyClick(pitch, Qt::Key_Up);
@@ -129,14 +126,58 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(pitch->text(), u"-50"_qs);
     }
 
-    void theValueIsToldWhileItIsTypedOver() {
+    void aStepIsShownAndCountedFrom() {
+        Practice w;
+        w.state->setSpeedStep(2.5);
+        QLineEdit* speed = w.beginTyping(u"Speed"_qs, {});
+        QTest::keyClick(speed, Qt::Key_Up);
+        QTest::keyClick(speed, Qt::Key_Up);
+        QTest::keyClicks(speed, u"+10"_qs);
+        QTest::keyClick(speed, Qt::Key_Up);
+        w.button(u"Fit Region"_qs)->setFocus(Qt::TabFocusReason);
+        QCOMPARE(w.state->speed(), 117.5);
+
+        QLineEdit* seconds = w.beginTyping(u"Start seconds"_qs, u"3"_qs);
+        w.click(u"Start seconds up"_qs);
+        QCOMPARE(seconds->text(), u"02"_qs);
+        QTest::keyClick(seconds, Qt::Key_Return);
+        QCOMPARE(w.state->regionStart(), 2.0);
+    }
+
+    void nothingButTypingComesIntoAField() {
         Practice w;
         QLineEdit* speed = w.field(u"Speed"_qs);
         speed->setFocus(Qt::TabFocusReason);
         QTRY_COMPARE(speed->text(), QString());
-        QCOMPARE(speed->accessibleDescription(), u"100%"_qs);
         w.state->setSpeed(90);
         QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
+        QTest::keyClick(speed, Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(speed->text(), QString());
+        QMimeData text;
+        text.setText(u"hello"_qs);
+        QDragEnterEvent drag({}, Qt::CopyAction, &text, Qt::LeftButton, {});
+        drag.ignore();
+        QCoreApplication::sendEvent(speed, &drag);
+        QVERIFY(!drag.isAccepted());
+    }
+
+    void whatIsTypedIsNotLostBehindAnotherWindow() {
+        Practice w;
+        w.state->setLoopEnabled(true);
+        QTRY_VERIFY(w.field(u"Loop delay seconds"_qs));
+        QWidget other;
+        other.show();
+        const auto typeAndTurnAway = [&](const QString& name) {
+            w.window.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&w.window));
+            w.beginTyping(name, u"70"_qs);
+            other.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&other));
+        };
+        const QLineEdit* delay = w.field(u"Loop delay seconds"_qs);
+        typeAndTurnAway(u"Loop delay seconds"_qs);
+        w.state->setLoopEnabled(false); // its row goes
+        QCOMPARE(delay->text(), u"070"_qs);
     }
 
     void customStep() {
@@ -167,6 +208,7 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(w.state->speedStep(), 2.0);
         w.button(u"Fit Region"_qs)->setFocus(Qt::TabFocusReason);
         QVERIFY(w.field(u"Custom speed step"_qs));
+        w.beginTyping(u"Custom speed step"_qs, u"7"_qs);
         choose(4);
         QCOMPARE(w.state->speedStep(), 25.0);
         QVERIFY(!w.field(u"Custom speed step"_qs));
