@@ -178,6 +178,12 @@ class TypedFieldsWindowTest : public QObject {
         typeAndTurnAway(u"Loop delay seconds"_qs);
         w.state->setLoopEnabled(false); // its row goes
         QCOMPARE(delay->text(), u"070"_qs);
+
+        typeAndTurnAway(u"Speed"_qs);
+        const QUrl song = *w.state->audioFileURL();
+        w.content->loadFile(QUrl::fromLocalFile(u"/music/next.wav"_qs), false);
+        QCOMPARE(w.settings.store().load(song)->speed, 70.0);
+        QCOMPARE(w.settings.store().load(song)->loopDelaySeconds, 70);
     }
 
     void customStep() {
