@@ -21,8 +21,9 @@ constexpr Qt::FocusReason kToSelected = Qt::ShortcutFocusReason;
 } // namespace
 
 NumberField::NumberField(const QString& accessibleName, double width, Theme::TextStyle style,
-                         Rules rules, QWidget* parent)
-    : QLineEdit(parent), width_(width), style_(style), rules_(std::move(rules)) {
+                         Number number, Rules rules, QWidget* parent)
+    : NumberEdit(std::move(number), parent), width_(width), style_(style),
+      rules_(std::move(rules)) {
     setAccessibleName(accessibleName);
     setAlignment(Qt::AlignCenter);
     setFocusPolicy(Qt::StrongFocus);
@@ -50,12 +51,20 @@ void NumberField::refresh() {
     if (state_ == State::shown)
         showValue();
     else
-        setAccessibleDescription(rules_.text());
+        tellValue();
 }
 
 void NumberField::showValue() {
     setText(rules_.text());
-    setAccessibleDescription(text());
+    tellValue();
+}
+
+void NumberField::tellValue() {
+    const QString told = rules_.text();
+    if (told == accessibleDescription())
+        return;
+    setAccessibleDescription(told);
+    valueChanged();
 }
 
 void NumberField::editSelected() {
@@ -73,7 +82,7 @@ void NumberField::focusInEvent(QFocusEvent* event) {
 }
 
 void NumberField::beginTyping(State state) {
-    anchor_ = rules_.value();
+    anchor_ = value();
     state_ = state;
 }
 
@@ -123,7 +132,7 @@ void NumberField::submit() {
     if (rules_.afterReturn == AfterReturn::stay)
         return selectAll();
     if (isTaken && rules_.afterReturn == AfterReturn::leaveWhole)
-        rules_.set(std::trunc(rules_.value()));
+        setValue(std::trunc(value()));
     leave();
 }
 
@@ -136,6 +145,15 @@ void NumberField::leave() {
 
 void NumberField::step(int direction) {
     rules_.step(direction);
+    showInstead();
+}
+
+void NumberField::setValue(double value) {
+    NumberEdit::setValue(value);
+    showInstead();
+}
+
+void NumberField::showInstead() {
     state_ = State::shown;
     showValue();
     if (hasFocus())

@@ -2,8 +2,7 @@
 
 #include <functional>
 
-#include <QLineEdit>
-
+#include "ui/NumberEdit.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -13,7 +12,7 @@ namespace ambrel {
 /// takes any text: what is no number is thrown out by the commit. Coming back from another window
 /// it still has the focus and what was typed. Its accessible description is the value as it is,
 /// also while that is typed over.
-class NumberField : public QLineEdit {
+class NumberField : public NumberEdit {
     Q_OBJECT
 
   public:
@@ -25,9 +24,6 @@ class NumberField : public QLineEdit {
 
     /// What one field does differently from the next.
     struct Rules {
-        std::function<double()> value;
-        /// Assigns a value, kept within its bounds.
-        std::function<void(double)> set;
         /// How the value is shown.
         std::function<QString()> text;
         /// Takes a text over into the model; false when it is no value. `anchor` is the value when
@@ -39,8 +35,8 @@ class NumberField : public QLineEdit {
     };
 
     /// `width` in points of the standard body font.
-    NumberField(const QString& accessibleName, double width, Theme::TextStyle style, Rules rules,
-                QWidget* parent = nullptr);
+    NumberField(const QString& accessibleName, double width, Theme::TextStyle style, Number number,
+                Rules rules, QWidget* parent = nullptr);
 
     /// Shows the value as it is now, unless it is being typed into.
     void refresh();
@@ -48,8 +44,9 @@ class NumberField : public QLineEdit {
     /// Selects the value as it is, to be typed over.
     void editSelected();
 
-    /// Takes a step and shows it, in place of what is being typed.
+    /// Takes a step, or another value, and shows it in place of what is being typed.
     void step(int direction);
+    void setValue(double value) override;
 
     /// Commits what is being typed, if anything is, as the loss of focus would.
     void commitTyping();
@@ -77,6 +74,8 @@ class NumberField : public QLineEdit {
     void clearForTyping();
     bool commit();
     void showValue();
+    void tellValue();
+    void showInstead();
     void submit();
     void leave();
     void stepByKey(int direction);

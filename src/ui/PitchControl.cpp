@@ -13,6 +13,8 @@
 namespace ambrel {
 namespace {
 
+constexpr NumberEdit::Range kRange = {-1200, 1200, 1}; // cents
+
 QString pitchText(double cents) {
     const QString text = wholePart(cents);
     return cents >= 1 ? QLatin1Char('+') + text : text;
@@ -46,7 +48,8 @@ QWidget* PitchControl::makeValueRow() {
         QStringLiteral("Pitch"), 72, Theme::TextStyle::body,
         {.value = [this] { return state_->pitch(); },
          .set = [this](double cents) { transport::setPitch(*state_, *engine_, cents); },
-         .text = [this] { return pitchText(state_->pitch()); },
+         .range = [] { return kRange; }},
+        {.text = [this] { return pitchText(state_->pitch()); },
          .commit = [this](const QString& text,
                           double anchor) { return commit(trimmedBlanks(text), anchor); },
          .step = step,

@@ -16,7 +16,10 @@
 namespace ambrel {
 namespace {
 
-constexpr double kNormalSpeed = 100; // percent
+constexpr double kNormalSpeed = 100;  // percent
+constexpr double kLowestSpeed = 5;    // percent
+constexpr double kHighestSpeed = 300; // percent
+constexpr double kHighestStep = 100;  // percentage points
 constexpr std::array<double, 5> kStepPresets = {1, 2, 5, 10, 25};
 constexpr int kCustom = kStepPresets.size(); // after the presets
 
@@ -63,7 +66,11 @@ QWidget* SpeedControl::makeValueRow() {
         QStringLiteral("Speed"), 64, Theme::TextStyle::body,
         {.value = [this] { return state_->speed(); },
          .set = [this](double speed) { transport::setSpeed(*state_, *engine_, speed); },
-         .text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
+         .range =
+             [this] {
+                 return NumberEdit::Range{kLowestSpeed, kHighestSpeed, state_->speedStep()};
+             }},
+        {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
          .commit = [this](const QString& text,
                           double anchor) { return commitSpeed(trimmedBlanks(text), anchor); },
          .step = step,
@@ -82,7 +89,11 @@ QWidget* SpeedControl::makeStepRow() {
         new NumberField(QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
                         {.value = [this] { return state_->speedStep(); },
                          .set = [this](double step) { setCustomStep(step); },
-                         .text = [this] { return stepText(state_->speedStep()); },
+                         .range =
+                             [] {
+                                 return NumberEdit::Range{0, kHighestStep, 0};
+                             }},
+                        {.text = [this] { return stepText(state_->speedStep()); },
                          .commit =
                              [this](const QString& text, double) {
                                  const auto step = typedNumber(text);
@@ -112,7 +123,7 @@ bool SpeedControl::commitSpeed(const QString& typed, double anchor) {
 }
 
 bool SpeedControl::setCustomStep(double step) {
-    if (!(step > 0 && step <= 100))
+    if (!(step > 0 && step <= kHighestStep))
         return false;
     isCustomChosen_ = false;
     state_->setSpeedStep(step);

@@ -20,15 +20,7 @@ constexpr double kStepSymbol = 10; // points
 } // namespace
 
 TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWidget* parent)
-    : QWidget(parent), value_(std::move(value)),
-      field_(
-          new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
-                          {.value = [this] { return double(value_.get()); },
-                           .set = [this](double number) { set(number); },
-                           .text = [this] { return valueText(); },
-                           .commit = [this](const QString& text, double) { return commit(text); },
-                           .step = [this](int direction) { step(direction); },
-                           .afterReturn = NumberField::AfterReturn::stay})) {
+    : QWidget(parent), value_(std::move(value)), field_(makeField(accessibleName)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -38,6 +30,18 @@ TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWi
     column->addWidget(makeStepButton(accessibleName + QStringLiteral(" down"), -1), 0,
                       Qt::AlignHCenter);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+NumberField* TimePickerField::makeField(const QString& accessibleName) {
+    const NumberEdit::Range range = {double(value_.lowest), double(value_.highest), 1};
+    return new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
+                           {.value = [this] { return double(value_.get()); },
+                            .set = [this](double value) { set(value); },
+                            .range = [range] { return range; }},
+                           {.text = [this] { return valueText(); },
+                            .commit = [this](const QString& text, double) { return commit(text); },
+                            .step = [this](int direction) { step(direction); },
+                            .afterReturn = NumberField::AfterReturn::stay});
 }
 
 SymbolButton* TimePickerField::makeStepButton(const QString& name, int direction) {

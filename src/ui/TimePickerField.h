@@ -32,6 +32,7 @@ class TimePickerField : public QWidget {
     void refresh();
 
   private:
+    NumberField* makeField(const QString& accessibleName);
     SymbolButton* makeStepButton(const QString& name, int direction);
     QString valueText() const;
     void set(double number);

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <array>
+
 #include <QAccessible>
 #include <QComboBox>
 #include <QDragEnterEvent>
@@ -184,6 +187,42 @@ class TypedFieldsWindowTest : public QObject {
         w.content->loadFile(QUrl::fromLocalFile(u"/music/next.wav"_qs), false);
         QCOMPARE(w.settings.store().load(song)->speed, 70.0);
         QCOMPARE(w.settings.store().load(song)->loopDelaySeconds, 70);
+    }
+
+    void aNumberIsReadAndSetFromOutside() {
+        Practice w;
+        w.state->setLoopEnabled(true);
+        w.state->setSpeedStep(2.5);
+        w.state->setPitch(7);
+        QTRY_VERIFY(w.field(u"Loop delay seconds"_qs));
+        struct Field {
+            const char16_t* name;
+            std::array<double, 4> told; // value, bounds, step
+            double set, then;
+        };
+        for (const Field& row : {Field{u"Speed", {100, 5, 300, 2.5}, 87.5, 87.5},
+                                 {u"Pitch", {7, -1200, 1200, 1}, -50, -50},
+                                 {u"Custom speed step", {2.5, 0, 100, 0}, 101, 2.5},
+                                 {u"End seconds", {3, 0, 59, 1}, 9, 9},
+                                 {u"Loop delay seconds", {0, 0, 999, 1}, 1e300, 999}}) {
+            QLineEdit* field = w.beginTyping(QString::fromUtf16(row.name), u"12"_qs);
+            auto* spoken = QAccessible::queryAccessibleInterface(field);
+            auto* text = spoken->textInterface();
+            QCOMPARE(text->text(0, 2), u"12"_qs);
+            QCOMPARE(text->offsetAtPoint(text->characterRect(1).center()), 1);
+            auto* number = spoken->valueInterface();
+            const std::array told = {number->currentValue(), number->minimumValue(),
+                                     number->maximumValue(), number->minimumStepSize()};
+            QVERIFY2(std::ranges::equal(told, row.told), qPrintable(field->accessibleName()));
+            number->setCurrentValue(row.set);
+            QCOMPARE(number->currentValue().toDouble(), row.then);
+            QCOMPARE(field->text(), field->accessibleDescription());
+            QTest::keyClick(field, Qt::Key_Escape);
+        }
+        auto* pitch = QAccessible::queryAccessibleInterface(w.beginTyping(u"Pitch"_qs, u"9"_qs));
+        pitch->editableTextInterface()->replaceText(0, 1, u"12"_qs);
+        w.press(Qt::Key_Return);
+        QCOMPARE(w.state->pitch(), 12.0);
     }
 
     void customStep() {
