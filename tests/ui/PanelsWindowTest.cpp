@@ -117,19 +117,13 @@ class PanelsWindowTest : public QObject {
         QCOMPARE(w.field(u"Loop delay milliseconds"_qs)->text(), u"250"_qs);
         w.type(u"Loop delay seconds"_qs, u"1000"_qs);
         QCOMPARE(w.state->loopDelaySeconds(), 999);
-        using Limits = std::numeric_limits<std::int64_t>;
-        struct Step {
-            const char16_t* button;
-            std::int64_t stored, then;
-        };
-        for (const Step& step : {Step{u"Loop delay seconds down", 1500, 1499},
-                                 {u"Loop delay seconds up", 1500, 999},
-                                 {u"Loop delay seconds up", -5, -4},
-                                 {u"Loop delay seconds down", Limits::min(), 0},
-                                 {u"Loop delay seconds up", Limits::max(), 999}}) {
-            w.state->setLoopDelaySeconds(step.stored);
-            w.click(QString::fromUtf16(step.button));
-            QCOMPARE(w.state->loopDelaySeconds(), step.then);
+        for (const std::int64_t beyond : {1500LL, std::numeric_limits<long long>::max()}) {
+            w.state->setLoopDelaySeconds(beyond);
+            w.click(u"Loop delay seconds down"_qs);
+            QCOMPARE(w.state->loopDelaySeconds(), beyond - 1);
+            w.state->setLoopDelaySeconds(beyond);
+            w.click(u"Loop delay seconds up"_qs);
+            QCOMPARE(w.state->loopDelaySeconds(), 999);
         }
         w.click(u"Loop"_qs);
         QVERIFY(!w.state->loopEnabled());
