@@ -69,6 +69,7 @@ void AmbrelApp::makeMainWindow() {
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
+        content_->commitTyping();
         settingsScene_.reset();         // a clear that is under way must not take what is saved now
         URLDownloader::shared().stop(); // helpers take a moment to end
         appDelegate_.applicationWillTerminate();

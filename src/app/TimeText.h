@@ -15,4 +15,7 @@ QString timeText(double seconds, int minuteDigits = 1);
 /// The time in whole milliseconds, truncated, and zero for what is no time.
 std::int64_t wholeMilliseconds(double seconds);
 
+/// The time that many milliseconds are: wholeMilliseconds() gives them back.
+double secondsOf(std::int64_t milliseconds);
+
 } // namespace ambrel

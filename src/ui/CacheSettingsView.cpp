@@ -21,6 +21,9 @@ namespace ambrel {
 namespace {
 
 constexpr double kRowSpacing = 8;
+constexpr std::int64_t kMostDays = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t kMostMB =
+    std::numeric_limits<std::int64_t>::max() / kBytesPerMB; // whose bytes can still be counted
 
 template <typename Presets> QStringList labelsOf(const Presets& presets) {
     QStringList labels;
@@ -119,7 +122,8 @@ LimitControl* CacheSettingsView::makeSizeLimit() {
                                       .presets = labelsOf(sizePresets()),
                                       .field = QStringLiteral("Custom size"),
                                       .placeholder = QStringLiteral("MB"),
-                                      .unit = QStringLiteral("MB")});
+                                      .unit = QStringLiteral("MB"),
+                                      .highest = double(kMostMB)});
     connect(section, &LimitControl::presetChosen, this, &CacheSettingsView::chooseSizePreset);
     connect(section, &LimitControl::customSubmitted, this, &CacheSettingsView::commitCustomSize);
     return section;
@@ -131,7 +135,8 @@ LimitControl* CacheSettingsView::makeAgeLimit() {
                                       .presets = labelsOf(agePresets()),
                                       .field = QStringLiteral("Custom age"),
                                       .placeholder = QStringLiteral("Days"),
-                                      .unit = QStringLiteral("days")});
+                                      .unit = QStringLiteral("days"),
+                                      .highest = double(kMostDays)});
     connect(section, &LimitControl::presetChosen, this, &CacheSettingsView::chooseAgePreset);
     connect(section, &LimitControl::customSubmitted, this, &CacheSettingsView::commitCustomAge);
     return section;
@@ -188,9 +193,8 @@ void CacheSettingsView::chooseAgePreset(int place) {
 }
 
 void CacheSettingsView::commitCustomSize() {
-    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / kBytesPerMB;
     const auto size = typedWholeNumber(sizeLimit_->custom());
-    if (!size || *size < 1 || *size > most)
+    if (!size || *size < 1 || *size > kMostMB)
         return;
     cache_.setMaxTotalBytes(*size * kBytesPerMB);
     sizeLimit_->selectCustom();

@@ -16,6 +16,7 @@
 #include "ui/HeaderBar.h"
 #include "ui/HelpSheet.h"
 #include "ui/LoadingScreen.h"
+#include "ui/NumberField.h"
 #include "ui/OpenPanel.h"
 #include "ui/SheetBlocker.h"
 #include "ui/WelcomeScreen.h"
@@ -186,7 +187,13 @@ void ContentView::openFile() {
 }
 
 void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
+    commitTyping();
     loader_.loadFile(url, restoreSettings);
+}
+
+void ContentView::commitTyping() {
+    for (NumberField* field : findChildren<NumberField*>())
+        field->commitTyping();
 }
 
 void ContentView::showError(const QString& message) {

@@ -58,8 +58,11 @@ class ContentView : public QWidget {
     /// Shows the open panel; the file chosen starts with the defaults.
     void openFile();
 
-    /// As FileLoader::loadFile.
+    /// As FileLoader::loadFile, once what is being typed is committed for the file that goes.
     void loadFile(const QUrl& url, bool restoreSettings);
+
+    /// Commits what is being typed into a field, wherever the focus is.
+    void commitTyping();
 
     /// Shows the recent files as they are stored now: another copy of the program may have changed
     /// them. Done by itself whenever the window becomes active.

@@ -1,7 +1,7 @@
 #include "ui/LimitControl.h"
 
-#include <QLineEdit>
-
+#include "app/TypedNumber.h"
+#include "ui/NumberEdit.h"
 #include "ui/RadioGroup.h"
 #include "ui/TextLabel.h"
 
@@ -9,7 +9,7 @@ namespace ambrel {
 
 LimitControl::LimitControl(const Texts& texts, QWidget* parent)
     : ControlPanel(texts.title, 8, parent), presets_(new RadioGroup(texts.group, texts.presets)),
-      custom_(new QLineEdit), customRow_(makeCustomRow(texts)),
+      custom_(makeCustomField(texts)), customRow_(makeCustomRow(texts)),
       customPlace_(int(texts.presets.size()) - 1) {
     addRow(presets_);
     addRow(customRow_);
@@ -24,9 +24,22 @@ LimitControl::LimitControl(const Texts& texts, QWidget* parent)
     applyTheme();
 }
 
+NumberEdit* LimitControl::makeCustomField(const Texts& texts) {
+    const NumberEdit::Range range = {1, texts.highest, 1};
+    auto* field =
+        new NumberEdit({.value = [this] { return double(typedWholeNumber(custom()).value_or(0)); },
+                        .set =
+                            [this](double value) {
+                                setCustom(wholePart(value));
+                                Q_EMIT customSubmitted();
+                            },
+                        .range = [range] { return range; }});
+    field->setAccessibleName(texts.field);
+    field->setPlaceholderText(texts.placeholder);
+    return field;
+}
+
 QWidget* LimitControl::makeCustomRow(const Texts& texts) {
-    custom_->setAccessibleName(texts.field);
-    custom_->setPlaceholderText(texts.placeholder);
     auto* row = new ControlRow(6);
     row->add(custom_);
     row->add(new TextLabel(texts.unit, Theme::TextStyle::body));

@@ -2,10 +2,9 @@
 
 #include "ui/ControlPanel.h"
 
-class QLineEdit;
-
 namespace ambrel {
 
+class NumberEdit;
 class RadioGroup;
 
 /// One limit of the waveform cache: presets to choose from and, while the last of them, the custom
@@ -21,7 +20,8 @@ class LimitControl : public ControlPanel {
         QStringList presets;
         QString field; ///< accessible name
         QString placeholder;
-        QString unit; ///< behind the field
+        QString unit;       ///< behind the field
+        double highest = 0; ///< that is taken; the lowest is 1
     };
 
     explicit LimitControl(const Texts& texts, QWidget* parent = nullptr);
@@ -41,10 +41,11 @@ class LimitControl : public ControlPanel {
     void applyTheme();
     bool isCustomChosen() const;
     void showCustomRow();
+    NumberEdit* makeCustomField(const Texts& texts);
     QWidget* makeCustomRow(const Texts& texts);
 
     RadioGroup* presets_;
-    QLineEdit* custom_;
+    NumberEdit* custom_;
     QWidget* customRow_;
     const int customPlace_;
 };

@@ -1,5 +1,6 @@
 #include "ui/NumberField.h"
 
+#include <cmath>
 #include <utility>
 
 #include <QFocusEvent>
@@ -14,16 +15,24 @@ bool isPassing(const QFocusEvent& event) {
            event.reason() == Qt::PopupFocusReason || event.reason() == Qt::MenuBarFocusReason;
 }
 
+/// With this one, Qt selects the text.
+constexpr Qt::FocusReason kToSelected = Qt::ShortcutFocusReason;
+
 } // namespace
 
 NumberField::NumberField(const QString& accessibleName, double width, Theme::TextStyle style,
-                         Rules rules, QWidget* parent)
-    : QLineEdit(parent), width_(width), style_(style), rules_(std::move(rules)) {
+                         Number number, Rules rules, QWidget* parent)
+    : NumberEdit(std::move(number), parent), width_(width), style_(style),
+      rules_(std::move(rules)) {
     setAccessibleName(accessibleName);
     setAlignment(Qt::AlignCenter);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    connect(this, &QLineEdit::textEdited, this, [this] { isEditing_ = isTyped_ = true; });
+    setAcceptDrops(false); // into a field that is not being typed into
+    connect(this, &QLineEdit::textEdited, this, [this] {
+        if (state_ == State::shown)
+            beginTyping(State::typing);
+    });
     connect(&Theme::shared(), &Theme::changed, this, &NumberField::applyTheme);
     applyTheme();
     showValue();
@@ -39,48 +48,49 @@ QSize NumberField::sizeHint() const {
 }
 
 void NumberField::refresh() {
-    if (!isEditing_)
+    if (state_ == State::shown)
         showValue();
     else
-        setAccessibleDescription(rules_.text());
+        tellValue();
 }
 
 void NumberField::showValue() {
     setText(rules_.text());
-    setAccessibleDescription(text());
-    isTyped_ = false;
+    tellValue();
+}
+
+void NumberField::tellValue() {
+    const QString told = rules_.text();
+    if (told == accessibleDescription())
+        return;
+    setAccessibleDescription(told);
+    valueChanged();
 }
 
 void NumberField::editSelected() {
-    keepsText_ = true;
-    setFocus();
-    keepsText_ = false;
-    selectAll();
+    setFocus(kToSelected);
 }
 
 void NumberField::focusInEvent(QFocusEvent* event) {
     QLineEdit::focusInEvent(event);
-    if (!isPassing(*event))
-        beginEditing();
-}
-
-void NumberField::beginEditing() {
-    if (rules_.begin)
-        rules_.begin();
-    isEditing_ = true;
-    if (keepsText_)
+    if (isPassing(*event) || event->reason() == kToSelected)
         return;
+    beginTyping(State::entered);
     // A screen reader that hears of the text before it hears of the focus, which Qt tells after
     // this, says nothing.
-    isToBeCleared_ = true;
     QMetaObject::invokeMethod(this, &NumberField::clearForTyping, Qt::QueuedConnection);
 }
 
+void NumberField::beginTyping(State state) {
+    anchor_ = value();
+    state_ = state;
+}
+
 void NumberField::clearForTyping() {
-    if (!std::exchange(isToBeCleared_, false))
+    if (state_ != State::entered)
         return;
-    clear();
-    isTyped_ = true;
+    state_ = State::typing;
+    setText({}); // clear() could be undone
 }
 
 void NumberField::focusOutEvent(QFocusEvent* event) {
@@ -89,49 +99,72 @@ void NumberField::focusOutEvent(QFocusEvent* event) {
         commit();
 }
 
+void NumberField::hideEvent(QHideEvent* event) {
+    QLineEdit::hideEvent(event);
+    if (!event->spontaneous())
+        commitTyping(); // in a window that is not active no focus is lost
+}
+
+void NumberField::changeEvent(QEvent* event) {
+    QLineEdit::changeEvent(event);
+    if (event->type() == QEvent::EnabledChange)
+        commitTyping();
+}
+
+void NumberField::commitTyping() {
+    if (state_ != State::shown)
+        commit();
+}
+
 bool NumberField::commit() {
-    if (isCommitting_)
-        return false;
     clearForTyping();
-    isCommitting_ = true;
-    isEditing_ = false;
-    const bool isTaken = rules_.commit(text(), isTyped_);
+    const bool isAgain = state_ == State::shown && rules_.afterReturn == AfterReturn::stay;
+    if (state_ != State::typing && !isAgain)
+        return false;
+    state_ = State::shown;
+    const bool isTaken = rules_.commit(text(), anchor_);
     showValue();
-    isCommitting_ = false;
     return isTaken;
 }
 
 void NumberField::submit() {
     const bool isTaken = commit();
-    if (rules_.keepsFocusOnReturn)
-        selectAll();
-    else if (isTaken)
-        clearFocus(); // which commits the value as it is shown: whole
-    else
-        leaveWithoutCommit();
+    if (rules_.afterReturn == AfterReturn::stay)
+        return selectAll();
+    if (isTaken && rules_.afterReturn == AfterReturn::leaveWhole)
+        setValue(std::trunc(value()));
+    leave();
 }
 
-void NumberField::cancel() {
-    isToBeCleared_ = false;
-    isEditing_ = false;
-    showValue();
-    leaveWithoutCommit();
-}
-
-void NumberField::leaveWithoutCommit() {
-    isCommitting_ = true;
+void NumberField::leave() {
+    state_ = State::leaving;
     clearFocus();
-    isCommitting_ = false;
+    state_ = State::shown;
+    showValue();
 }
 
-/// What was typed so far counts first, as it would for a button beside the field.
 void NumberField::step(int direction) {
-    if (!text().isEmpty() && isTyped_)
-        rules_.commit(text(), true);
     rules_.step(direction);
-    isEditing_ = false;
+    showInstead();
+}
+
+void NumberField::setValue(double value) {
+    NumberEdit::setValue(value);
+    showInstead();
+}
+
+void NumberField::showInstead() {
+    state_ = State::shown;
     showValue();
-    selectAll();
+    if (hasFocus())
+        selectAll();
+}
+
+/// What was typed so far counts first, as it would for a button that takes the focus.
+void NumberField::stepByKey(int direction) {
+    if (state_ == State::typing && !text().isEmpty())
+        rules_.commit(text(), anchor_);
+    step(direction);
 }
 
 void NumberField::keyPressEvent(QKeyEvent* event) {
@@ -143,11 +176,11 @@ void NumberField::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Enter:
         return submit();
     case Qt::Key_Escape:
-        return cancel();
+        return leave();
     case Qt::Key_Up:
     case Qt::Key_Down:
         if (isPlain && rules_.step)
-            return step(event->key() == Qt::Key_Up ? 1 : -1);
+            return stepByKey(event->key() == Qt::Key_Up ? 1 : -1);
         break;
     default:
         break;

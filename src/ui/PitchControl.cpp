@@ -13,6 +13,8 @@
 namespace ambrel {
 namespace {
 
+constexpr NumberEdit::Range kRange = {-1200, 1200, 1}; // cents
+
 QString pitchText(double cents) {
     const QString text = wholePart(cents);
     return cents >= 1 ? QLatin1Char('+') + text : text;
@@ -44,20 +46,22 @@ QWidget* PitchControl::makeValueRow() {
     };
     pitch_ = new NumberField(
         QStringLiteral("Pitch"), 72, Theme::TextStyle::body,
+        {.value = [this] { return state_->pitch(); },
+         .set = [this](double cents) { transport::setPitch(*state_, *engine_, cents); },
+         .range = [] { return kRange; }},
         {.text = [this] { return pitchText(state_->pitch()); },
          .commit = [this](const QString& text,
-                          bool isTyped) { return commit(trimmedBlanks(text), isTyped); },
-         .begin = [this] { anchor_ = state_->pitch(); },
-         .step = step});
+                          double anchor) { return commit(trimmedBlanks(text), anchor); },
+         .step = step,
+         .afterReturn = NumberField::AfterReturn::leaveWhole});
     return new StepperRow(QStringLiteral("Lower pitch"), pitch_, QStringLiteral("Raise pitch"),
                           step);
 }
 
-/// The field's own text has a sign too, which is no change then.
-bool PitchControl::commit(const QString& text, bool isTyped) {
-    auto pitch = isTyped ? typedChange(text, anchor_) : std::nullopt;
+bool PitchControl::commit(const QString& typed, double anchor) {
+    auto pitch = typedChange(typed, anchor);
     if (!pitch)
-        pitch = typedNumber(text);
+        pitch = typedNumber(typed);
     if (pitch)
         transport::setPitch(*state_, *engine_, *pitch);
     else

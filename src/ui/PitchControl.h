@@ -20,12 +20,11 @@ class PitchControl : public ControlPanel {
 
   private:
     QWidget* makeValueRow();
-    bool commit(const QString& text, bool isTyped);
+    bool commit(const QString& typed, double anchor);
     void showPitch();
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
-    double anchor_ = 0; ///< the pitch when typing began, cents
     NumberField* pitch_;
 };
 

@@ -15,14 +15,10 @@
 
 namespace ambrel {
 
-double RegionControls::Time::inSeconds() const {
-    return double(minutes) * 60 + double(seconds) + double(milliseconds) / 1000;
-}
-
 double RegionControls::Time::changed(double time) const {
     // The fields show whole milliseconds: as long as they show this time, nothing is cut off it.
     const std::int64_t shown = minutes * 60000 + seconds * 1000 + milliseconds;
-    return shown == wholeMilliseconds(time) ? time : inSeconds();
+    return shown == wholeMilliseconds(time) ? time : secondsOf(shown);
 }
 
 void RegionControls::Time::show(double time) {

@@ -30,7 +30,6 @@ class RegionControls : public QWidget {
         std::int64_t milliseconds = 0;
         std::array<TimePickerField*, 3> fields = {};
 
-        double inSeconds() const;
         double changed(double time) const; ///< what the fields make of it
         void show(double seconds);
     };

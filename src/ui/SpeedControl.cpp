@@ -16,7 +16,10 @@
 namespace ambrel {
 namespace {
 
-constexpr double kNormalSpeed = 100; // percent
+constexpr double kNormalSpeed = 100;  // percent
+constexpr double kLowestSpeed = 5;    // percent
+constexpr double kHighestSpeed = 300; // percent
+constexpr double kHighestStep = 100;  // percentage points
 constexpr std::array<double, 5> kStepPresets = {1, 2, 5, 10, 25};
 constexpr int kCustom = kStepPresets.size(); // after the presets
 
@@ -61,10 +64,17 @@ QWidget* SpeedControl::makeValueRow() {
     };
     speed_ = new NumberField(
         QStringLiteral("Speed"), 64, Theme::TextStyle::body,
+        {.value = [this] { return state_->speed(); },
+         .set = [this](double speed) { transport::setSpeed(*state_, *engine_, speed); },
+         .range =
+             [this] {
+                 return NumberEdit::Range{kLowestSpeed, kHighestSpeed, state_->speedStep()};
+             }},
         {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
-         .commit = [this](const QString& text, bool) { return commitSpeed(trimmedBlanks(text)); },
-         .begin = [this] { anchor_ = state_->speed(); },
-         .step = step});
+         .commit = [this](const QString& text,
+                          double anchor) { return commitSpeed(trimmedBlanks(text), anchor); },
+         .step = step,
+         .afterReturn = NumberField::AfterReturn::leaveWhole});
     return new StepperRow(QStringLiteral("Decrease speed"), speed_,
                           QStringLiteral("Increase speed"), step);
 }
@@ -77,10 +87,18 @@ QWidget* SpeedControl::makeStepRow() {
     connect(step_, &QComboBox::activated, this, &SpeedControl::chooseStep);
     customStep_ =
         new NumberField(QStringLiteral("Custom speed step"), 48, Theme::TextStyle::caption,
+                        {.value = [this] { return state_->speedStep(); },
+                         .set = [this](double step) { setCustomStep(step); },
+                         .range =
+                             [] {
+                                 return NumberEdit::Range{0, kHighestStep, 0};
+                             }},
                         {.text = [this] { return stepText(state_->speedStep()); },
-                         .commit = [this](const QString& text,
-                                          bool isTyped) { return commitCustomStep(text, isTyped); },
-                         .begin = {},
+                         .commit =
+                             [this](const QString& text, double) {
+                                 const auto step = typedNumber(text);
+                                 return step && setCustomStep(*step);
+                             },
                          .step = {}});
     auto* row = new ControlRow(6);
     row->add(new TextLabel(QStringLiteral("Step:"), Theme::TextStyle::caption));
@@ -93,8 +111,8 @@ QWidget* SpeedControl::makeStepRow() {
     return row;
 }
 
-bool SpeedControl::commitSpeed(const QString& typed) {
-    auto speed = typedChange(typed, anchor_);
+bool SpeedControl::commitSpeed(const QString& typed, double anchor) {
+    auto speed = typedChange(typed, anchor);
     if (!speed)
         speed = typedNumber(QString(typed).remove(QLatin1Char('%')));
     if (speed)
@@ -104,16 +122,16 @@ bool SpeedControl::commitSpeed(const QString& typed) {
     return speed.has_value();
 }
 
-bool SpeedControl::commitCustomStep(const QString& text, bool isTyped) {
-    const auto step = isTyped ? typedNumber(text) : std::nullopt;
-    if (!step || !(*step > 0 && *step <= 100))
+bool SpeedControl::setCustomStep(double step) {
+    if (!(step > 0 && step <= kHighestStep))
         return false;
     isCustomChosen_ = false;
-    state_->setSpeedStep(*step);
+    state_->setSpeedStep(step);
     return true;
 }
 
 void SpeedControl::chooseStep(int index) {
+    customStep_->commitTyping(); // what is chosen now counts, not what goes with the field
     isCustomChosen_ = index == kCustom;
     if (isCustomChosen_) {
         showStep();

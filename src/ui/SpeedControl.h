@@ -22,15 +22,14 @@ class SpeedControl : public ControlPanel {
   private:
     QWidget* makeValueRow();
     QWidget* makeStepRow();
-    bool commitSpeed(const QString& typed);
-    bool commitCustomStep(const QString& text, bool isTyped);
+    bool commitSpeed(const QString& typed, double anchor);
+    bool setCustomStep(double step);
     void chooseStep(int index);
     void showSpeed();
     void showStep();
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
-    double anchor_ = 100; ///< the speed when typing began, percent
     /// "Custom" was chosen while the step was one of the presets: the field stays until a step is
     /// committed or another choice made.
     bool isCustomChosen_ = false;

@@ -20,13 +20,7 @@ constexpr double kStepSymbol = 10; // points
 } // namespace
 
 TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWidget* parent)
-    : QWidget(parent), value_(std::move(value)),
-      field_(new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
-                             {.text = [this] { return valueText(); },
-                              .commit = [this](const QString& text, bool) { return commit(text); },
-                              .begin = {},
-                              .step = [this](int direction) { step(direction); },
-                              .keepsFocusOnReturn = true})) {
+    : QWidget(parent), value_(std::move(value)), field_(makeField(accessibleName)) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -38,12 +32,24 @@ TimePickerField::TimePickerField(const QString& accessibleName, Value value, QWi
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
+NumberField* TimePickerField::makeField(const QString& accessibleName) {
+    const NumberEdit::Range range = {double(value_.lowest), double(value_.highest), 1};
+    return new NumberField(accessibleName, kWidth, Theme::TextStyle::body,
+                           {.value = [this] { return double(value_.get()); },
+                            .set = [this](double value) { set(value); },
+                            .range = [range] { return range; }},
+                           {.text = [this] { return valueText(); },
+                            .commit = [this](const QString& text, double) { return commit(text); },
+                            .step = [this](int direction) { step(direction); },
+                            .afterReturn = NumberField::AfterReturn::stay});
+}
+
 SymbolButton* TimePickerField::makeStepButton(const QString& name, int direction) {
     auto* button = new SymbolButton(QSizeF(kWidth, kStepHeight), kStepSymbol);
     button->setColour(Theme::TextColour::secondary);
     button->setSymbol(direction > 0 ? Symbol::chevronUp : Symbol::chevronDown, name);
     makeRepeating(*button);
-    connect(button, &SymbolButton::clicked, this, [this, direction] { step(direction); });
+    connect(button, &SymbolButton::clicked, this, [this, direction] { field_->step(direction); });
     return button;
 }
 
@@ -56,22 +62,27 @@ QString TimePickerField::valueText() const {
     return QStringLiteral("%1").arg(value_.get(), digits, 10, QLatin1Char('0'));
 }
 
+void TimePickerField::set(double number) {
+    value_.set(std::int64_t(clampedNumber(number, double(value_.lowest), double(value_.highest))));
+    value_.committed();
+}
+
 bool TimePickerField::commit(const QString& text) {
     const auto number = typedWholeNumber(text);
     if (number)
         value_.set(std::clamp(*number, value_.lowest, value_.highest));
-    if (value_.committed)
-        value_.committed();
+    value_.committed();
     return number.has_value();
 }
 
 void TimePickerField::step(int direction) {
-    // Without a sum that could overflow: what is stored may be any number.
-    const std::int64_t value = std::clamp(value_.get(), value_.lowest, value_.highest);
-    value_.set(std::clamp(value + direction, value_.lowest, value_.highest));
-    field_->refresh();
-    if (value_.committed)
-        value_.committed();
+    // Bounds before sums: what is stored may be any number.
+    const std::int64_t value = value_.get();
+    if (direction > 0)
+        value_.set(value < value_.highest ? value + 1 : value_.highest);
+    else
+        value_.set(value > value_.lowest ? value - 1 : value_.lowest);
+    value_.committed();
 }
 
 } // namespace ambrel

@@ -22,7 +22,7 @@ class TimePickerField : public QWidget {
         std::function<void(std::int64_t)> set;
         std::int64_t lowest = 0;
         std::int64_t highest = 999;
-        /// After every change made here, and after every commit. May be empty.
+        /// After every change made here, and after every commit.
         std::function<void()> committed;
     };
 
@@ -32,8 +32,10 @@ class TimePickerField : public QWidget {
     void refresh();
 
   private:
+    NumberField* makeField(const QString& accessibleName);
     SymbolButton* makeStepButton(const QString& name, int direction);
     QString valueText() const;
+    void set(double number);
     bool commit(const QString& text);
     void step(int direction);
 

@@ -26,11 +26,17 @@ struct Practice : TestWindow {
         QTest::mouseClick(control<QWidget>(name), Qt::LeftButton);
     }
 
-    /// Clicks into the field and types; then Return, another control or Escape.
-    void type(const QString& name, const QString& text, Qt::Key end = Qt::Key_Return) const {
+    /// Clicks into the field and types.
+    QLineEdit* beginTyping(const QString& name, const QString& text) const {
         QLineEdit* where = field(name);
         QTest::mouseClick(where, Qt::LeftButton);
         QTest::keyClicks(where, text);
+        return where;
+    }
+
+    /// And then Return, another control or Escape.
+    void type(const QString& name, const QString& text, Qt::Key end = Qt::Key_Return) const {
+        QLineEdit* where = beginTyping(name, text);
         if (end == Qt::Key_Tab)
             button(u"Fit Region"_qs)->setFocus(Qt::TabFocusReason);
         else

@@ -117,6 +117,14 @@ class PanelsWindowTest : public QObject {
         QCOMPARE(w.field(u"Loop delay milliseconds"_qs)->text(), u"250"_qs);
         w.type(u"Loop delay seconds"_qs, u"1000"_qs);
         QCOMPARE(w.state->loopDelaySeconds(), 999);
+        for (const std::int64_t beyond : {1500LL, std::numeric_limits<long long>::max()}) {
+            w.state->setLoopDelaySeconds(beyond);
+            w.click(u"Loop delay seconds down"_qs);
+            QCOMPARE(w.state->loopDelaySeconds(), beyond - 1);
+            w.state->setLoopDelaySeconds(beyond);
+            w.click(u"Loop delay seconds up"_qs);
+            QCOMPARE(w.state->loopDelaySeconds(), 999);
+        }
         w.click(u"Loop"_qs);
         QVERIFY(!w.state->loopEnabled());
         QTRY_VERIFY(!w.field(u"Loop delay seconds"_qs));

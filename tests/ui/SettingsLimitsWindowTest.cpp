@@ -1,3 +1,4 @@
+#include <QAccessible>
 #include <QLineEdit>
 #include <QTest>
 
@@ -100,6 +101,8 @@ class SettingsLimitsWindowTest : public QObject {
             QCOMPARE(w.stored(keyOf(kSize)), Value(c.number * 1'048'576));
             QCOMPARE(w.stored(keyOf(kAge)), Value(double(c.number) * 86'400));
         }
+        QAccessible::queryAccessibleInterface(age)->valueInterface()->setCurrentValue(22);
+        QCOMPARE(w.stored(keyOf(kAge)), Value(22 * 86'400.0));
         submit(size, u"8796093022208"_qs); // more bytes than 64 bits count
         QCOMPARE(w.stored(keyOf(kSize)), Value(8'796'093'022'207 * 1'048'576));
 

@@ -1,7 +1,10 @@
 #include <QAccessible>
 #include <QComboBox>
+#include <QDragEnterEvent>
+#include <QMimeData>
 #include <QTest>
 
+#include "app/TimeText.h"
 #include "support/Practice.h"
 
 using namespace ambrel;
@@ -35,34 +38,14 @@ class TypedFieldsWindowTest : public QObject {
   private Q_SLOTS:
     void initTestCase() { QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany)); }
 
-    void numbersAreShownWithAPoint() {
-        QCOMPARE(QLocale().toString(2.5), u"2,5"_qs);
-        Practice w;
-        w.state->setEqGains({-2.5, 0, 0, 0, 0});
-        w.state->setEqEnabled(true);
-        w.state->setZoomLevel(1.5);
-        w.state->setSpeedStep(1234.5);
-        w.state->setPlaybackPosition(1.25);
-        QTRY_COMPARE(w.textOf(u"60Hz value"_qs), u"-2.5"_qs);
-        QCOMPARE(w.textOf(u"Zoom level"_qs), u"1.5x"_qs);
-        QCOMPARE(w.textOf(u"Position"_qs), u"00:01.250"_qs);
-        QCOMPARE(w.field(u"Custom speed step"_qs)->text(), u"1234.5"_qs);
-        QCOMPARE(w.find(u"Waveform"_qs)->accessibleDescription(),
-                 u"Region 0:01.000 to 0:03.000 of 0:10.000"_qs);
-    }
-
     void typedSpeed_data() {
         addTyped({{"relative", 100, u"+10"_qs, 110, u"110%"_qs},
-                  {"relative, clamped", 100, u"-200"_qs, 5, u"5%"_qs},
                   {"percent", 100, u"75%"_qs, 75, u"75%"_qs},
                   {"blanks", 100, u"  75 "_qs, 75, u"75%"_qs},
                   {"percent after a sign", 100, u"+10%"_qs, 10, u"10%"_qs},
-                  {"letters", 90, u"abc"_qs, 90, u"90%"_qs},
                   {"decimal comma", 90, u"87,5"_qs, 90, u"90%"_qs},
                   {"a point does not part thousands", 90, u"10.234"_qs, 10, u"10%"_qs},
                   {"nothing", 87.5, u""_qs, 87.5, u"87%"_qs},
-                  {"too high", 100, u"400"_qs, 300, u"300%"_qs},
-                  {"zero", 100, u"0"_qs, 5, u"5%"_qs},
                   {"fraction, whole in the end", 100, u"87.9"_qs, 87, u"87%"_qs},
                   {"exponent", 100, u"1.5e2"_qs, 150, u"150%"_qs},
                   {"hexadecimal", 100, u"0x50"_qs, 100, u"100%"_qs},
@@ -91,7 +74,6 @@ class TypedFieldsWindowTest : public QObject {
                   {"negative stays so after Return", 0, u"-50"_qs, -50, u"-50"_qs},
                   {"unit", 100, u"+100 cents"_qs, 100, u"+100"_qs},
                   {"sign alone", 7, u"-"_qs, 7, u"+7"_qs},
-                  {"decimal comma", 7, u"100,5"_qs, 7, u"+7"_qs},
                   {"between -1 and 1", 0, u"0.9"_qs, 0, u"0"_qs}});
     }
     void typedPitch() {
@@ -115,9 +97,7 @@ class TypedFieldsWindowTest : public QObject {
         QTRY_VERIFY(w.responder->hasFocus());
 
         // What is being typed is left alone; the arrows step from it.
-        QLineEdit* pitch = w.field(u"Pitch"_qs);
-        QTest::mouseClick(pitch, Qt::LeftButton);
-        QTest::keyClicks(pitch, u"30"_qs);
+        QLineEdit* pitch = w.beginTyping(u"Pitch"_qs, u"30"_qs);
         w.state->setPitch(77);
         QCOMPARE(pitch->text(), u"30"_qs);
         QTest::keyClick(pitch, Qt::Key_Up);
@@ -128,14 +108,89 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(pitch->text(), u"-50"_qs);
     }
 
-    void theValueIsToldWhileItIsTypedOver() {
+    void aStepIsShownAndCountedFrom() {
+        Practice w;
+        w.state->setSpeedStep(2.5);
+        QLineEdit* speed = w.beginTyping(u"Speed"_qs, {});
+        QTest::keyClick(speed, Qt::Key_Up);
+        QTest::keyClick(speed, Qt::Key_Up);
+        QTest::keyClicks(speed, u"+10"_qs);
+        QTest::keyClick(speed, Qt::Key_Up);
+        w.button(u"Fit Region"_qs)->setFocus(Qt::TabFocusReason);
+        QCOMPARE(w.state->speed(), 117.5);
+
+        QLineEdit* seconds = w.beginTyping(u"Start seconds"_qs, u"3"_qs);
+        w.click(u"Start seconds up"_qs);
+        QCOMPARE(seconds->text(), u"02"_qs);
+        QTest::keyClick(seconds, Qt::Key_Return);
+        QCOMPARE(w.state->regionStart(), 2.0);
+    }
+
+    void nothingButTypingComesIntoAField() {
         Practice w;
         QLineEdit* speed = w.field(u"Speed"_qs);
         speed->setFocus(Qt::TabFocusReason);
         QTRY_COMPARE(speed->text(), QString());
-        QCOMPARE(speed->accessibleDescription(), u"100%"_qs);
         w.state->setSpeed(90);
         QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
+        QTest::keyClick(speed, Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(speed->text(), QString());
+        QMimeData text;
+        text.setText(u"hello"_qs);
+        QDragEnterEvent drag({}, Qt::CopyAction, &text, Qt::LeftButton, {});
+        drag.ignore();
+        QCoreApplication::sendEvent(speed, &drag);
+        QVERIFY(!drag.isAccepted());
+    }
+
+    void whatIsTypedIntoAFieldThatGoesIsCommitted() {
+        Practice w;
+        w.state->setLoopEnabled(true);
+        QTRY_VERIFY(w.field(u"Loop delay seconds"_qs));
+        const QLineEdit* delay = w.beginTyping(u"Loop delay seconds"_qs, u"70"_qs);
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        w.state->setLoopEnabled(false);
+        QCOMPARE(delay->text(), u"070"_qs);
+    }
+
+    void whatIsTypedIsSavedWithItsFile() {
+        Practice w;
+        const QUrl song = *w.state->audioFileURL();
+        w.beginTyping(u"Speed"_qs, u"70"_qs);
+        w.content->loadFile(QUrl::fromLocalFile(u"/music/next.wav"_qs), false);
+        QCOMPARE(w.settings.store().load(song)->speed, 70.0);
+    }
+
+    void aNumberIsReadAndSetFromOutside() {
+        Practice w;
+        w.state->setLoopEnabled(true);
+        w.state->setSpeedStep(2.5);
+        QTRY_VERIFY(w.field(u"Loop delay seconds"_qs));
+        struct Field {
+            QString name;
+            QVariantList told; // value, bounds, step
+            double set, then;
+        };
+        for (const auto& [name, told, set, then] :
+             {Field{u"Speed"_qs, {100.0, 5.0, 300.0, 2.5}, 87.5, 87.5},
+              Field{u"Pitch"_qs, {0.0, -1200.0, 1200.0, 1.0}, -50, -50},
+              Field{u"Custom speed step"_qs, {2.5, 0.0, 100.0, 0.0}, 101, 2.5},
+              Field{u"Loop delay seconds"_qs, {0.0, 0.0, 999.0, 1.0}, 1e300, 999}}) {
+            QLineEdit* field = w.beginTyping(name, u"12"_qs);
+            auto* spoken = QAccessible::queryAccessibleInterface(field);
+            auto* number = spoken->valueInterface();
+            QCOMPARE(QVariantList({number->currentValue(), number->minimumValue(),
+                                   number->maximumValue(), number->minimumStepSize()}),
+                     told);
+            auto* text = spoken->textInterface();
+            QCOMPARE(text->offsetAtPoint(text->characterRect(1).center()), 1);
+            number->setCurrentValue(set);
+            QCOMPARE(number->currentValue().toDouble(), then);
+            QCOMPARE(text->text(0, 9), field->accessibleDescription());
+        }
     }
 
     void customStep() {
@@ -166,6 +221,7 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(w.state->speedStep(), 2.0);
         w.button(u"Fit Region"_qs)->setFocus(Qt::TabFocusReason);
         QVERIFY(w.field(u"Custom speed step"_qs));
+        w.beginTyping(u"Custom speed step"_qs, u"7"_qs);
         choose(4);
         QCOMPARE(w.state->speedStep(), 25.0);
         QVERIFY(!w.field(u"Custom speed step"_qs));
@@ -190,9 +246,8 @@ class TypedFieldsWindowTest : public QObject {
         row("after the end", "Start seconds", "75", 3, 3, "03");
         row("beyond the file", "End minutes", "1234", 1.5004, 10, "000");
         row("before the start", "End seconds", "-5", 1.5004, 1.5004, "01");
-        row("milliseconds", "End milliseconds", "7", 1.5004, 3.007, "007");
+        row("milliseconds", "Start milliseconds", "1", 1.001, 3, "001");
         row("no whole number", "Start seconds", "1.5", 1.5004, 3, "01");
-        row("letters", "Start milliseconds", "ab", 1.5004, 3, "500");
         row("beyond 64 bits", "Start seconds", "99999999999999999999", 1.5004, 3, "01");
     }
     void typedTimes() {
@@ -206,6 +261,13 @@ class TypedFieldsWindowTest : public QObject {
         QTEST(w.field(field)->text(), "shown");
         QVERIFY(w.field(field)->hasFocus());
         QCOMPARE(w.field(field)->selectedText(), w.field(field)->text());
+    }
+
+    void everyTypedTimeReadsBack() {
+        for (std::int64_t time = 0; time < 60'000'000; time += time < 60'000 ? 1 : 997) {
+            QCOMPARE(wholeMilliseconds(secondsOf(time)), time);
+            QVERIFY(secondsOf(time) - double(time) / 1000 < 1e-11);
+        }
     }
 };
 

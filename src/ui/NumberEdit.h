@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+
+#include <QLineEdit>
+
+namespace ambrel {
+
+/// A line edit whose text stands for a number. Screen readers are given the number, its bounds and
+/// its step besides the text.
+class NumberEdit : public QLineEdit {
+    Q_OBJECT
+
+  public:
+    struct Range {
+        double lowest;
+        double highest;
+        double step; ///< 0: none
+    };
+
+    struct Number {
+        std::function<double()> value;
+        /// Does what typing that number and committing it does.
+        std::function<void(double)> set;
+        std::function<Range()> range;
+    };
+
+    explicit NumberEdit(Number number, QWidget* parent = nullptr);
+
+    double value() const { return number_.value(); }
+    Range range() const { return number_.range(); }
+    virtual void setValue(double value) { number_.set(value); }
+
+  protected:
+    /// Tells screen readers that the value has changed.
+    void valueChanged();
+
+  private:
+    Number number_;
+};
+
+} // namespace ambrel
