@@ -5,14 +5,6 @@
 #include "audio/AudioEngine.h"
 
 namespace ambrel::transport {
-namespace {
-
-constexpr double kLowestSpeed = 5;     // percent
-constexpr double kHighestSpeed = 300;  // percent
-constexpr double kLowestPitch = -1200; // cents
-constexpr double kHighestPitch = 1200; // cents
-
-} // namespace
 
 void start(AppState& state, AudioEngine& engine) {
     if (!(state.regionStart() < state.regionEnd()))
@@ -58,12 +50,12 @@ void pushPitch(const AppState& state, AudioEngine& engine) {
 }
 
 void setSpeed(AppState& state, AudioEngine& engine, double percent) {
-    state.setSpeed(clampedNumber(percent, kLowestSpeed, kHighestSpeed));
+    state.setSpeed(clampedNumber(percent, lowestSpeed, highestSpeed));
     pushSpeed(state, engine);
 }
 
 void setPitch(AppState& state, AudioEngine& engine, double cents) {
-    state.setPitch(clampedNumber(cents, kLowestPitch, kHighestPitch));
+    state.setPitch(clampedNumber(cents, lowestPitch, highestPitch));
     pushPitch(state, engine);
 }
 

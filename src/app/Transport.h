@@ -9,6 +9,11 @@ class AudioEngine;
 /// call these. Main thread only.
 namespace transport {
 
+constexpr double lowestSpeed = 5;     ///< percent
+constexpr double highestSpeed = 300;  ///< percent
+constexpr double lowestPitch = -1200; ///< cents
+constexpr double highestPitch = 1200; ///< cents
+
 /// From the region's start, if the region is not empty.
 void start(AppState& state, AudioEngine& engine);
 /// Leaves the play head where it is; the next start begins at the region's start again.

@@ -13,7 +13,7 @@
 namespace ambrel {
 namespace {
 
-constexpr NumberEdit::Range kRange = {-1200, 1200, 1}; // cents
+constexpr NumberEdit::Range kRange = {transport::lowestPitch, transport::highestPitch, 1}; // cents
 
 QString pitchText(double cents) {
     const QString text = wholePart(cents);

@@ -16,10 +16,8 @@
 namespace ambrel {
 namespace {
 
-constexpr double kNormalSpeed = 100;  // percent
-constexpr double kLowestSpeed = 5;    // percent
-constexpr double kHighestSpeed = 300; // percent
-constexpr double kHighestStep = 100;  // percentage points
+constexpr double kNormalSpeed = 100; // percent
+constexpr double kHighestStep = 100; // percentage points
 constexpr std::array<double, 5> kStepPresets = {1, 2, 5, 10, 25};
 constexpr int kCustom = kStepPresets.size(); // after the presets
 
@@ -68,7 +66,8 @@ QWidget* SpeedControl::makeValueRow() {
          .set = [this](double speed) { transport::setSpeed(*state_, *engine_, speed); },
          .range =
              [this] {
-                 return NumberEdit::Range{kLowestSpeed, kHighestSpeed, state_->speedStep()};
+                 return NumberEdit::Range{transport::lowestSpeed, transport::highestSpeed,
+                                          state_->speedStep()};
              }},
         {.text = [this] { return wholePart(state_->speed()) + QLatin1Char('%'); },
          .commit = [this](const QString& text,
