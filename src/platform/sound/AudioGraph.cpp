@@ -102,11 +102,12 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     const bool paced = output_->isPaced();
     const std::size_t ahead =
         largestRequest + (paced ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
-    renderThread_ =
+    auto renderThread =
         std::make_unique<RenderThread>(RenderThread::Wiring{gate_, settings, player_, renderWake_,
                                                             demandMet_, paced ? nullptr : &demand_},
                                        sampleRateHz, ahead);
-    stage_.attach(renderThread_->ring(), sampleRateHz, largestRequest);
+    stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
+    renderThread_ = std::move(renderThread);
     const std::scoped_lock lock(mutex_);
     rateHz_ = sampleRateHz;
     const OutputStage::Progress progress = stage_.progress();
