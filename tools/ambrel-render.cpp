@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -139,10 +141,13 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     try {
         const RenderOptions options = RenderOptions::parse(QCoreApplication::arguments());
-        if (QFileInfo(options.outputPath) == QFileInfo(options.inputPath))
+        const auto pathOf = [](const QString& name) {
+            return std::filesystem::path(QFileInfo(name).absoluteFilePath().toStdString());
+        };
+        const auto file = AudioFile::open(pathOf(options.inputPath));
+        std::error_code isNotThere;
+        if (std::filesystem::equivalent(file->path(), pathOf(options.outputPath), isNotThere))
             throw std::invalid_argument("The file would be overwritten by what is made of it.");
-        const auto file =
-            AudioFile::open(QFileInfo(options.inputPath).absoluteFilePath().toStdString());
         Render render(options, file,
                       options.deviceRateHz.value_or(std::clamp(file->sampleRate(), 8000, 192000)));
         const QJsonObject result = render.run();

@@ -89,7 +89,8 @@ class AmbrelRenderTest : public QObject {
 
     void refusesInOneLine_data() {
         QTest::addColumn<QString>("arguments");
-        for (const char* bad : {"", "IN", "/nowhere.wav OUT", "IN /nowhere/out.wav", "IN IN"})
+        for (const char* bad :
+             {"", "IN", "/nowhere.wav /nowhere/out.wav", "IN /nowhere/out.wav", "IN IN"})
             QTest::newRow(bad) << QString::fromLatin1(bad);
         for (const char* bad :
              {"--rate 0", "--rate nan", "--rate 3.1", "--pitch 1201", "--pitch x", "--eq 1,2,3,4",
@@ -107,6 +108,7 @@ class AmbrelRenderTest : public QObject {
         QCOMPARE(ran.status, 2);
         QVERIFY(ran.output.isEmpty());
         QVERIFY2(ran.errors.count('\n') == 1 && ran.errors.size() > 10, ran.errors.constData());
+        QCOMPARE(ran.errors.contains("overwritten"), arguments == QStringLiteral("IN IN"));
     }
 
   private:

@@ -28,29 +28,20 @@ int refuseOtherFiles(AVFormatContext*, AVIOContext** context, const char*, int, 
 } // namespace
 
 AudioDecoder::AudioDecoder(const RegularFile& file)
-    : file_(file), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
+    : file_(file), reader_(file), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
     if (packet_ == nullptr || frame_ == nullptr) {
         throw std::bad_alloc();
     }
-    open();
-}
-
-void AudioDecoder::open() {
     openContainer();
     openDecoder();
-    landedAt_ = -1;
-    draining_ = false;
 }
 
 void AudioDecoder::openContainer() {
-    decoder_.reset();
-    container_.reset();
-    reader_.emplace(file_);
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
         throw std::bad_alloc();
     }
-    context->pb = reader_->context();
+    context->pb = reader_.context();
     context->io_open = refuseOtherFiles;
     context->probesize = probeBytes;
     // The name helps to tell formats apart that look alike; only its ending is looked at.
@@ -62,7 +53,6 @@ void AudioDecoder::openContainer() {
     if (avformat_find_stream_info(context, nullptr) < 0) {
         throw cannotOpen(file_.path(), Reason::unreadable, "its format is not known");
     }
-    stream_ = nullptr;
     for (unsigned i = 0; i < context->nb_streams; ++i) {
         AVStream* const stream = context->streams[i];
         if (stream_ == nullptr && stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "platform/sound/Libav.h"
 #include "platform/sound/RegularFile.h"
@@ -11,7 +10,8 @@ namespace ambrel {
 /// The first audio track of a file, read and decoded block by block. Blocks carry the stamps of the
 /// container (in ticks of its time base); where in the track that is, AudioTrack works out.
 ///
-/// One thread at a time. The file outlives the decoder.
+/// It is opened once and for all: a file that has changed is opened by another decoder. One thread
+/// at a time. The file outlives the decoder.
 class AudioDecoder {
   public:
     /// A packet as the container gave it.
@@ -21,11 +21,8 @@ class AudioDecoder {
         std::int64_t ticks = 0; ///< its duration
     };
 
-    /// Throws AudioFileError.
+    /// Opens the file at its start. Throws AudioFileError.
     explicit AudioDecoder(const RegularFile& file);
-
-    /// Opens the file again at its start. Throws AudioFileError.
-    void open();
 
     const AVFormatContext& container() const noexcept { return *container_; }
     const AVStream& stream() const noexcept { return *stream_; }
@@ -59,7 +56,7 @@ class AudioDecoder {
     bool sendPacket();
 
     const RegularFile& file_;
-    std::optional<RegularFileReader> reader_;
+    RegularFileReader reader_;
     libav::Owned<AVFormatContext> container_;
     libav::Owned<AVCodecContext> decoder_;
     libav::Owned<AVPacket> packet_;

@@ -1,5 +1,7 @@
 #include "platform/sound/AudioFile.h"
 
+#include <new>
+
 #include "platform/sound/DecodedAudioFile.h"
 
 namespace ambrel {
@@ -11,7 +13,16 @@ std::shared_ptr<AudioFile> AudioFile::open(const std::filesystem::path& path, La
         return true;
     }();
     static_cast<void>(silenced);
-    return std::make_shared<DecodedAudioFile>(path, layout);
+    using Reason = AudioFileError::Reason;
+    try {
+        return std::make_shared<DecodedAudioFile>(path, layout);
+    } catch (const AudioFileError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        throw cannotOpen(path, Reason::unreadable, "there is not enough memory for it");
+    } catch (const std::exception&) {
+        throw cannotOpen(path, Reason::unreadable, "its sound cannot be decoded");
+    }
 }
 
 } // namespace ambrel

@@ -40,8 +40,10 @@ class AudioFile {
   public:
     /// What a frame is delivered as.
     enum class Layout {
-        stereo, ///< two samples, left and right: mono on both; more channels mixed down, all of
-                ///< them weighted so that full scale in every channel stays within full scale
+        stereo, ///< two samples, left and right: mono on both; any number of channels mixed down,
+                ///< weighted so that full scale in every channel stays within full scale. Those
+                ///< without a known place go to both sides; of surround sound, the one for the
+                ///< lowest frequencies is left out
         mono    ///< one sample: the mean of all channels of the track
     };
 

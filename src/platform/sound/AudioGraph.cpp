@@ -40,7 +40,6 @@ std::optional<Continuation> possible(const std::optional<Continuation>& next) {
 class AudioGraph::Impl final : public FrameSource {
   public:
     explicit Impl(std::unique_ptr<AudioOutput> output);
-    ~Impl() override;
 
     void prepare(int sampleRateHz, std::size_t largestRequest) override;
     void render(float* stereo, std::size_t frames) noexcept override;
@@ -62,16 +61,6 @@ class AudioGraph::Impl final : public FrameSource {
     void playFrom(const OutputStage::Place& place);
     void rest();
 
-    PlayGate gate_;
-    WakeUp renderWake_, watchWake_, demandMet_;
-    std::atomic<std::size_t> demand_{0};
-    std::unique_ptr<AudioOutput> output_;
-    OutputStage stage_;
-    PlayerNode player_;
-    std::unique_ptr<RenderThread> renderThread_; ///< the opening thread's, between renders
-    std::size_t largestRequest_ = 0;             ///< the opening thread's
-    std::unique_ptr<SegmentWatch> watch_;        ///< ends first: it asks the output
-
     mutable std::mutex mutex_; ///< guards what follows
     std::int64_t epoch_ = 0;
     std::optional<Segment> segment_;
@@ -79,20 +68,25 @@ class AudioGraph::Impl final : public FrameSource {
 
     std::mutex restMutex_; ///< guards the output's start and stop
     bool resting_ = false;
+
+    // Each ends its threads, and then what they use may end: the order counts.
+    PlayGate gate_;
+    WakeUp renderWake_, watchWake_, demandMet_;
+    std::atomic<std::size_t> demand_{0};
+    OutputStage stage_;
+    PlayerNode player_;
+    std::size_t largestRequest_ = 0;             ///< the opening thread's
+    std::unique_ptr<RenderThread> renderThread_; ///< the opening thread's, between renders
+    std::unique_ptr<AudioOutput> output_;
+    SegmentWatch watch_; ///< asks all of them
 };
 
 AudioGraph::Impl::Impl(std::unique_ptr<AudioOutput> output)
-    : output_(std::move(output)), stage_(gate_, renderWake_, watchWake_),
-      player_(renderWake_, output_->isPaced()),
-      watch_(std::make_unique<SegmentWatch>(
-          SegmentWatch::Wiring{watchWake_, stage_, [this] { return output_->framesHeard(); },
-                               [this] { rest(); }, output_->isPaced()})) {
+    : stage_(gate_, renderWake_, watchWake_), player_(renderWake_, output->isPaced()),
+      output_(std::move(output)),
+      watch_({watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); },
+              output_->isPaced()}) {
     output_->open(*this);
-}
-
-AudioGraph::Impl::~Impl() {
-    watch_ = nullptr;
-    output_ = nullptr;
 }
 
 /// On the thread that opens the device. A device with the same needs goes on where the last one
@@ -108,11 +102,12 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     const bool paced = output_->isPaced();
     const std::size_t ahead =
         largestRequest + (paced ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
-    renderThread_ =
+    auto renderThread =
         std::make_unique<RenderThread>(RenderThread::Wiring{gate_, settings, player_, renderWake_,
                                                             demandMet_, paced ? nullptr : &demand_},
                                        sampleRateHz, ahead);
-    stage_.attach(renderThread_->ring(), sampleRateHz, largestRequest);
+    stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
+    renderThread_ = std::move(renderThread);
     const std::scoped_lock lock(mutex_);
     rateHz_ = sampleRateHz;
     const OutputStage::Progress progress = stage_.progress();
@@ -164,7 +159,7 @@ void AudioGraph::Impl::start() {
 /// On the watch's thread, some time after the last sound.
 void AudioGraph::Impl::rest() {
     const std::scoped_lock lock(restMutex_);
-    if (watch_->isActive() || !running || resting_)
+    if (watch_.isActive() || !running || resting_)
         return;
     output_->stop();
     resting_ = true;
@@ -174,8 +169,8 @@ void AudioGraph::Impl::schedule(Segment segment, Completion completion) {
     const std::scoped_lock lock(mutex_);
     segment_ = std::move(segment);
     segment_->firstEpoch = epoch_ + 1;
-    watch_->add(segment_->firstEpoch, std::move(completion));
-    watch_->setActive(false);
+    watch_.add(segment_->firstEpoch, std::move(completion));
+    watch_.setActive(false);
     gate_.set({epoch_, false});
     if (rateHz_ > 0)
         playFrom({segment_->first});
@@ -192,12 +187,12 @@ void AudioGraph::Impl::follow(const std::optional<Continuation>& next) {
 
 std::optional<Continuation> AudioGraph::Impl::runningOn() const {
     const std::scoped_lock lock(mutex_);
-    return segment_ && gate_.get().playing ? watch_->following() : std::nullopt;
+    return segment_ && gate_.get().playing ? watch_.following() : std::nullopt;
 }
 
 bool AudioGraph::Impl::goOn(const Continuation& wanted, Completion completion) {
     const std::scoped_lock lock(mutex_);
-    if (!segment_ || !gate_.get().playing || !watch_->goOn(wanted, std::move(completion)))
+    if (!segment_ || !gate_.get().playing || !watch_.goOn(wanted, std::move(completion)))
         return false;
     segment_->frameCount = wanted.frameCount;
     return true;
@@ -208,7 +203,7 @@ void AudioGraph::Impl::setPlaying(bool playing) {
         const std::scoped_lock lock(mutex_);
         if (!segment_)
             return;
-        watch_->setActive(playing);
+        watch_.setActive(playing);
         gate_.set({epoch_, playing});
         renderWake_.signal();
     }
@@ -226,8 +221,8 @@ void AudioGraph::Impl::stop() {
     nothing.epoch = epoch_;
     player_.play(std::move(nothing), std::nullopt);
     renderWake_.signal();
-    watch_->drop();
-    watch_->setActive(false);
+    watch_.drop();
+    watch_.setActive(false);
 }
 
 std::optional<double> AudioGraph::Impl::playerTime() const {
@@ -235,7 +230,7 @@ std::optional<double> AudioGraph::Impl::playerTime() const {
     if (!segment_)
         return std::nullopt;
     const auto heard = stage_.log().placeAt(output_->framesHeard(), segment_->firstEpoch);
-    const std::int64_t watched = watch_->watchedPass();
+    const std::int64_t watched = watch_.watchedPass();
     if (!heard || heard->pass < watched)
         return std::nullopt;
     return heard->pass > watched ? static_cast<double>(segment_->frameCount) : heard->fileFrame;

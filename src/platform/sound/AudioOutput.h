@@ -12,7 +12,8 @@ class FrameSource {
 
     /// Before the first render() at this rate, and never during one. Called on a thread of the
     /// output's own that is not the device's, so it may allocate and take its time.
-    /// `largestRequest` is the most frames one render() asks for.
+    /// `largestRequest` is the most frames one render() asks for. If it throws, for want of memory,
+    /// no render() follows before another call has succeeded.
     virtual void prepare(int sampleRateHz, std::size_t largestRequest) = 0;
 
     /// Fills `frames` interleaved stereo frames. Called on the device's thread: must not lock,

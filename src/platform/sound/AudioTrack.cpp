@@ -31,22 +31,36 @@ constexpr std::int64_t furthestPlace = std::int64_t{1} << 50;
 
 } // namespace
 
-AudioTrack::AudioTrack(const RegularFile& file) : file_(file), decoder_(file) {
-    takeFirstBlock();
-}
-
-void AudioTrack::takeFirstBlock() {
-    if (!decoder_.next()) {
-        throw cannotOpen(file_.path(), Reason::unreadable, "it holds no sound that can be decoded");
-    }
-    if (block().sample_rate < 1 || block().sample_rate > maximumSampleRate) {
-        throw cannotOpen(file_.path(), Reason::unreadable, "its sample rate makes no sense");
-    }
+AudioTrack::AudioTrack(const RegularFile& file) : file_(file) {
+    open();
     sampleRate_ = block().sample_rate;
     channels_ = block().ch_layout.nb_channels;
-    firstStamp_ = block().pts == AV_NOPTS_VALUE ? 0 : block().pts;
-    firstBlockFrames_ = block().nb_samples;
+}
+
+void AudioTrack::open() {
+    const RegularFile::Version version = file_.version();
+    auto decoder = std::make_unique<AudioDecoder>(file_);
+    if (!decoder->next()) {
+        throw cannotOpen(file_.path(), Reason::unreadable, "it holds no sound that can be decoded");
+    }
+    const AVFrame& first = decoder->block();
+    if (first.sample_rate < 1 || first.sample_rate > maximumSampleRate) {
+        throw cannotOpen(file_.path(), Reason::unreadable, "its sample rate makes no sense");
+    }
+    firstStamp_ = first.pts == AV_NOPTS_VALUE ? 0 : first.pts;
+    firstBlockFrames_ = first.nb_samples;
+    decoder_ = std::move(decoder);
+    opened_ = version;
     standAtStart();
+}
+
+bool AudioTrack::reopen() noexcept {
+    try {
+        open();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 void AudioTrack::standAtStart() {
@@ -57,8 +71,8 @@ void AudioTrack::standAtStart() {
 }
 
 std::optional<std::int64_t> AudioTrack::statedLength() const {
-    const AVFormatContext& container = decoder_.container();
-    const AVStream& stream = decoder_.stream();
+    const AVFormatContext& container = decoder_->container();
+    const AVStream& stream = decoder_->stream();
     std::int64_t length = 0;
     if (container.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE) {
         return std::nullopt;
@@ -72,8 +86,8 @@ std::optional<std::int64_t> AudioTrack::statedLength() const {
 }
 
 std::int64_t AudioTrack::findEnd() {
-    const AudioDecoder::Packet& first = decoder_.firstPacket();
-    if (std::string_view(decoder_.container().iformat->name) != "mp3" || first.offset < 0 ||
+    const AudioDecoder::Packet& first = decoder_->firstPacket();
+    if (std::string_view(decoder_->container().iformat->name) != "mp3" || first.offset < 0 ||
         first.stamp == AV_NOPTS_VALUE) {
         const std::optional<std::int64_t> stated = statedLength();
         return stated ? *stated : scannedLength();
@@ -82,7 +96,7 @@ std::int64_t AudioTrack::findEnd() {
     constexpr int step = 16;
     const Mp3Walk walk = walkMp3Frames(
         file_, first.offset, step, [&](std::int64_t frame, std::int64_t offset, int bytes) {
-            decoder_.addSeekPoint(first.stamp + frame * first.ticks, offset, bytes);
+            decoder_->addSeekPoint(first.stamp + frame * first.ticks, offset, bytes);
             return framesOf(frame * first.ticks) < longestCount();
         });
     return walk.reachedTheEnd ? walk.frames * walk.samplesPerFrame : scannedLength();
@@ -97,15 +111,15 @@ std::int64_t AudioTrack::scannedLength() {
         return *frames;
     }
     const std::int64_t limit = av_sat_add64(firstStamp_, ticksOf(longestCount()));
-    const std::int64_t end = decoder_.scanToEnd(limit);
+    const std::int64_t end = decoder_->scanToEnd(limit);
     return std::clamp<std::int64_t>(framesOf(av_sat_sub64(end, firstStamp_)), 0, furthestPlace);
 }
 
 /// A WAV whose writer could not go back to note its length is samples to its end.
 std::optional<std::int64_t> AudioTrack::framesUpToTheEndOfAWav() const {
-    const AVCodecParameters& codec = *decoder_.stream().codecpar;
-    const std::int64_t start = decoder_.firstPacket().offset;
-    if (std::string_view(decoder_.container().iformat->name) != "wav" || start < 0 ||
+    const AVCodecParameters& codec = *decoder_->stream().codecpar;
+    const std::int64_t start = decoder_->firstPacket().offset;
+    if (std::string_view(decoder_->container().iformat->name) != "wav" || start < 0 ||
         av_get_exact_bits_per_sample(codec.codec_id) < 1 || codec.block_align < 1) {
         return std::nullopt;
     }
@@ -113,35 +127,32 @@ std::optional<std::int64_t> AudioTrack::framesUpToTheEndOfAWav() const {
 }
 
 bool AudioTrack::padsBeyondStatedLength() const {
-    return std::string_view(decoder_.container().iformat->name).starts_with("mov");
+    return std::string_view(decoder_->container().iformat->name).starts_with("mov");
 }
 
 bool AudioTrack::isVorbis() const {
-    return decoder_.stream().codecpar->codec_id == AV_CODEC_ID_VORBIS;
+    return decoder_->stream().codecpar->codec_id == AV_CODEC_ID_VORBIS;
 }
 
 bool AudioTrack::rewind() {
     // Saves opening the container again, which can take long and forgets where packets were found.
-    if (decoder_.seekToStart() && block().pts == firstStamp_ &&
+    if (decoder_->seekToStart() && block().pts == firstStamp_ &&
         block().nb_samples == firstBlockFrames_) {
         standAtStart();
         return true;
     }
-    try {
-        decoder_.open();
-        takeFirstBlock();
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    return reopen();
 }
 
 bool AudioTrack::seek(std::int64_t target) {
-    const bool opus = decoder_.stream().codecpar->codec_id == AV_CODEC_ID_OPUS;
+    if (file_.version() != opened_) {
+        reopen();
+    }
+    const bool opus = decoder_->stream().codecpar->codec_id == AV_CODEC_ID_OPUS;
     double preRoll = (opus ? opusPreRollSeconds : preRollSeconds) * sampleRate_;
     for (int attempt = 0; attempt < 4 && static_cast<double>(target) > preRoll; ++attempt) {
         const auto from = target - static_cast<std::int64_t>(preRoll);
-        if (!decoder_.seek(av_sat_add64(firstStamp_, ticksOf(from)))) {
+        if (!decoder_->seek(av_sat_add64(firstStamp_, ticksOf(from)))) {
             return false;
         }
         fresh_ = false;
@@ -169,7 +180,7 @@ bool AudioTrack::settle() {
     std::optional<std::int64_t> stamped;
     for (int i = 0; i < enoughBlocks && (!stamped || stamped != expected_); ++i) {
         expected_ = place_ + block().nb_samples;
-        if (!decoder_.next()) {
+        if (!decoder_->next()) {
             return false;
         }
         stamped = stampedPlace();
@@ -184,7 +195,7 @@ bool AudioTrack::next() {
         fresh_ = false;
         return true;
     }
-    while (decoder_.next()) {
+    while (decoder_->next()) {
         placeBlock();
         if (expected_) {
             return true;
@@ -201,9 +212,9 @@ std::optional<std::int64_t> AudioTrack::stampedPlace() const {
     if (place < -furthestPlace || place > furthestPlace) {
         return std::nullopt;
     }
-    const AVRational tick = decoder_.stream().time_base;
+    const AVRational tick = decoder_->stream().time_base;
     const bool coarse = static_cast<std::int64_t>(tick.num) * sampleRate_ > tick.den;
-    const int blockFrames = decoder_.stream().codecpar->frame_size;
+    const int blockFrames = decoder_->stream().codecpar->frame_size;
     if (!coarse || blockFrames <= 1) {
         return place;
     }
@@ -235,11 +246,11 @@ bool AudioTrack::isHole(std::int64_t deviation) {
 }
 
 std::int64_t AudioTrack::framesOf(std::int64_t ticks) const {
-    return av_rescale_q(ticks, decoder_.stream().time_base, {1, sampleRate_});
+    return av_rescale_q(ticks, decoder_->stream().time_base, {1, sampleRate_});
 }
 
 std::int64_t AudioTrack::ticksOf(std::int64_t frames) const {
-    return av_rescale_q_rnd(frames, {1, sampleRate_}, decoder_.stream().time_base, AV_ROUND_DOWN);
+    return av_rescale_q_rnd(frames, {1, sampleRate_}, decoder_->stream().time_base, AV_ROUND_DOWN);
 }
 
 } // namespace ambrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "platform/sound/AudioDecoder.h"
@@ -11,7 +12,9 @@ namespace ambrel {
 /// The first audio track of a file as a run of decoded blocks, each with its place in the track.
 ///
 /// Places are counted in frames at the rate of the first block; frame 0 is the first frame that
-/// decoding from the start delivers. One thread at a time. The file outlives the track.
+/// decoding from the start delivers. A file that was written to is opened anew by the next seek;
+/// where that fails, the track is read on as it was opened. One thread at a time. The file outlives
+/// the track.
 class AudioTrack {
   public:
     /// Opens the track and decodes its first block. Throws AudioFileError.
@@ -39,7 +42,7 @@ class AudioTrack {
     /// Decodes the next block. False at the end, or where decoding stops for good.
     bool next();
 
-    const AVFrame& block() const noexcept { return decoder_.block(); }
+    const AVFrame& block() const noexcept { return decoder_->block(); }
 
     /// Where the block begins, in frames.
     std::int64_t place() const noexcept { return place_; }
@@ -48,7 +51,8 @@ class AudioTrack {
     void setBlockFrames(std::int64_t frames) noexcept { expected_ = place_ + frames; }
 
   private:
-    void takeFirstBlock();
+    void open();
+    bool reopen() noexcept;
     void standAtStart();
     bool rewind();
     bool settle();
@@ -63,9 +67,10 @@ class AudioTrack {
     std::int64_t ticksOf(std::int64_t frames) const;
 
     const RegularFile& file_;
-    AudioDecoder decoder_;
-    int sampleRate_ = 0;
-    int channels_ = 0;
+    std::unique_ptr<AudioDecoder> decoder_; ///< never none
+    RegularFile::Version opened_;           ///< of the file, by the decoder
+    int sampleRate_; ///< of the file as it was opened first; other threads read it
+    int channels_;
     std::int64_t firstStamp_ = 0;
     int firstBlockFrames_ = 0;
     std::optional<std::int64_t> expected_; ///< the place after the last block

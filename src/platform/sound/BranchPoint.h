@@ -54,6 +54,9 @@ class BranchQuestion {
     /// What is asked, between take() and answer().
     const BranchPoint& point() const noexcept { return point_; }
 
+    /// Refuses what was taken; false if nothing was.
+    bool refuse() noexcept { return swap(State::answering, State::refused); }
+
     void answer(bool accepted) noexcept {
         state_.store(accepted ? State::accepted : State::refused, std::memory_order_release);
     }

@@ -25,7 +25,18 @@ constexpr auto longestStall = 2s;
 
 DeviceKeeper::DeviceKeeper(std::shared_ptr<DeviceLink> link) : link_(std::move(link)) {}
 
-SoundClock::time_point DeviceKeeper::step(SoundClock::time_point now) {
+SoundClock::time_point DeviceKeeper::step(SoundClock::time_point now) noexcept {
+    try {
+        return advance(now);
+    } catch (...) {
+        disconnect(); // there is no device, or no memory for what it needs
+        nextTry_ = SoundClock::now() + retryInterval;
+        link_->enter(DeviceState::failed);
+        return nextTry_;
+    }
+}
+
+SoundClock::time_point DeviceKeeper::advance(SoundClock::time_point now) {
     if (link_->wanted) {
         lastWanted_ = now;
     }
@@ -74,23 +85,17 @@ SoundClock::time_point DeviceKeeper::watch(SoundClock::time_point now) {
 
 void DeviceKeeper::open() {
     link_->enter(DeviceState::opening);
-    try {
-        if (context_) {
-            try {
-                openStream();
-                return;
-            } catch (const DeviceError&) {
-                disconnect(); // the server may have been restarted since: once more, afresh
-            }
+    if (context_) {
+        try {
+            openStream();
+            return;
+        } catch (const DeviceError&) {
+            disconnect(); // the server may have been restarted since: once more, afresh
         }
-        context_.emplace(backend_);
-        openStream();
-        backend_ = context_->backend();
-    } catch (const DeviceError&) {
-        disconnect();
-        nextTry_ = SoundClock::now() + retryInterval;
-        link_->enter(DeviceState::failed);
     }
+    context_.emplace(backend_);
+    openStream();
+    backend_ = context_->backend();
 }
 
 void DeviceKeeper::openStream() {

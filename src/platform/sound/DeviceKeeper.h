@@ -14,7 +14,8 @@ namespace ambrel {
 
 /// Keeps a device for a DeviceOutput: opens a stream when frames are wanted, tells what of it has
 /// been heard, closes it some seconds after the last frame, and when it is lost or there is none
-/// tries again once a second, for as long as frames are wanted. Does nothing else while none are.
+/// tries again once a second, for as long as frames are wanted; so it does when memory runs out.
+/// Does nothing else while none are.
 ///
 /// Once a backend has worked no other is taken: while PulseAudio restarts, the sound card itself
 /// could be had, and PulseAudio would then not get it.
@@ -22,11 +23,12 @@ class DeviceKeeper : public SoundControlThread::Task {
   public:
     explicit DeviceKeeper(std::shared_ptr<DeviceLink> link);
 
-    SoundClock::time_point step(SoundClock::time_point now) override;
+    SoundClock::time_point step(SoundClock::time_point now) noexcept override;
     void finish() override;
     Doorbell& bell() override { return link_->controlBell; }
 
   private:
+    SoundClock::time_point advance(SoundClock::time_point now);
     SoundClock::time_point watch(SoundClock::time_point now);
     void open();
     void openStream();

@@ -71,11 +71,15 @@ void DeviceOutput::runClock() {
     NullClock clock(link_->gate, link_->heard);
     while (!closing_) {
         auto next = SoundClock::time_point::max();
-        if (link_->wanted) {
-            next = tickOrWatch(clock, SoundClock::now());
-        } else if (ticking_) {
-            ticking_ = false;
-            link_->gate.giveTurn(RenderTurn::device);
+        try {
+            if (link_->wanted) {
+                next = tickOrWatch(clock, SoundClock::now());
+            } else if (ticking_) {
+                ticking_ = false;
+                link_->gate.giveTurn(RenderTurn::device);
+            }
+        } catch (...) {
+            next = SoundClock::now() + NullClock::afterAFailure;
         }
         link_->clockBell.waitUntil(next);
     }
@@ -89,12 +93,14 @@ SoundClock::time_point DeviceOutput::tickOrWatch(NullClock& clock, SoundClock::t
         }
         return link_->lastRequest.load() + longestSilence;
     }
-    if (!ticking_) {
-        if (deviceIsExpected(now)) {
-            return now + watchInterval;
-        }
+    if (!ticking_ && deviceIsExpected(now)) {
+        return now + watchInterval;
+    }
+    if (link_->gate.sampleRateHz() == 0) {
         link_->gate.prepareIfNever(NullClock::defaultSampleRateHz,
                                    NullClock::defaultSampleRateHz / 100);
+    }
+    if (!ticking_) {
         ticking_ = true;
         clock.begin(now);
     }

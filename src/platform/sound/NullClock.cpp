@@ -29,15 +29,19 @@ NullClock::NullClock(RenderGate& gate, HeardClock& heard) : gate_(gate), heard_(
 
 void NullClock::begin(SoundClock::time_point now) {
     gate_.giveTurn(RenderTurn::clock);
-    sampleRateHz_ = gate_.sampleRateHz();
+    const int sampleRateHz = gate_.sampleRateHz();
+    discarded_.resize(2 * static_cast<std::size_t>(sampleRateHz / blocksPerSecond));
+    sampleRateHz_ = sampleRateHz;
     origin_ = now;
     originFrames_ = static_cast<double>(heard_.heard(gate_.rendered()));
-    discarded_.resize(2 * static_cast<std::size_t>(sampleRateHz_ / blocksPerSecond));
 }
 
 SoundClock::time_point NullClock::tick(SoundClock::time_point now) {
     if (gate_.sampleRateHz() != sampleRateHz_) {
         begin(now);
+    }
+    if (sampleRateHz_ == 0) {
+        return now + retryInterval;
     }
     const double rate = sampleRateHz_;
     const auto lateFrames = heardFrames(now) - static_cast<double>(gate_.rendered());

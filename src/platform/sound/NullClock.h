@@ -19,6 +19,9 @@ class NullClock {
     /// The rate when no device has ever told one.
     static constexpr int defaultSampleRateHz = 48'000;
 
+    /// How long its thread rests when something was thrown, for want of memory, before it goes on.
+    static constexpr std::chrono::milliseconds afterAFailure{100};
+
     NullClock(RenderGate& gate, HeardClock& heard);
 
     /// Takes the turn at the gate.

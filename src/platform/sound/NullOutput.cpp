@@ -33,20 +33,24 @@ std::int64_t NullOutput::framesHeard() const noexcept {
 }
 
 void NullOutput::run() {
-    gate_.prepare(sampleRateHz_, static_cast<std::size_t>(sampleRateHz_) / 100);
     NullClock clock(gate_, heard_);
     bool ticking = false;
     while (!closing_) {
         auto next = SoundClock::time_point::max();
-        const bool wanted = wanted_;
-        if (wanted) {
-            const auto now = SoundClock::now();
-            if (!ticking) {
-                clock.begin(now);
+        try {
+            gate_.prepare(sampleRateHz_, static_cast<std::size_t>(sampleRateHz_) / 100);
+            const bool wanted = wanted_;
+            if (wanted) {
+                const auto now = SoundClock::now();
+                if (!ticking) {
+                    clock.begin(now);
+                }
+                next = clock.tick(now);
             }
-            next = clock.tick(now);
+            ticking = wanted;
+        } catch (...) {
+            next = SoundClock::now() + NullClock::afterAFailure;
         }
-        ticking = wanted;
         bell_.waitUntil(next);
     }
 }

@@ -9,10 +9,10 @@ OutputStage::OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segment
     : gate_(gate), roomMade_(roomMade), segmentEnded_(segmentEnded) {}
 
 void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin) {
+    fade_ = Fade(sampleRateHz);
     ring_ = &ring;
     framesToBegin_ = framesToBegin;
     sampleRateHz_ = sampleRateHz;
-    fade_.emplace(sampleRateHz);
     fadeStep_ = 0;
     decaying_ = false;
 }

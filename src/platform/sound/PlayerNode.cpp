@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <utility>
 
 #include "platform/sound/AudioFile.h"
@@ -90,17 +89,39 @@ void PlayerNode::decode() {
     if (paced_)
         raiseSoundPriority(SoundUrgency::ahead);
     while (!ending_) {
-        // Pulled offline, what is read ahead must not depend on when an announcement came.
-        // A stream of them must not keep it from reading either.
-        if (isSuperseded() && (isNewSegment_ || (paced_ && hasReadOn_)))
-            takeWish();
-        else if (pushBlock() || readOn())
-            hasReadOn_ = true;
-        else if (isSuperseded())
-            takeWish();
-        else
-            wake_.wait();
+        try {
+            step();
+        } catch (...) {
+            breakOff(); // memory has run out, most likely
+        }
     }
+}
+
+void PlayerNode::step() {
+    // Pulled offline, what is read ahead must not depend on when an announcement came.
+    // A stream of them must not keep it from reading either.
+    if (isSuperseded() && (isNewSegment_ || (paced_ && hasReadOn_)))
+        takeWish();
+    else if (pushBlock() || readOn())
+        hasReadOn_ = true;
+    else if (isSuperseded())
+        takeWish();
+    else
+        wake_.wait();
+}
+
+/// The segment ends with what of it is in the ring: nothing more can be read.
+void PlayerNode::breakOff() noexcept {
+    reader_ = nullptr;
+    plan_ = nullptr;
+    if (isRunRead_ && !isBlockDue_) { // and its end with it
+        ++place_.run;
+        pushed_ = 0;
+    }
+    chunk_.clear();
+    chunkDone_ = 0;
+    isBlockDue_ = true;
+    tellHeeded();
 }
 
 void PlayerNode::takeWish() {
@@ -120,6 +141,10 @@ void PlayerNode::takeWish() {
         beginSegment(std::move(wish.segment), wish.next);
     else if (plan_)
         announce(wish.next);
+    tellHeeded();
+}
+
+void PlayerNode::tellHeeded() noexcept {
     heeded_.store(taken_, std::memory_order_release);
     heedWake_.signal();
     framesReady_.signal();
@@ -128,30 +153,25 @@ void PlayerNode::takeWish() {
 void PlayerNode::beginSegment(Segment segment, const std::optional<Continuation>& next) {
     reader_ = nullptr;
     plan_ = nullptr;
-    isBlockDue_ = false;
+    isBlockDue_ = isRunRead_ = false;
+    pushed_ = 0;
     ring_.beginFresh();
     segment_ = std::move(segment);
+    place_ = {segment_.epoch};
     if (!segment_.file)
         return;
     ring_.setBlocksAhead(blocksInASecond(segment_.outputRateHz));
     rates_ = {segment_.file->sampleRate(), segment_.outputRateHz};
     plan_ = std::make_unique<PlayPlan>(segment_.first, next);
-    try {
-        beginRun(*plan_->run(0));
-    } catch (const std::exception&) {
-        // A rate that cannot be converted: nothing of it can be heard, so it ends at once.
-        rates_.deviceHz = rates_.fileHz;
-        plan_ = std::make_unique<PlayPlan>(Passes{}, std::nullopt);
-        beginRun(*plan_->run(0));
-    }
+    beginRun(*plan_->run(0));
 }
 
 void PlayerNode::beginRun(const PlayPlan::Run& run) {
     run_ = &run;
     setPlace();
-    reader_ = std::make_unique<RunReader>(segment_.file, run.course, rates_, 0);
     isRunRead_ = false;
     pushed_ = 0;
+    reader_ = std::make_unique<RunReader>(segment_.file, run.course, rates_, 0);
     toRead_ = firstChunkFrames;
 }
 
@@ -163,13 +183,13 @@ void PlayerNode::setPlace() {
 
 /// Reads the next frames once the last are in the ring; false when there are none left.
 bool PlayerNode::readOn() {
-    if (!plan_ || isBlockDue_)
+    if (isBlockDue_)
         return false;
-    if (!isRunRead_) {
+    if (plan_ && !isRunRead_) {
         readChunk();
         return true;
     }
-    if (const PlayPlan::Run* next = plan_->run(run_->number + 1)) {
+    if (const PlayPlan::Run* next = plan_ ? plan_->run(run_->number + 1) : nullptr) {
         beginRun(*next);
         const PlayerRing::Progress progress = ring_.progress();
         if (progress.epoch == segment_.epoch)
@@ -201,13 +221,18 @@ bool PlayerNode::pushBlock() {
         return false;
     }
     const std::size_t frames = chunk_.size() / 2;
-    std::int64_t until = 0;
+    const RunTimes times(rates_);
+    std::int64_t until = pushed_;
     PlayerBlock block;
     block.run = place_;
     block.branch = branch_;
     block.begin = pushed_;
-    block.end = RunTimes(rates_).end(*run_);
-    block.span = RunTimes(rates_).spanAt(run_->course, pushed_, until);
+    block.end.frame = pushed_; // broken off, unless there is a plan
+    block.end.exactFrame = block.span.begin = static_cast<double>(pushed_);
+    if (plan_) {
+        block.end = times.end(*run_);
+        block.span = times.spanAt(run_->course, pushed_, until);
+    }
     block.frames = std::min({frames - chunkDone_, PlayerBlock::capacity,
                              static_cast<std::size_t>(std::max<std::int64_t>(1, until - pushed_))});
     std::copy_n(chunk_.data() + 2 * chunkDone_, 2 * block.frames, block.samples.data());

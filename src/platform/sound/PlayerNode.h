@@ -22,6 +22,8 @@ class AudioFile;
 /// a pass, and whatever was announced to follow it. When something else is announced, what was
 /// read ahead of it is replaced, as long as the render thread has not come that far.
 ///
+/// Should memory run out on the way, the segment ends with what was read of it.
+///
 /// Commands come from any thread and never wait for the decoder: they leave their wish in a slot,
 /// the decode thread looks there after each block.
 class PlayerNode {
@@ -61,7 +63,10 @@ class PlayerNode {
     struct Branch;
 
     void decode();
+    void step();
+    void breakOff() noexcept;
     void takeWish();
+    void tellHeeded() noexcept;
     void beginSegment(Segment segment, const std::optional<Continuation>& next);
     void beginRun(const PlayPlan::Run& run);
     void setPlace();
@@ -95,7 +100,7 @@ class PlayerNode {
     bool hasReadOn_ = true; ///< since the last announcement
     Segment segment_;
     RatePair rates_;
-    std::unique_ptr<PlayPlan> plan_;     ///< none: nothing to read
+    std::unique_ptr<PlayPlan> plan_;     ///< none: nothing (more) to read
     const PlayPlan::Run* run_ = nullptr; ///< being read, of plan_
     RunPlace place_;
     std::unique_ptr<RunReader> reader_;

@@ -80,6 +80,12 @@ class PlayerRing final : public FrameInput {
         roomMade_.signal();
     }
 
+    /// Answers the question, if one was taken.
+    void refuse() noexcept {
+        if (question_.refuse())
+            roomMade_.signal();
+    }
+
     void setProgress(const Progress& progress) noexcept;
 
     /// @}

@@ -122,9 +122,12 @@ RegularFile::~RegularFile() {
     ::close(descriptor_);
 }
 
-std::int64_t RegularFile::size() const noexcept {
+RegularFile::Version RegularFile::version() const noexcept {
     struct stat status {};
-    return ::fstat(descriptor_, &status) == 0 ? status.st_size : 0;
+    if (::fstat(descriptor_, &status) != 0) {
+        return {};
+    }
+    return {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
 int RegularFile::readAt(std::int64_t offset, std::uint8_t* out, int size) const noexcept {

@@ -29,8 +29,17 @@ class RegularFile {
 
     const std::filesystem::path& path() const noexcept { return path_; }
 
-    /// Bytes in the file now; it may grow or shrink while it is open.
-    std::int64_t size() const noexcept;
+    /// What tells whether the file was written to: it may grow, shrink and change while it is open.
+    struct Version {
+        std::int64_t size = 0;                     ///< in bytes
+        std::int64_t seconds = 0, nanoseconds = 0; ///< when it was written to last
+
+        bool operator==(const Version&) const = default;
+    };
+    Version version() const noexcept;
+
+    /// Bytes in the file now.
+    std::int64_t size() const noexcept { return version().size; }
 
     /// Reads up to `size` bytes from `offset` on. Returns the bytes read, 0 at the end, below 0 on
     /// an error (a negative errno).

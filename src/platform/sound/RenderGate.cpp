@@ -59,7 +59,12 @@ void RenderGate::prepareInside(int sampleRateHz, std::size_t largestRequest) {
         return;
     }
     largestRequest_ = std::max(largestRequest, largestRequest_);
-    source_->prepare(sampleRateHz, largestRequest_);
+    try {
+        source_->prepare(sampleRateHz, largestRequest_);
+    } catch (...) {
+        sampleRateHz_.store(0, std::memory_order_release);
+        throw;
+    }
     sampleRateHz_.store(sampleRateHz, std::memory_order_release);
 }
 
@@ -73,7 +78,7 @@ std::optional<std::int64_t> RenderGate::render(RenderTurn turn, int sampleRateHz
     if (!tryEnter()) {
         return std::nullopt;
     }
-    const bool prepared = largestRequest_ > 0 && this->sampleRateHz() == sampleRateHz;
+    const bool prepared = sampleRateHz > 0 && this->sampleRateHz() == sampleRateHz;
     if (source_ == nullptr || this->turn() != turn || !prepared) {
         leave();
         return std::nullopt;

@@ -26,7 +26,8 @@ class RenderGate {
     /// Afterwards the source is never called again. Any thread.
     void close();
 
-    /// Prepares the source for a rate and a largest request, unless it is prepared for them.
+    /// Prepares the source for a rate and a largest request, unless it is prepared for them. Throws
+    /// what the source throws, which is prepared for nothing then.
     void prepare(int sampleRateHz, std::size_t largestRequest);
 
     /// The same, unless it is prepared for any rate or is about to be.
@@ -46,7 +47,7 @@ class RenderGate {
 
     RenderTurn turn() const noexcept { return turn_.load(std::memory_order_acquire); }
 
-    /// The rate the source is prepared for; 0 before that.
+    /// The rate the source is prepared for; 0 before that, and when that has failed.
     int sampleRateHz() const noexcept { return sampleRateHz_.load(std::memory_order_acquire); }
 
   private:

@@ -23,10 +23,13 @@ void RenderThread::run() {
     if (!wiring_.demand)
         raiseSoundPriority(SoundUrgency::onDemand);
     while (!ending_) {
-        while (!ending_ && step()) {
+        try {
+            if (!step())
+                wiring_.wake.wait();
+        } catch (...) {
+            isBroken_ = true; // memory has run out, most likely
+            player_.refuse();
         }
-        if (!ending_)
-            wiring_.wake.wait();
     }
 }
 
@@ -58,7 +61,7 @@ bool RenderThread::canMeetDemand() noexcept {
 bool RenderThread::enterRun(PlayGate::State gate) {
     const RunPlace* run = player_.next(gate.epoch);
     const bool isFollowing = run_.epoch == gate.epoch;
-    if (!run || !gate.playing || (isFollowing && !player_.end().follows))
+    if (!run || !gate.playing || (isFollowing && (isBroken_ || !player_.end().follows)))
         return false;
     begin(*run);
     return true;
@@ -71,19 +74,19 @@ void RenderThread::begin(const RunPlace& run) {
     owed_ = pause - static_cast<double>(pauseLeft_);
     run_ = run;
     player_.enter();
-    isMade_ = false;
+    isMade_ = isBroken_ = false;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
     if (!isFollowing)
         block_.frames = 0;
     block_.epoch = run.epoch;
     block_.pauseFrames = pauseLeft_;
+    place_ = player_.passes().at(0);
+    block_.fileFrameBegin = place_.fileFrame;
     applySettings();
     timePitch_.begin(player_.end().frame);
     if (!isFollowing)
         equaliser_.reset();
-    place_ = player_.passes().at(0);
-    block_.fileFrameBegin = place_.fileFrame;
     tellProgress();
 }
 
@@ -95,7 +98,7 @@ double RenderThread::framesOwed() noexcept {
     return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
 }
 
-void RenderThread::answerQuestion() noexcept {
+void RenderThread::answerQuestion() {
     BranchQuestion& question = player_.question();
     if (!question.take())
         return;
@@ -105,7 +108,7 @@ void RenderThread::answerQuestion() noexcept {
 }
 
 /// Whether what was announced still reaches what is to be made in time.
-bool RenderThread::accepts(const BranchPoint& point) noexcept {
+bool RenderThread::accepts(const BranchPoint& point) {
     if (point.epoch != run_.epoch || point.run > run_.run)
         return player_.branch(point);
     if (point.run < run_.run || point.boundary < nextChangeable())
@@ -138,7 +141,10 @@ void RenderThread::applySettings() noexcept {
     equaliser_.set(bands, settings.equaliserBypass.load(std::memory_order_relaxed));
 }
 
-std::size_t RenderThread::makeFrames(std::size_t frames) noexcept {
+std::size_t RenderThread::makeFrames(std::size_t frames) {
+    isMade_ = isBroken_;
+    if (isBroken_)
+        return 0;
     applySettings();
     float* stereo = block_.samples.data() + 2 * block_.frames;
     const std::size_t made = timePitch_.process(player_, stereo, frames);
@@ -171,8 +177,8 @@ void RenderThread::finishFrames() noexcept {
     const RunEnd end = player_.end();
     const bool isRunOver = isMade_ && pauseLeft_ == 0;
     const bool isSeam = place_.pass.pass > before.pass.pass;
-    block_.last = isRunOver && !end.follows;
-    block_.passEnds = isSeam || (isRunOver && end.follows);
+    block_.last = isRunOver && (isBroken_ || !end.follows);
+    block_.passEnds = isSeam || (isRunOver && !block_.last);
     block_.next = isRunOver ? end.next : place_.pass;
     block_.pass = before.pass;
     block_.fileFrameEnd =

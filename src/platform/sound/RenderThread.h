@@ -32,6 +32,8 @@ struct SoundSettings {
 /// Runs player → time-pitch → equaliser into the ring, a block of 64 frames at a time, and sleeps
 /// while the ring is full, the player has nothing, or nothing is played.
 ///
+/// Should anything be thrown on the way, memory having run out, the segment ends there.
+///
 /// Paced by a device it keeps a fixed number of frames ahead. Pulled offline it makes just the
 /// frames demanded, and only from a player that is far enough ahead, so that neither the speed of
 /// the disk nor that of the machine has a say in what comes out.
@@ -60,11 +62,11 @@ class RenderThread {
     bool enterRun(PlayGate::State gate);
     void begin(const RunPlace& run);
     double framesOwed() noexcept;
-    void answerQuestion() noexcept;
-    bool accepts(const BranchPoint& point) noexcept;
+    void answerQuestion();
+    bool accepts(const BranchPoint& point);
     std::size_t room() const noexcept;
     void applySettings() noexcept;
-    std::size_t makeFrames(std::size_t frames) noexcept;
+    std::size_t makeFrames(std::size_t frames);
     std::size_t makePause(std::size_t frames) noexcept;
     void finishFrames() noexcept;
     void push() noexcept;
@@ -84,6 +86,7 @@ class RenderThread {
     RunPlace run_;
     RenderBlock block_;
     bool isMade_ = true;         ///< the run, to its last frame
+    bool isBroken_ = false;      ///< something was thrown: the segment ends here
     std::int64_t pauseLeft_ = 0; ///< frames of silence before the run
     double owed_ = 0;            ///< frames by which the runs of the segment end too early
     std::size_t fadeInStep_ = 0; ///< of a run that follows a pause

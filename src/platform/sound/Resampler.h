@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <vector>
 
@@ -23,7 +24,8 @@ class Resampler {
     Resampler(const Resampler&) = delete;
     Resampler& operator=(const Resampler&) = delete;
 
-    /// Fills `frames` frames and returns how many; fewer than asked for only at the end.
+    /// Fills `frames` frames and returns how many; fewer than asked for only at the end. Throws
+    /// what the source throws; no more can be read then.
     std::size_t read(float* stereo, std::size_t frames);
 
   private:
@@ -32,6 +34,7 @@ class Resampler {
     Source source_;
     soxr* converter_ = nullptr; ///< none when the rates are equal
     std::vector<float> input_;
+    std::exception_ptr thrown_; ///< by the source
 };
 
 } // namespace ambrel

@@ -25,10 +25,9 @@ class SampleConverter {
     int samplesPerFrame() const noexcept { return samplesPerFrame_; }
 
   private:
-    enum class Mix { none, mean, standard };
-
     void configure(const AVFrame& block);
-    bool initialise(Mix mix);
+    bool convert(const std::uint8_t** in, std::int64_t count, float* out);
+    bool writeMean(std::int64_t count, float* out);
 
     AudioFile::Layout layout_;
     int sampleRate_;
@@ -39,6 +38,8 @@ class SampleConverter {
     int blockRate_ = 0;
     std::uint64_t channelMask_ = 0;
     std::vector<float> resampled_;
+    std::vector<const std::uint8_t*> planes_; ///< of the block, from the first frame to be written
+    std::vector<float> unmixed_;              ///< all channels of more than swresample takes
 };
 
 } // namespace ambrel

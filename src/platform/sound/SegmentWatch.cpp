@@ -23,10 +23,9 @@ SegmentWatch::~SegmentWatch() {
 
 void SegmentWatch::add(std::int64_t firstEpoch, Completion completion) {
     const std::scoped_lock lock(mutex_);
-    if (current_)
-        dropped_.push_back(std::exchange(current_, nullptr));
+    due_.splice(due_.end(), current_);
     firstEpoch_ = firstEpoch;
-    current_ = std::move(completion);
+    current_.push_back(std::move(completion));
     pass_ = 0;
     newest_.reset();
     wiring_.wake.signal();
@@ -34,15 +33,14 @@ void SegmentWatch::add(std::int64_t firstEpoch, Completion completion) {
 
 void SegmentWatch::drop() {
     const std::scoped_lock lock(mutex_);
-    if (current_)
-        dropped_.push_back(std::exchange(current_, nullptr));
+    due_.splice(due_.end(), current_);
     newest_.reset();
     firstEpoch_ = std::numeric_limits<std::int64_t>::max();
     wiring_.wake.signal();
 }
 
 std::optional<Continuation> SegmentWatch::followingLocked() const {
-    if (current_ || !newest_)
+    if (!current_.empty() || !newest_)
         return std::nullopt;
     return Continuation{newest_->startFrame, newest_->frameCount, newest_->pauseSeconds};
 }
@@ -58,7 +56,7 @@ bool SegmentWatch::goOn(const Continuation& wanted, Completion completion) {
         return false;
     pass_ = newest_->pass;
     newest_.reset();
-    current_ = std::move(completion);
+    current_.push_back(std::move(completion));
     wiring_.wake.signal();
     return true;
 }
@@ -95,12 +93,11 @@ void SegmentWatch::hearBoundaries() {
         wiring_.stage.dropBoundary();
     }
     // What is paused completes nothing before it goes on.
-    if (newest_ && newest_->pass > pass_ && current_ && active_)
-        complete();
+    if (newest_ && newest_->pass > pass_ && active_)
+        due_.splice(due_.end(), current_);
     if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
         // What went by unwatched ended with it.
-        if (current_)
-            complete();
+        due_.splice(due_.end(), current_);
         newest_.reset();
         active_ = false;
         idleReported_ = false;
@@ -108,16 +105,16 @@ void SegmentWatch::hearBoundaries() {
     }
 }
 
-void SegmentWatch::complete() {
-    dropped_.push_back(std::exchange(current_, nullptr));
-}
-
-std::vector<SegmentWatch::Completion> SegmentWatch::takeDue() {
+SegmentWatch::Completion SegmentWatch::takeDue() noexcept {
     const std::scoped_lock lock(mutex_);
-    if (ending_ && current_)
-        complete();
+    if (ending_)
+        due_.splice(due_.end(), current_);
     hearBoundaries();
-    return std::exchange(dropped_, {});
+    if (due_.empty())
+        return nullptr;
+    Completion completion = std::move(due_.front());
+    due_.pop_front();
+    return completion;
 }
 
 void SegmentWatch::run() {
@@ -125,11 +122,14 @@ void SegmentWatch::run() {
         raiseSoundPriority(SoundUrgency::ahead);
     for (;;) {
         const bool ending = ending_;
-        for (const Completion& completion : takeDue())
-            completion();
-        if (ending)
-            return;
-        wait();
+        try {
+            while (const Completion completion = takeDue())
+                completion();
+            if (ending)
+                return;
+            wait();
+        } catch (...) { // the next is called all the same
+        }
     }
 }
 
@@ -139,7 +139,7 @@ void SegmentWatch::wait() {
     {
         const std::scoped_lock lock(mutex_);
         const auto idleFor = std::chrono::steady_clock::now() - idleSince_;
-        if (!dropped_.empty())
+        if (!due_.empty())
             return;
         if (isEndOnItsWay() || wiring_.stage.oldestBoundary())
             limit = lookAgainAfter;

@@ -4,10 +4,10 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <thread>
-#include <vector>
 
 #include "platform/sound/OutputStage.h"
 #include "platform/sound/WakeUp.h"
@@ -16,7 +16,7 @@ namespace ambrel {
 
 /// Calls the completion of each pass that is watched, once, on a thread of its own: when its last
 /// frame has been heard, when it is dropped, or at the end of the watch. The same thread notices
-/// that nothing has been playing for a while.
+/// that nothing has been playing for a while. What a completion throws is dropped.
 ///
 /// A pass that follows another without being told to is watched from goOn() on. Those that go by
 /// before that count as one.
@@ -64,17 +64,17 @@ class SegmentWatch {
     std::optional<Continuation> followingLocked() const;
     bool isEndOnItsWay() const;
     void hearBoundaries();
-    void complete();
-    std::vector<Completion> takeDue();
+    Completion takeDue() noexcept;
     void wait();
 
     Wiring wiring_;
     mutable std::mutex mutex_;
     std::int64_t firstEpoch_ = 0;
-    Completion current_;
+    // Lists, so that a completion can be handed on where memory has run out.
+    std::list<Completion> current_;   ///< none or one
     std::int64_t pass_ = 0;           ///< watched
     std::optional<PassBegin> newest_; ///< that began behind it
-    std::vector<Completion> dropped_;
+    std::list<Completion> due_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;
     std::chrono::steady_clock::time_point idleSince_{};

@@ -22,7 +22,7 @@ class SoundControlThread {
 
         /// Does what is due and returns when it wants to be called again, at the latest; sooner if
         /// the bell rings.
-        virtual SoundClock::time_point step(SoundClock::time_point now) = 0;
+        virtual SoundClock::time_point step(SoundClock::time_point now) noexcept = 0;
 
         /// Closes what is open: no step() comes after it.
         virtual void finish() = 0;

@@ -5,7 +5,7 @@
 
 namespace ambrel {
 
-void StretchLine::begin(std::int64_t first, double rate, double cents, std::size_t lead) noexcept {
+void StretchLine::begin(std::int64_t first, double rate, double cents, std::size_t lead) {
     constexpr double feed = Stretcher::feedFrames;
     const double leadInput = std::ceil(static_cast<double>(lead) * rate / feed) * feed;
     stretcher_.reset(rate, cents);
@@ -18,13 +18,13 @@ void StretchLine::begin(std::int64_t first, double rate, double cents, std::size
     map_.begin(static_cast<double>(first), rate);
 }
 
-void StretchLine::set(double rate, double cents) noexcept {
+void StretchLine::set(double rate, double cents) {
     rate_ = rate;
     stretcher_.setRate(rate);
     stretcher_.setCents(cents);
 }
 
-void StretchLine::feed(const float* stereo, std::int64_t length) noexcept {
+void StretchLine::feed(const float* stereo, std::int64_t length) {
     stretcher_.feed(stereo);
     fed_ += static_cast<std::int64_t>(Stretcher::feedFrames);
     // A frame is heard when the middle of the analysis window passes it.
@@ -36,7 +36,7 @@ void StretchLine::feed(const float* stereo, std::int64_t length) noexcept {
     stretcher_.correct(startDelay_ + map_.output() - stretcher_.committed());
 }
 
-std::size_t StretchLine::take(float* stereo, std::size_t frames) noexcept {
+std::size_t StretchLine::take(float* stereo, std::size_t frames) {
     const std::size_t count = stretcher_.take(stereo, frames);
     made_ += static_cast<std::int64_t>(count);
     return count;

@@ -22,21 +22,21 @@ class StretchLine {
     /// Starts anew: the first frame that comes out is heard as input frame `first`. What lies
     /// before it is fed first: half a window, and what `lead` frames of output are made of, which
     /// are thrown away. It takes leadFrames of them until the stretcher has its full level.
-    void begin(std::int64_t first, double rate, double cents, std::size_t lead = 0) noexcept;
+    void begin(std::int64_t first, double rate, double cents, std::size_t lead = 0);
 
-    void set(double rate, double cents) noexcept;
+    void set(double rate, double cents);
 
     /// The input frame that feed() takes next; negative is before the run.
     std::int64_t next() const noexcept { return fed_; }
 
     /// Takes Stretcher::feedFrames stereo frames of a run of `length` frames; for those beyond its
     /// ends no time is counted.
-    void feed(const float* stereo, std::int64_t length) noexcept;
+    void feed(const float* stereo, std::int64_t length);
 
-    std::size_t available() noexcept { return stretcher_.available(); }
+    std::size_t available() { return stretcher_.available(); }
 
     /// Takes up to `frames` frames and returns how many.
-    std::size_t take(float* stereo, std::size_t frames) noexcept;
+    std::size_t take(float* stereo, std::size_t frames);
 
     /// The input frame that the next frame taken is heard as.
     double position() const noexcept { return map_.inputAt(static_cast<double>(made_)); }

@@ -85,13 +85,13 @@ void Stretcher::measureKept() {
 }
 
 /// Until the engine has seen nothing else.
-void Stretcher::feedSilence() noexcept {
+void Stretcher::feedSilence() {
     constexpr std::array<float, 2 * feedFrames> silence{};
     while (ready() == 0)
         feed(silence.data());
 }
 
-void Stretcher::reset(double rate, double cents) noexcept {
+void Stretcher::reset(double rate, double cents) {
     // The engine's reset leaves it its view of the sound before, by which it would set the first
     // phases; silence at normal speed gives it another in one hop.
     begin(1, 0);
@@ -103,7 +103,7 @@ void Stretcher::reset(double rate, double cents) noexcept {
     taken_ = 0;
 }
 
-void Stretcher::begin(double rate, double cents) noexcept {
+void Stretcher::begin(double rate, double cents) {
     engine_->reset();
     rate_ = rate;
     correction_ = 0;
@@ -116,22 +116,22 @@ std::int64_t Stretcher::startDelay() const noexcept {
            std::llround(static_cast<double>(keptFrames_) / engine_->getPitchScale());
 }
 
-void Stretcher::applyRatio() noexcept {
+void Stretcher::applyRatio() {
     engine_->setTimeRatio((1 + correction_) / rate_);
 }
 
-void Stretcher::setRate(double rate) noexcept {
+void Stretcher::setRate(double rate) {
     if (rate_ == rate)
         return;
     rate_ = rate;
     applyRatio();
 }
 
-void Stretcher::setCents(double cents) noexcept {
+void Stretcher::setCents(double cents) {
     engine_->setPitchScale(std::exp2(cents / 1200));
 }
 
-void Stretcher::feed(const float* stereo) noexcept {
+void Stretcher::feed(const float* stereo) {
     for (std::size_t i = 0; i < feedFrames; ++i) {
         in_[0][i] = stereo[2 * i];
         in_[1][i] = stereo[2 * i + 1];
@@ -144,7 +144,7 @@ int Stretcher::ready() const noexcept {
     return std::max(0, engine_->available());
 }
 
-std::size_t Stretcher::available() noexcept {
+std::size_t Stretcher::available() {
     while (discard_ > 0 && ready() > 0) {
         std::array<float*, 2> channels{out_[0].data(), out_[1].data()};
         const auto count = engine_->retrieve(
@@ -156,7 +156,7 @@ std::size_t Stretcher::available() noexcept {
     return discard_ > 0 ? 0 : static_cast<std::size_t>(ready());
 }
 
-std::size_t Stretcher::take(float* stereo, std::size_t frames) noexcept {
+std::size_t Stretcher::take(float* stereo, std::size_t frames) {
     frames = std::min({frames, available(), takeFrames});
     std::array<float*, 2> channels{out_[0].data(), out_[1].data()};
     frames = engine_->retrieve(channels.data(), frames);
@@ -172,7 +172,7 @@ double Stretcher::committed() const noexcept {
     return static_cast<double>(taken_ + ready() + startDelay());
 }
 
-void Stretcher::correct(double behindFrames) noexcept {
+void Stretcher::correct(double behindFrames) {
     if (observed_ == 0 || behindFrames > mostBehind_)
         mostBehind_ = behindFrames;
     observed_ += feedFrames / rate_;

@@ -34,23 +34,23 @@ class Stretcher {
 
     /// Forgets all sound and starts at this rate and pitch. Of what comes out, the first
     /// `discard` frames are thrown away.
-    void reset(double rate, double cents) noexcept;
+    void reset(double rate, double cents);
     void discard(std::int64_t frames) noexcept { discard_ += frames; }
 
     /// Frames between the first that comes out and the one made of the frame fed after `pad()`.
     std::int64_t startDelay() const noexcept;
 
-    void setRate(double rate) noexcept;
-    void setCents(double cents) noexcept;
+    void setRate(double rate);
+    void setCents(double cents);
 
     /// Takes feedFrames interleaved stereo frames.
-    void feed(const float* stereo) noexcept;
+    void feed(const float* stereo);
 
     /// Frames that can be taken now.
-    std::size_t available() noexcept;
+    std::size_t available();
 
     /// Takes up to `frames` frames and returns how many.
-    std::size_t take(float* stereo, std::size_t frames) noexcept;
+    std::size_t take(float* stereo, std::size_t frames);
 
     /// Frames taken or thrown away since reset().
     std::int64_t taken() const noexcept { return taken_; }
@@ -60,16 +60,16 @@ class Stretcher {
     double committed() const noexcept;
 
     /// Tells by how many frames the course is ahead of committed(), as of the last feed.
-    void correct(double behindFrames) noexcept;
+    void correct(double behindFrames);
 
   private:
     void warmUp();
-    void applyRatio() noexcept;
+    void applyRatio();
     int ready() const noexcept;
     void feedSine(double& phase);
     void measureKept();
-    void feedSilence() noexcept;
-    void begin(double rate, double cents) noexcept;
+    void feedSilence();
+    void begin(double rate, double cents);
 
     static constexpr std::size_t takeFrames = 256;
 

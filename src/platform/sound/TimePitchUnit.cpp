@@ -48,7 +48,7 @@ void TimePitchUnit::setPitch(double cents) noexcept {
     cents_ = std::clamp(std::isnan(cents) ? 0.0 : cents, -Stretcher::maxCents, Stretcher::maxCents);
 }
 
-void TimePitchUnit::begin(std::int64_t frames) noexcept {
+void TimePitchUnit::begin(std::int64_t frames) {
     length_ = std::max<std::int64_t>(0, frames);
     input_.begin();
     edges_.begin();
@@ -60,7 +60,7 @@ void TimePitchUnit::begin(std::int64_t frames) noexcept {
         line().begin(0, rate_, cents_, StretchLine::leadFrames);
 }
 
-void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
+void TimePitchUnit::replaceFrom(std::int64_t frame) {
     input_.rewind(frame);
     edges_.rewind(frame);
     if (mode_ == Mode::direct || incoming().next() <= frame)
@@ -73,7 +73,7 @@ void TimePitchUnit::replaceFrom(std::int64_t frame) noexcept {
         isOutdated_ = true;
 }
 
-std::size_t TimePitchUnit::process(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+std::size_t TimePitchUnit::process(FrameInput& source, float* stereo, std::size_t frames) {
     refreshLength(source);
     const std::size_t made = make(source, stereo, std::min(frames, blockFrames));
     refreshLength(source);
@@ -96,7 +96,7 @@ bool TimePitchUnit::pull(FrameInput& source, std::int64_t upTo) noexcept {
     }
 }
 
-std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t frames) {
     if (mode_ == Mode::direct && !neutral())
         beginJoining();
     if (mode_ == Mode::stretching && isOutdated_)
@@ -119,7 +119,7 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
 }
 
 /// A change of speed leaves the run's end the time to fade out.
-void TimePitchUnit::setLines() noexcept {
+void TimePitchUnit::setLines() {
     const double rate = leading().rateLeaving(framesIn(endFadeMs, sampleRateHz_) + blockFrames,
                                               length_, neutral() ? nearlyNormal : rate_);
     line().set(rate, cents_);
@@ -148,7 +148,7 @@ std::size_t TimePitchUnit::direct(FrameInput& source, float* stereo, std::size_t
     return count;
 }
 
-std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_t frames) {
     const std::int64_t left = std::max<std::int64_t>(0, framesLeft());
     return takeFrom(line(), source, stereo,
                     static_cast<std::size_t>(std::min(static_cast<std::int64_t>(frames), left)));
@@ -156,7 +156,7 @@ std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_
 
 /// Beyond the run's end too.
 std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float* stereo,
-                                    std::size_t frames) noexcept {
+                                    std::size_t frames) {
     std::size_t done = 0;
     while (done < frames) {
         const std::size_t count = line.take(stereo + 2 * done, frames - done);
@@ -167,7 +167,7 @@ std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float
     return done;
 }
 
-bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
+bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
     // What goes before the run follows from how it begins.
     const auto span = static_cast<std::int64_t>(line.next() < 0 ? edges_.span() : 0);
@@ -181,7 +181,7 @@ bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) noexcept {
 
 /// The stretcher is brought to what is passed through, at normal speed, where it follows the
 /// waveform; only then the change is made.
-void TimePitchUnit::beginJoining() noexcept {
+void TimePitchUnit::beginJoining() {
     mode_ = Mode::joining;
     fadeFrames_ = framesIn(takeOverFadeMs, sampleRateHz_);
     fading_ = false;
@@ -189,7 +189,7 @@ void TimePitchUnit::beginJoining() noexcept {
     line().begin(next_ - settleFrames, 1, 0);
 }
 
-void TimePitchUnit::beginSwitching() noexcept {
+void TimePitchUnit::beginSwitching() {
     const auto from = static_cast<std::int64_t>(position()) - settleFrames;
     mode_ = Mode::switching;
     fadeFrames_ = framesIn(takeOverFadeMs, sampleRateHz_);
@@ -199,8 +199,7 @@ void TimePitchUnit::beginSwitching() noexcept {
 }
 
 /// What is heard goes on while the other stretcher catches up, and is then faded into that.
-std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo,
-                                    std::size_t frames) noexcept {
+std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo, std::size_t frames) {
     const bool isJoining = mode_ == Mode::joining;
     if (!isJoining)
         setLines();
@@ -234,7 +233,7 @@ bool TimePitchUnit::mayFade(std::int64_t framesLeft) const noexcept {
                                                    framesIn(endFadeMs, sampleRateHz_));
 }
 
-void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) noexcept {
+void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) {
     const double rate = mode_ == Mode::joining ? 1 : rate_;
     const double budget = (catchUpSpeed + rate) * static_cast<double>(frames);
     for (double fed = 0; fading_ || fed < budget; fed += Stretcher::feedFrames) {
@@ -248,7 +247,7 @@ void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) noexcept {
 
 /// Throws away what the incoming stretcher makes of frames that were heard before; false if it has
 /// not come that far.
-bool TimePitchUnit::dropTo(double position) noexcept {
+bool TimePitchUnit::dropTo(double position) {
     const double rate = mode_ == Mode::joining ? 1 : rate_;
     std::array<float, 2 * blockFrames> old{};
     for (;;) {
@@ -295,7 +294,7 @@ void TimePitchUnit::beginLeaving() noexcept {
     faded_ = 0;
 }
 
-std::size_t TimePitchUnit::leave(FrameInput& source, float* stereo, std::size_t frames) noexcept {
+std::size_t TimePitchUnit::leave(FrameInput& source, float* stereo, std::size_t frames) {
     std::array<float, 2 * blockFrames> beside{};
     const std::size_t count = stretch(source, stereo, frames);
     const std::size_t passed = direct(source, beside.data(), count);

@@ -29,11 +29,11 @@ class TimePitchUnit {
 
     /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet. The
     /// source may tell another length on the way.
-    void begin(std::int64_t frames) noexcept;
+    void begin(std::int64_t frames);
 
     /// From `frame` on the source gives its frames once more, and they may be others than those
     /// that were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
-    void replaceFrom(std::int64_t frame) noexcept;
+    void replaceFrom(std::int64_t frame);
 
     /// Speed, 1 is normal; brought into 0.05 to 3, no number counts as 1.
     void setRate(double rate) noexcept;
@@ -44,7 +44,7 @@ class TimePitchUnit {
 
     /// Makes up to `frames` frames and returns how many: fewer when `source` has no more now or
     /// when the run ends.
-    std::size_t process(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    std::size_t process(FrameInput& source, float* stereo, std::size_t frames);
 
     /// The run has been made to its last frame.
     bool finished() const noexcept { return framesLeft() <= 0; }
@@ -78,27 +78,26 @@ class TimePitchUnit {
         return lines_[mode_ == Mode::switching && fading_ ? 1 - active_ : active_];
     }
 
-    std::size_t make(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    std::size_t make(FrameInput& source, float* stereo, std::size_t frames);
     bool pull(FrameInput& source, std::int64_t upTo) noexcept;
     void refreshLength(FrameInput& source) noexcept;
     std::size_t direct(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    std::size_t takeFrom(StretchLine& line, FrameInput& source, float* stereo,
-                         std::size_t frames) noexcept;
-    bool feed(StretchLine& line, FrameInput& source) noexcept;
-    void setLines() noexcept;
+    std::size_t stretch(FrameInput& source, float* stereo, std::size_t frames);
+    std::size_t takeFrom(StretchLine& line, FrameInput& source, float* stereo, std::size_t frames);
+    bool feed(StretchLine& line, FrameInput& source);
+    void setLines();
 
-    void beginJoining() noexcept;
-    void beginSwitching() noexcept;
-    std::size_t takeOver(FrameInput& source, float* stereo, std::size_t frames) noexcept;
-    void catchUp(FrameInput& source, std::size_t frames) noexcept;
-    bool dropTo(double position) noexcept;
+    void beginJoining();
+    void beginSwitching();
+    std::size_t takeOver(FrameInput& source, float* stereo, std::size_t frames);
+    void catchUp(FrameInput& source, std::size_t frames);
+    bool dropTo(double position);
     bool mayFade(std::int64_t framesLeft) const noexcept;
     void endTakeOver() noexcept;
 
     void watchForReturn(const float* stereo, std::size_t frames) noexcept;
     void beginLeaving() noexcept;
-    std::size_t leave(FrameInput& source, float* stereo, std::size_t frames) noexcept;
+    std::size_t leave(FrameInput& source, float* stereo, std::size_t frames);
 
     std::array<StretchLine, 2> lines_;
     std::size_t active_ = 0;

@@ -106,6 +106,10 @@ void AudioFileTest::laysOutTheChannels_data() {
     QTest::newRow("stereo") << 2 << false << 0.1F << 0.2F;
     QTest::newRow("mean of two") << 2 << true << 0.15F << 0.0F;
     QTest::newRow("mean of six") << 6 << true << 0.35F << 0.0F;
+    QTest::newRow("three without a place") << 3 << false << 0.2F << 0.2F;
+    QTest::newRow("as many as have a place, some unheard") << 24 << false << 1.25F << 1.25F;
+    QTest::newRow("more than can be mixed") << 100 << false << 5.05F << 5.05F;
+    QTest::newRow("mean of more than can be mixed") << 100 << true << 5.05F << 0.0F;
     // Front 1, centre and surround √½, scaled so that full scale in all of them is full scale.
     const float scale = 1.0F + 2.0F * std::sqrt(0.5F);
     QTest::newRow("5.1 mixed down") << 6 << false << (0.1F + std::sqrt(0.5F) * 0.8F) / scale

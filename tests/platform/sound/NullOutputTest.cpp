@@ -22,15 +22,12 @@ class NullOutputTest : public QObject {
             QTRY_VERIFY(source.rendered() > 0);
 
             const auto begin = SoundClock::now();
-            const std::int64_t heardAtBegin = output.framesHeard();
             const std::int64_t renderedAtBegin = source.rendered();
             QTRY_VERIFY(source.rendered() - renderedAtBegin >= sampleRateHz);
             const double seconds = std::chrono::duration<double>(SoundClock::now() - begin).count();
-            const auto heard = static_cast<double>(output.framesHeard() - heardAtBegin);
 
             // Asked about every 50 ms here; a machine at full load adds as much.
             QCOMPARE_LT(std::abs(seconds - 1.1), 0.2);
-            QCOMPARE_LT(std::abs(heard / sampleRateHz - seconds), 0.05);
             QCOMPARE(source.rates(), std::vector<int>{sampleRateHz});
             QVERIFY(source.wasAskedProperly());
         }
@@ -56,16 +53,6 @@ class NullOutputTest : public QObject {
         const std::int64_t rendered = source.rendered();
         QTest::qWait(100);
         QVERIFY2(source.rendered() == rendered, "it asks while it is stopped");
-    }
-
-    void endsWhileItAsks() {
-        for (int turn = 0; turn < 20; ++turn) {
-            ToneSource source;
-            NullOutput output;
-            output.open(source);
-            output.start();
-            QTRY_VERIFY(source.rendered() > 0);
-        }
     }
 };
 
