@@ -104,8 +104,11 @@ class MenusAndKeysWindowTest : public QObject {
                 QCOMPARE(w.graph->pitch, float(value));
             QCOMPARE(w.state->isPlaying(), field != Field::playbackPosition);
         };
-        const auto press = [key](QWidget& window, Qt::KeyboardModifiers more) {
+        const auto press = [&](QWidget& window, Qt::KeyboardModifiers more) {
             QTest::keyClick(window.windowHandle(), key, Qt::ControlModifier | more);
+            QKeyEvent held(QEvent::KeyPress, key, Qt::ControlModifier | more, {}, true);
+            if (field == Field::playbackPosition || field == Field::loopEnabled)
+                QCoreApplication::sendEvent(window.windowHandle(), &held);
         };
         acts([&] { itemOf(w, item)->trigger(); });
         for (const auto more : {Qt::NoModifier, Qt::ShiftModifier, Qt::AltModifier})
