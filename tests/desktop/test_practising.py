@@ -144,22 +144,30 @@ class PractisingTest(Scenario):
         program.key("Escape")
         self.type("End milliseconds", "400")
         program.key("Escape")
-        program.key("ctrl+l")
-        self.type("Loop delay milliseconds", "300")
-        program.key("Escape")
-        with Recording(self.desktop) as recording:
-            program.key("space")
-            recording.wait_for_sound()
-            wait_until(lambda: len(recording.stretches()) >= 4, "four passes")
-            program.key("space")
-            recording.wait_for_silence(0.5)
-        mono = np.abs(recording.samples().mean(axis=1))
-        loud = np.flatnonzero(mono > 0.01)
-        gaps = np.diff(loud) / Desktop.RATE
-        pauses = gaps[gaps > 0.1]
-        self.assertGreaterEqual(len(pauses), 3)
-        for pause in pauses:
-            self.assertAlmostEqual(pause, 0.3, delta=0.005)
+        ways = ("mouse", "keyboard", "screen reader")
+        for first in range(len(ways)):  # a click leaves the keys to the transport
+            loop, play, pause = ways[first:] + ways[:first]
+            with self.subTest(loop=loop, play=play, pause=pause):
+                program.use(loop, "ctrl+l", "Toggle", name="Loop", role="check box")
+                self.setting("loopEnabled", True)
+                if first == 0:
+                    self.type("Loop delay milliseconds", "300")
+                    program.key("Escape")
+                with Recording(self.desktop) as recording:
+                    program.use(play, "space", "Press", name="Play")
+                    recording.wait_for_sound()
+                    wait_until(lambda: len(recording.stretches()) >= 4, "four passes")
+                    program.use(pause, "space", "Press", name="Pause")
+                    recording.wait_for_silence(0.5)
+                program.use(loop, "ctrl+l", "Toggle", name="Loop", role="check box")
+                self.setting("loopEnabled", False)
+                mono = np.abs(recording.samples().mean(axis=1))
+                loud = np.flatnonzero(mono > 0.01)
+                gaps = np.diff(loud) / Desktop.RATE
+                pauses = gaps[gaps > 0.1]
+                self.assertGreaterEqual(len(pauses), 3)
+                for length in pauses:
+                    self.assertAlmostEqual(length, 0.3, delta=0.005)
 
     def test_a_loop_without_a_pause_is_one_sound(self):
         program = self.program
@@ -210,7 +218,7 @@ class PractisingTest(Scenario):
         self.program.wait_for(name="Loop delay milliseconds")
 
         def focused():
-            return next((control for control in self.program._controls()
+            return next((control for control in self.program.controls()
                          if control.get_state_set().contains(Atspi.StateType.FOCUSED)
                          and control.get_name()), None)
         said = []
