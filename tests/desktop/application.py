@@ -76,8 +76,8 @@ class Application:
     # Controls
 
     def find(self, **wanted):
-        """The first visible control with that name, role and description, or None; an item also of
-        a closed menu."""
+        """The first visible control with that name, role, description and group, or None; an item
+        also of a closed menu."""
         controls = self.controls(hidden=wanted.get("role") == "menu item")
         return next((control for control in controls if _matches(control, wanted)), None)
 
@@ -133,8 +133,7 @@ class Application:
 
     def act(self, action, **wanted):
         """What a screen reader does: an action that the control offers."""
-        control = self.wait_for(**wanted)
-        control.do_action(actions(control).index(action))
+        perform(self.wait_for(**wanted), action)
 
     def use(self, way, key, action, **wanted):
         """A control by "mouse" or by "screen reader", or its key by "keyboard"."""
@@ -190,6 +189,10 @@ def actions(control):
     return [control.get_action_name(index) for index in range(count)]
 
 
+def perform(control, action):
+    control.do_action(actions(control).index(action))
+
+
 def is_enabled(control):
     return control.get_state_set().contains(Atspi.StateType.ENABLED)
 
@@ -204,7 +207,7 @@ def _below(control, hidden):
 
 def _matches(control, wanted):
     found = {"name": control.get_name, "role": control.get_role_name,
-             "description": control.get_description}
+             "description": control.get_description, "group": lambda: control.get_parent().get_name()}
     return all(found[key]() == value for key, value in wanted.items())
 
 

@@ -186,7 +186,7 @@ class PractisingTest(Scenario):
         levels = [level_db(heard[at:at + 960], TONE_HZ) for at in range(0, len(heard) - 960, 480)]
         self.assertLess(max(levels) - min(levels), 1)
 
-    def test_equaliser_is_heard_and_everything_is_reset(self):
+    def test_equaliser_is_heard(self):
         program = self.program
         program.click(name="Equaliser")
         program.wait_for(name="250Hz gain")
@@ -204,11 +204,6 @@ class PractisingTest(Scenario):
             recording.wait_for_silence()
         tail = recording.heard()[-Desktop.RATE:-Desktop.RATE // 10]
         self.assertLess(level_db(tail, TONE_HZ), 20 * np.log10(0.5) - 6)
-        program.click(name="Reset equaliser")
-        self.setting("eqGains", [0] * 5)
-        self.type("Speed", "+10")
-        program.click(name="Reset speed")
-        self.setting("speed", 100)
 
     def test_tour_by_tab_reads_as_a_person_would_say_it(self):
         from gi.repository import Atspi
