@@ -40,11 +40,11 @@ class TypedFieldsWindowTest : public QObject {
         Practice w;
         w.state->setEqGains({-2.5, 0, 0, 0, 0});
         w.state->setEqEnabled(true);
-        w.state->setZoomLevel(6.25);
+        w.state->setZoomLevel(1.5);
         w.state->setSpeedStep(1234.5);
         w.state->setPlaybackPosition(1.25);
         QTRY_COMPARE(w.textOf(u"60Hz value"_qs), u"-2.5"_qs);
-        QCOMPARE(w.textOf(u"Zoom level"_qs), u"6.2x"_qs);
+        QCOMPARE(w.textOf(u"Zoom level"_qs), u"1.5x"_qs);
         QCOMPARE(w.textOf(u"Position"_qs), u"00:01.250"_qs);
         QCOMPARE(w.field(u"Custom speed step"_qs)->text(), u"1234.5"_qs);
         QCOMPARE(w.find(u"Waveform"_qs)->accessibleDescription(),
