@@ -33,7 +33,7 @@ class PractisingTest(Scenario):
         return Atspi.Text.get_text(control, 0, -1)
 
     def setting(self, name, value):
-        wait_until(lambda: self.program.stored_settings(self.path)[name] == value,
+        wait_until(lambda: (self.program.stored_settings(self.path) or {}).get(name) == value,
                    f"{name} to be stored as {value}")
 
     def test_half_speed_three_semitones_up_is_heard_while_playing(self):
