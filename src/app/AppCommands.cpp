@@ -46,12 +46,13 @@ RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles
                           NotificationCenter& notifications,
                           const std::function<void()>& openSettings) {
     const auto addMenu = [&](const QString& title, std::initializer_list<Command> items) {
-        QMenu* menu = menuBar.addMenu(title);
+        auto* menu = new DescribedMenu(title, &menuBar);
+        menuBar.addMenu(menu);
         for (const Command& item : items)
             addCommand(*menu, item, notifications);
         return menu;
     };
-    QMenu* file =
+    DescribedMenu* file =
         addMenu(QStringLiteral("&File"),
                 {{QStringLiteral("Open File..."), Qt::CTRL | Qt::Key_O, notifications::openFile},
                  {QStringLiteral("Open from URL..."), Qt::CTRL | Qt::SHIFT | Qt::Key_O,

@@ -4,6 +4,7 @@
 #include <QAccessibleWidget>
 #include <QAction>
 #include <QHash>
+#include <QMenuBar>
 #include <QPointer>
 
 #include "app/AccessibleFactory.h"
@@ -22,10 +23,14 @@ class ItemInterface : public QAccessibleInterface, public QAccessibleActionInter
     QAccessibleInterface* parent() const override {
         return QAccessible::queryAccessibleInterface(menu_);
     }
-    QAccessibleInterface* child(int) const override { return nullptr; }
+    QAccessibleInterface* child(int) const override {
+        return QAccessible::queryAccessibleInterface(action_->menu());
+    }
     QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+    int childCount() const override { return action_->menu() ? 1 : 0; }
+    int indexOfChild(const QAccessibleInterface* child) const override {
+        return child->object() == action_->menu() ? 0 : -1;
+    }
 
     QString text(QAccessible::Text kind) const override {
         if (kind == QAccessible::Name)
@@ -47,6 +52,8 @@ class ItemInterface : public QAccessibleInterface, public QAccessibleActionInter
         state.invisible = !menu_->isVisible() || !action_->isVisible();
         state.selectable = state.focusable = !state.disabled && !action_->isSeparator();
         state.focused = menu_->isVisible() && menu_->activeAction() == action_;
+        state.checkable = action_->isCheckable();
+        state.checked = action_->isChecked();
         return state;
     }
 
@@ -56,15 +63,28 @@ class ItemInterface : public QAccessibleInterface, public QAccessibleActionInter
         return nullptr;
     }
     QStringList actionNames() const override {
-        return action_->isSeparator() ? QStringList() : QStringList(pressAction());
+        if (action_->isSeparator())
+            return {};
+        return {action_->menu() ? showMenuAction() : pressAction()};
     }
     void doAction(const QString& name) override {
-        if (name == pressAction())
-            action_->trigger();
+        if (!actionNames().contains(name))
+            return;
+        if (action_->menu())
+            return showMenu();
+        for (QWidget* open = menu_; qobject_cast<QMenu*>(open); open = open->parentWidget())
+            open->hide();
+        action_->trigger();
     }
     QStringList keyBindingsForAction(const QString&) const override { return {}; }
 
   private:
+    void showMenu() const {
+        if (auto* bar = qobject_cast<QMenuBar*>(menu_->parentWidget()); bar && !menu_->isVisible())
+            bar->setActiveAction(menu_->menuAction());
+        menu_->setActiveAction(action_);
+    }
+
     QPointer<DescribedMenu> menu_;
     QPointer<QAction> action_;
 };
@@ -72,7 +92,7 @@ class ItemInterface : public QAccessibleInterface, public QAccessibleActionInter
 class MenuInterface : public QAccessibleWidget {
   public:
     explicit MenuInterface(DescribedMenu* menu)
-        : QAccessibleWidget(menu, QAccessible::PopupMenu, menu->title()) {}
+        : QAccessibleWidget(menu, QAccessible::PopupMenu, menu->title().remove(QLatin1Char('&'))) {}
 
     ~MenuInterface() override {
         for (const QAccessible::Id item : std::as_const(items_))

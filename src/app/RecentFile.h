@@ -1,13 +1,16 @@
 #pragma once
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace ambrel {
 
-/// What menus and lists call a file: its name with its ending, on one line.
+/// What menus and lists call a file: its name with its ending, on one line. What follows a tab in a
+/// menu item would be taken for its shortcut.
 inline QString recentFileTitle(const QUrl& file) {
-    return file.fileName().replace(QLatin1Char('\n'), QLatin1Char(' '));
+    static const QRegularExpression breaks(QStringLiteral("[\\n\\r\\t]"));
+    return file.fileName().replace(breaks, QStringLiteral(" "));
 }
 
 /// Tells files of the same name apart.

@@ -1,10 +1,12 @@
 #include "app/TypedNumber.h"
 
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <locale.h>
 
 namespace ambrel {
@@ -74,6 +76,12 @@ double clampedNumber(double value, double lowest, double highest) {
 QString wholePart(double value) {
     // A number between -1 and 0 has no sign left.
     return QString::number(std::trunc(value) + 0.0, 'f', 0);
+}
+
+QString oneDecimal(double value) {
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 8> text;
+    const auto end = std::to_chars(text.begin(), text.end(), value, std::chars_format::fixed, 1);
+    return QString::fromLatin1(text.data(), end.ptr - text.data());
 }
 
 } // namespace ambrel

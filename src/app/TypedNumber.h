@@ -29,4 +29,8 @@ double clampedNumber(double value, double lowest, double highest);
 /// The whole part in decimal, for any number that a stored record can hold.
 QString wholePart(double value);
 
+/// As "%.1f" of the C locale, exactly: 6.25, which lies in the middle, is 6.2, and not 6.3 as Qt
+/// has it.
+QString oneDecimal(double value);
+
 } // namespace ambrel

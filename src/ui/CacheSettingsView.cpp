@@ -178,7 +178,7 @@ void CacheSettingsView::refreshStats() {
 void CacheSettingsView::showStats(const CacheMaintenance::Stats& stats) {
     entryCount_->setText(QString::number(stats.entryCount));
     const double totalMB = double(stats.totalBytes) / double(kBytesPerMB);
-    totalMB_->setText(QStringLiteral("%1 MB").arg(totalMB, 0, 'f', 1));
+    totalMB_->setText(oneDecimal(totalMB) + QStringLiteral(" MB"));
 }
 
 /// Choosing the custom one changes nothing until a number is committed.

@@ -1,6 +1,8 @@
 #include "ui/ControlPanel.h"
 
+#include <QCheckBox>
 #include <QHBoxLayout>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "ui/PushButton.h"
@@ -28,8 +30,17 @@ void ControlPanel::applyTheme() {
     header_->setSpacing(Theme::length(8));
 }
 
-void ControlPanel::addToHeader(QWidget* widget) {
-    header_->insertWidget(1, widget, 0, Qt::AlignVCenter);
+void ControlPanel::addSwitch(const QString& accessibleName) {
+    switch_ = new QCheckBox;
+    switch_->setAccessibleName(accessibleName);
+    switch_->setFocusPolicy(Qt::TabFocus);
+    header_->insertWidget(1, switch_, 0, Qt::AlignVCenter);
+    connect(switch_, &QCheckBox::toggled, this, &ControlPanel::switched);
+}
+
+void ControlPanel::setSwitchedOn(bool isOn) {
+    const QSignalBlocker quiet(switch_);
+    switch_->setChecked(isOn);
 }
 
 void ControlPanel::addReset(const QString& accessibleName) {

@@ -3,13 +3,15 @@
 #include "ui/RoundedPanel.h"
 
 class QBoxLayout;
+class QCheckBox;
 
 namespace ambrel {
 
 class PushButton;
 
 /// The look that the control panels share: a rounded rectangle with a title on the left of its
-/// header row and, where the panel has a default to go back to, "Reset" on the right.
+/// header row, followed by a check box where the panel can be off and, where it has a default to go
+/// back to, "Reset" on the right.
 class ControlPanel : public RoundedPanel {
     Q_OBJECT
 
@@ -17,8 +19,10 @@ class ControlPanel : public RoundedPanel {
     /// `spacing` between the rows, in points of the standard body font.
     ControlPanel(const QString& title, double spacing, QWidget* parent = nullptr);
 
-    /// Into the header row, after the title.
-    void addToHeader(QWidget* widget);
+    /// The check box, for whoever says whether it is on and what it does; off at first.
+    void addSwitch(const QString& accessibleName);
+    /// Emits nothing.
+    void setSwitchedOn(bool isOn);
 
     /// The button, for whoever says when it is enabled and what it does; disabled at first.
     void addReset(const QString& accessibleName);
@@ -27,6 +31,7 @@ class ControlPanel : public RoundedPanel {
     void addRow(QWidget* row);
 
   Q_SIGNALS:
+    void switched(bool on); ///< by the user, be it without a click: screen readers toggle
     void resetRequested();
 
   private:
@@ -35,6 +40,7 @@ class ControlPanel : public RoundedPanel {
     double spacing_;
     QBoxLayout* column_;
     QBoxLayout* header_;
+    QCheckBox* switch_ = nullptr;
     PushButton* reset_ = nullptr;
 };
 

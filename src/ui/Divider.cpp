@@ -19,12 +19,14 @@ Divider::Divider(Qt::Orientation orientation, QWidget* parent)
     }
 }
 
-/// A point can be one or two pixels at a scale between, by where it lies: the line is as many
-/// pixels as a point has whole ones, wherever it is.
+double Divider::thickness(const QWidget& widget) {
+    return std::floor(widget.devicePixelRatioF()) / widget.devicePixelRatioF();
+}
+
 void Divider::paintEvent(QPaintEvent*) {
-    const double thickness = std::floor(devicePixelRatioF()) / devicePixelRatioF();
+    const double across = thickness(*this);
     const QSizeF size =
-        orientation_ == Qt::Horizontal ? QSizeF(width(), thickness) : QSizeF(thickness, height());
+        orientation_ == Qt::Horizontal ? QSizeF(width(), across) : QSizeF(across, height());
     QPainter(this).fillRect(QRectF(QPointF(), size), Theme::divider(palette()));
 }
 

@@ -11,6 +11,10 @@ class Divider : public QWidget {
   public:
     explicit Divider(Qt::Orientation orientation = Qt::Horizontal, QWidget* parent = nullptr);
 
+    /// Of a hairline on that widget. A point can be one or two pixels at a scale between, by where
+    /// it lies: the line is as many pixels as a point has whole ones, wherever it is.
+    static double thickness(const QWidget& widget);
+
   protected:
     void paintEvent(QPaintEvent* event) override;
 

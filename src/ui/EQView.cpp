@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include <QCheckBox>
 #include <QVBoxLayout>
 
 #include "audio/AudioEngine.h"
@@ -24,14 +23,12 @@ const std::array<QString, 5> kFrequencies = {QStringLiteral("60Hz"), QStringLite
 EQView::EQView(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
                QWidget* parent)
     : ControlPanel(QStringLiteral("EQ"), 8, parent), state_(std::move(state)),
-      engine_(std::move(engine)), switch_(new QCheckBox) {
-    switch_->setAccessibleName(QStringLiteral("Equaliser"));
-    switch_->setFocusPolicy(Qt::TabFocus);
-    addToHeader(switch_);
+      engine_(std::move(engine)) {
+    addSwitch(QStringLiteral("Equaliser"));
     addReset(QStringLiteral("Reset equaliser"));
     bandRow_ = new SlidingRow(makeBandRow());
     addRow(bandRow_);
-    connect(switch_, &QCheckBox::clicked, this, [this](bool on) { state_->setEqEnabled(on); });
+    connect(this, &ControlPanel::switched, state_.get(), &AppState::setEqEnabled);
     connect(this, &ControlPanel::resetRequested, this, &EQView::resetGains);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::eqEnabled) {
@@ -97,7 +94,7 @@ void EQView::resetGains() {
 }
 
 void EQView::showSwitch() {
-    switch_->setChecked(state_->eqEnabled());
+    setSwitchedOn(state_->eqEnabled());
     bandRow_->setShown(state_->eqEnabled());
 }
 

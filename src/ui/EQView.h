@@ -6,8 +6,6 @@
 #include "app/AppState.h"
 #include "ui/ControlPanel.h"
 
-class QCheckBox;
-
 namespace ambrel {
 
 class AudioEngine;
@@ -36,7 +34,6 @@ class EQView : public ControlPanel {
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
-    QCheckBox* switch_;
     SlidingRow* bandRow_;
     std::array<VerticalSlider*, kBands> sliders_ = {};
     std::array<GainLabel*, kBands> labels_ = {};

@@ -21,11 +21,12 @@ Command commandFor(const QKeyEvent& event) {
     const auto key = keyCodeOf(event);
     if (!key)
         return nullptr;
+    const Command nothing = [](AppState&, AudioEngine&) {};
     switch (*key) {
     case KeyCode::r:
-        return transport::stopAndRewind;
+        return event.isAutoRepeat() ? nothing : transport::stopAndRewind;
     case KeyCode::l:
-        return transport::toggleLoop;
+        return event.isAutoRepeat() ? nothing : transport::toggleLoop;
     case KeyCode::leftArrow:
         return transport::decreaseSpeed;
     case KeyCode::rightArrow:

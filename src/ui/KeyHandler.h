@@ -12,7 +12,8 @@ class AudioEngine;
 
 /// Acts on Ctrl with R, L and the four arrows, wherever the focus is and in whichever window: stop
 /// and rewind, loop, speed and pitch. The keys are found by their place on the keyboard; Shift and
-/// Alt held as well change nothing. Every other key passes on. Main thread only.
+/// Alt held as well change nothing. The arrows repeat while they are held, R and L act once. Every
+/// other key passes on. Main thread only.
 class KeyHandler {
   public:
     explicit KeyHandler(std::shared_ptr<AudioEngine> engine);

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include <QCheckBox>
-
 #include "ui/SlidingRow.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
@@ -12,14 +10,11 @@
 namespace ambrel {
 
 LoopControl::LoopControl(std::shared_ptr<AppState> state, QWidget* parent)
-    : ControlPanel(QStringLiteral("Loop"), 6, parent), state_(std::move(state)),
-      loop_(new QCheckBox) {
-    loop_->setAccessibleName(QStringLiteral("Loop"));
-    loop_->setFocusPolicy(Qt::TabFocus);
-    addToHeader(loop_);
+    : ControlPanel(QStringLiteral("Loop"), 6, parent), state_(std::move(state)) {
+    addSwitch(QStringLiteral("Loop"));
     delayRow_ = new SlidingRow(makeDelayRow());
     addRow(delayRow_);
-    connect(loop_, &QCheckBox::clicked, this, [this](bool on) { state_->setLoopEnabled(on); });
+    connect(this, &ControlPanel::switched, state_.get(), &AppState::setLoopEnabled);
     connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
         if (field == AppState::Field::loopEnabled || field == AppState::Field::loopDelaySeconds ||
             field == AppState::Field::loopDelayMilliseconds)
@@ -50,7 +45,7 @@ QWidget* LoopControl::makeDelayRow() {
 }
 
 void LoopControl::showState() {
-    loop_->setChecked(state_->loopEnabled());
+    setSwitchedOn(state_->loopEnabled());
     seconds_->refresh();
     milliseconds_->refresh();
     delayRow_->setShown(state_->loopEnabled());

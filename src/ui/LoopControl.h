@@ -5,8 +5,6 @@
 #include "app/AppState.h"
 #include "ui/ControlPanel.h"
 
-class QCheckBox;
-
 namespace ambrel {
 
 class SlidingRow;
@@ -24,7 +22,6 @@ class LoopControl : public ControlPanel {
     void showState();
 
     std::shared_ptr<AppState> state_;
-    QCheckBox* loop_;
     TimePickerField* seconds_;
     TimePickerField* milliseconds_;
     SlidingRow* delayRow_;

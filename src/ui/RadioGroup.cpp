@@ -1,6 +1,7 @@
 #include "ui/RadioGroup.h"
 
 #include <QRadioButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "app/AccessibleFactory.h"
@@ -24,13 +25,18 @@ RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels,
         group_.addButton(button, column->count());
         column->addWidget(button, 0, Qt::AlignLeft);
     }
-    connect(&group_, &QButtonGroup::idClicked, this, &RadioGroup::chosen);
+    // Not when it is clicked: screen readers toggle.
+    connect(&group_, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
+        if (isChosen)
+            Q_EMIT chosen(index);
+    });
     const auto applyTheme = [column] { column->setSpacing(Theme::length(5)); };
     connect(&Theme::shared(), &Theme::changed, this, applyTheme);
     applyTheme();
 }
 
 void RadioGroup::setCurrent(int index) {
+    const QSignalBlocker quiet(&group_);
     group_.button(index)->setChecked(true);
 }
 

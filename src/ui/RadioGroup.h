@@ -22,7 +22,7 @@ class RadioGroup : public QWidget {
     bool holdsFocus() const;
 
   Q_SIGNALS:
-    void chosen(int index); ///< by the user
+    void chosen(int index); ///< by the user, another than before
 
   private:
     QButtonGroup group_;

@@ -5,7 +5,6 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-#include "ui/Divider.h"
 #include "ui/QuietButton.h"
 #include "ui/RecentFileRow.h"
 #include "ui/RoundedPanel.h"
@@ -13,8 +12,10 @@
 #include "ui/Theme.h"
 
 namespace ambrel {
+
 RecentFilesBox::RecentFilesBox(QWidget* parent)
-    : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea) {
+    : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea),
+      clear_(new QuietButton(QStringLiteral("Clear Recents"))) {
     auto* panel = new RoundedPanel;
     panelColumn_ = new QVBoxLayout(panel);
     panelColumn_->addWidget(
@@ -27,12 +28,11 @@ RecentFilesBox::RecentFilesBox(QWidget* parent)
     scroller_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     scroller_->viewport()->setAutoFillBackground(false);
 
-    auto* clear = new QuietButton(QStringLiteral("Clear Recents"));
     column_->setContentsMargins(0, 0, 0, 0);
     column_->addWidget(panel);
-    column_->addWidget(clear, 0, Qt::AlignHCenter);
+    column_->addWidget(clear_, 0, Qt::AlignHCenter);
 
-    connect(clear, &QuietButton::clicked, this, &RecentFilesBox::clearRequested);
+    connect(clear_, &QuietButton::clicked, this, &RecentFilesBox::clearRequested);
     connect(&Theme::shared(), &Theme::changed, this, &RecentFilesBox::applyTheme);
     applyTheme();
     hide();
@@ -47,22 +47,12 @@ void RecentFilesBox::setFiles(const QList<QUrl>& files) {
 }
 
 void RecentFilesBox::fillRows() {
-    auto* list = new QWidget;
-    list->setAutoFillBackground(false);
-    auto* rows = new QVBoxLayout(list);
-    rows->setContentsMargins(0, 0, 0, 0);
-    rows->setSpacing(0);
-    for (const QUrl& file : files_) {
-        if (rows->count() > 0)
-            rows->addWidget(new Divider);
-        auto* row = new RecentFileRow(file);
-        rows->addWidget(row);
-        // The row may be replaced while its own click is being carried out.
-        connect(
-            row, &RecentFileRow::clicked, this, [this, file] { Q_EMIT fileChosen(file); },
-            Qt::QueuedConnection);
-    }
+    auto* list = new RecentFileList(files_);
+    connect(list, &RecentFileList::fileChosen, this, &RecentFilesBox::fileChosen);
+    connect(list, &RecentFileList::rowFocused, scroller_,
+            [this](QWidget* row) { scroller_->ensureWidgetVisible(row, 0, 0); });
     scroller_->setWidget(list);
+    list->putBefore(*clear_);
     // An area asks for room for its scroll bars, which is more than a row or two.
     scroller_->setMinimumHeight(std::min(list->sizeHint().height(), Theme::length(70)));
     list->setAutoFillBackground(false); // the area sets it

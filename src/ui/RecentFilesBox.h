@@ -9,6 +9,8 @@ class QScrollArea;
 
 namespace ambrel {
 
+class QuietButton;
+
 /// The files opened last, one below the other, and under them the button that forgets them. Where
 /// the window is too low for all of them they scroll.
 class RecentFilesBox : public QWidget {
@@ -33,6 +35,7 @@ class RecentFilesBox : public QWidget {
     QBoxLayout* column_;
     QBoxLayout* panelColumn_;
     QScrollArea* scroller_;
+    QuietButton* clear_;
 };
 
 } // namespace ambrel

@@ -1,8 +1,10 @@
 #include "ui/Spinner.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 #include <QTimerEvent>
 
+#include "app/AccessibleFactory.h"
 #include "ui/Theme.h"
 
 namespace ambrel {
@@ -11,9 +13,23 @@ namespace {
 constexpr int kSpokes = 10;
 constexpr int kTurnMs = 1000;
 
+/// A progress bar that knows no progress.
+class SpinnerInterface : public QAccessibleWidget {
+  public:
+    explicit SpinnerInterface(Spinner* spinner)
+        : QAccessibleWidget(spinner, QAccessible::ProgressBar) {}
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.busy = static_cast<Spinner*>(widget())->isTurning();
+        return state;
+    }
+};
+
 } // namespace
 
 Spinner::Spinner(double diameter, QWidget* parent) : QWidget(parent), diameter_(diameter) {
+    describeBy<Spinner, SpinnerInterface>();
     setAccessibleName(QStringLiteral("Busy"));
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);

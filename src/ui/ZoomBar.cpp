@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 
 #include "app/AppState.h"
+#include "app/TypedNumber.h"
 #include "ui/PushButton.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
@@ -72,7 +73,7 @@ void ZoomBar::applyTheme() {
 void ZoomBar::showState() {
     const double zoom = state_->zoomLevel();
     const bool zoomed = zoom > WaveformGeometry::minimumZoom;
-    zoomText_->setText(QString::number(zoom, 'f', 1) + u'x');
+    zoomText_->setText(oneDecimal(zoom) + u'x');
     panLeft_->setEnabledWithoutPassingFocus(zoomed && state_->panOffset() > 0);
     panRight_->setEnabledWithoutPassingFocus(zoomed);
     zoomOut_->setEnabledWithoutPassingFocus(zoomed);

@@ -62,10 +62,12 @@ class Application:
         return json.loads(row[1])
 
     def store_settings(self, path, settings):
-        """As if an earlier run had stored them."""
+        self.store(f"settings.{path}", "data", json.dumps(settings).encode())
+
+    def store(self, *row):
+        """Key, type and value, as if an earlier run had stored them."""
         with contextlib.closing(sqlite3.connect(self.store_path)) as database, database:
-            database.execute("REPLACE INTO preference VALUES (?, 'data', ?)",
-                             (f"settings.{path}", json.dumps(settings).encode()))
+            database.execute("REPLACE INTO preference VALUES (?, ?, ?)", row)
 
     @property
     def store_path(self):
@@ -74,8 +76,10 @@ class Application:
     # Controls
 
     def find(self, **wanted):
-        """The first visible control with that name, role and description, or None."""
-        return next((control for control in self._controls() if _matches(control, wanted)), None)
+        """The first visible control with that name, role, description and group, or None; an item
+        also of a closed menu."""
+        controls = self.controls(hidden=wanted.get("role") == "menu item")
+        return next((control for control in controls if _matches(control, wanted)), None)
 
     def wait_for(self, seconds=10, **wanted):
         try:
@@ -89,9 +93,10 @@ class Application:
 
     def texts(self):
         """Every name on screen, for messages."""
-        return [control.get_name() for control in self._controls() if control.get_name()]
+        return [control.get_name() for control in self.controls() if control.get_name()]
 
-    def _controls(self):
+    def controls(self, hidden=False):
+        """All that are shown; all there are with `hidden`."""
         if self.process.poll() is not None:
             raise RuntimeError(f"ended with status {self.process.returncode}: {self.log()}")
         root = Atspi.get_desktop(0)
@@ -100,7 +105,7 @@ class Application:
             try:
                 program = root.get_child_at_index(index)
                 if program and program.get_process_id() == self.process.pid:
-                    yield from _visible_below(program)
+                    yield from _below(program, hidden)
             except GLib.Error:
                 pass  # it went away while it was looked at
 
@@ -125,6 +130,15 @@ class Application:
     def click(self, **wanted):
         x, y, width, height = extents(self.wait_for(**wanted))
         _xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
+
+    def act(self, action, **wanted):
+        """What a screen reader does: an action that the control offers."""
+        perform(self.wait_for(**wanted), action)
+
+    def use(self, way, key, action, **wanted):
+        """A control by "mouse" or by "screen reader", or its key by "keyboard"."""
+        {"mouse": lambda: self.click(**wanted), "keyboard": lambda: self.key(key),
+         "screen reader": lambda: self.act(action, **wanted)}[way]()
 
     def drag(self, *points):
         """Press at the first point, move over the others, release at the last."""
@@ -156,7 +170,7 @@ class Application:
 
     def wait_for_window(self):
         """Until the window manager has put the window, or its alert, in place and given it the keys."""
-        wait_until(lambda: any(map(is_active, self._controls())), "an active window")
+        wait_until(lambda: any(map(is_active, self.controls())), "an active window")
 
 
 def extents(control):
@@ -169,21 +183,31 @@ def is_active(window):
     return window.get_state_set().contains(Atspi.StateType.ACTIVE)
 
 
+def actions(control):
+    """Names of those it offers."""
+    count = control.get_n_actions() if control.get_action_iface() else 0
+    return [control.get_action_name(index) for index in range(count)]
+
+
+def perform(control, action):
+    control.do_action(actions(control).index(action))
+
+
 def is_enabled(control):
     return control.get_state_set().contains(Atspi.StateType.ENABLED)
 
 
-def _visible_below(control):
+def _below(control, hidden):
     for index in range(control.get_child_count()):
         child = control.get_child_at_index(index)
-        if child and child.get_state_set().contains(Atspi.StateType.SHOWING):
+        if child and (hidden or child.get_state_set().contains(Atspi.StateType.SHOWING)):
             yield child
-            yield from _visible_below(child)
+            yield from _below(child, hidden)
 
 
 def _matches(control, wanted):
     found = {"name": control.get_name, "role": control.get_role_name,
-             "description": control.get_description}
+             "description": control.get_description, "group": lambda: control.get_parent().get_name()}
     return all(found[key]() == value for key, value in wanted.items())
 
 

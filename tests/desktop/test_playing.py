@@ -56,13 +56,6 @@ class PlayingTest(Scenario):
         for heard in stretches:
             self.assert_only(heard, TONES_HZ[1])
 
-    def test_click_on_the_button_leaves_space_to_the_transport(self):
-        program = self.four_tones()
-        program.click(name="Play")
-        program.wait_for(name="Pause")
-        program.key("space")
-        program.wait_for(name="Play")
-
     def test_region_marked_while_playing_is_heard_from_its_start(self):
         program = self.four_tones()
         with Recording(self.desktop) as recording:

@@ -104,8 +104,11 @@ class MenusAndKeysWindowTest : public QObject {
                 QCOMPARE(w.graph->pitch, float(value));
             QCOMPARE(w.state->isPlaying(), field != Field::playbackPosition);
         };
-        const auto press = [key](QWidget& window, Qt::KeyboardModifiers more) {
+        const auto press = [&](QWidget& window, Qt::KeyboardModifiers more) {
             QTest::keyClick(window.windowHandle(), key, Qt::ControlModifier | more);
+            QKeyEvent held(QEvent::KeyPress, key, Qt::ControlModifier | more, {}, true);
+            if (field == Field::playbackPosition || field == Field::loopEnabled)
+                QCoreApplication::sendEvent(window.windowHandle(), &held);
         };
         acts([&] { itemOf(w, item)->trigger(); });
         for (const auto more : {Qt::NoModifier, Qt::ShiftModifier, Qt::AltModifier})
@@ -178,7 +181,7 @@ class MenusAndKeysWindowTest : public QObject {
         QSet<QUrl> opened; // for a moment only, as they are not there
         Window w;
         QVERIFY(!w.find(u"Clear Recents"_qs));
-        w.settings.recentFiles().push(file(u"/b/take.wav"_qs));
+        w.settings.recentFiles().push(file(u"/b/R&B take.wav"_qs));
         w.settings.recentFiles().push(file(u"/a/take.wav"_qs));
         QWidget other;
         other.show();
@@ -189,10 +192,36 @@ class MenusAndKeysWindowTest : public QObject {
         QTRY_VERIFY(w.find(u"/b"_qs));
         QObject::connect(w.state.get(), &AppState::changed, &w.window,
                          [&] { opened.insert(w.state->audioFileURL().value_or(QUrl())); });
+        QTest::keyClick(w.window.windowHandle(), Qt::Key_B, Qt::AltModifier);
+        QVERIFY(!qobject_cast<QAbstractButton*>(w.find(u"/b"_qs))->isDown());
+        const auto opens = [&] {
+            QTRY_VERIFY(opened.contains(file(u"/b/R&B take.wav"_qs)));
+            QTRY_VERIFY(w.state->loadingState().isIdle()); // and it stays in the list
+            opened.clear();
+            QTRY_VERIFY(QApplication::activeWindow() && !w.window.isActiveWindow()); // the alert
+            QTest::keyClick(QApplication::activeWindow(), Qt::Key_Escape);
+            w.window.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&w.window));
+        };
         QTest::mouseClick(w.find(u"/b"_qs), Qt::LeftButton);
-        QTRY_VERIFY(opened.contains(file(u"/b/take.wav"_qs)));
-
-        QTRY_VERIFY(w.state->loadingState().isIdle()); // and it stays in the list
+        opens();
+        auto* row = QAccessible::queryAccessibleInterface(w.find(u"/b"_qs));
+        QCOMPARE(row->text(QAccessible::Name), u"R&B take.wav"_qs);
+        QCOMPARE(row->role(), QAccessible::ListItem);
+        QCOMPARE(row->parent()->role(), QAccessible::List);
+        QCOMPARE(row->parent()->childCount(), 2);
+        QCOMPARE(row->parent()->indexOfChild(row), 1);
+        for (const Qt::Key opening : {Qt::Key_Space, Qt::Key_Return}) {
+            w.find(u"/a"_qs)->setFocus(Qt::TabFocusReason);
+            w.press(Qt::Key_Down);
+            w.press(opening);
+            opens();
+        }
+        w.find(u"/b"_qs)->setFocus(Qt::TabFocusReason);
+        w.press(Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), w.find(u"Clear Recents"_qs));
+        w.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(QApplication::focusWidget(), w.find(u"/b"_qs));
         QCOMPARE(w.settings.recentFiles().all().size(), 2);
         QTest::mouseClick(w.find(u"Clear Recents"_qs), Qt::LeftButton);
         QVERIFY(!w.find(u"Clear Recents"_qs) && w.settings.recentFiles().all().isEmpty());

@@ -26,22 +26,6 @@ class PanelsWindowTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void buttonsStepAndReset() {
-        Practice w;
-        w.state->setSpeed(298);
-        w.click(u"Increase speed"_qs);
-        QCOMPARE(w.state->speed(), 300.0);
-        w.click(u"Decrease speed"_qs);
-        QCOMPARE(w.state->speed(), 295.0);
-        w.click(u"Reset speed"_qs);
-        QCOMPARE(w.state->speed(), 100.0);
-        w.click(u"Lower pitch"_qs);
-        QCOMPARE(w.state->pitch(), -1.0);
-        w.click(u"Reset pitch"_qs);
-        QCOMPARE(w.graph->pitch, 0.0F);
-        QVERIFY(!w.button(u"Reset pitch"_qs)->isEnabled() && w.responder->hasFocus());
-    }
-
     void aCommittedTimeRestartsWhatPlays() {
         Practice w;
         w.state->setRegionStart(1);

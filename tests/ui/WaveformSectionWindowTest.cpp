@@ -1,5 +1,8 @@
+#include <algorithm>
+
 #include <QApplication>
 #include <QCoroTask>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
@@ -61,6 +64,10 @@ class WaveformSectionWindowTest : public QObject {
         click("Zoom out");
         QCOMPARE(state_->zoomLevel(), 1.0);
         QVERIFY(!QApplication::focusWidget()); // not the next button, which Space would press
+        state_->setZoomLevel(6.25);
+        const auto labels = window_->findChildren<QLabel*>();
+        QVERIFY(std::ranges::any_of(
+            labels, [](auto* label) { return label->text() == QLatin1String("6.2x"); }));
     }
 
     void aDragIsSavedWhenItRestsAndHeardWhenItEnds() {
