@@ -78,15 +78,21 @@ def main_window():
         for name, result in results.items():
             yield kind, name.replace("_", " "), "Press", result
 
+    def number(field, key, step, more, less):
+        for kind, name, action, value in (
+                ("push button", more.format(field), "Press", AS_LEFT[key] + step),
+                ("push button", less.format(field), "Press", AS_LEFT[key]),
+                ("text", field, "Increase", AS_LEFT[key] + step),
+                ("text", field, "Decrease", AS_LEFT[key])):
+            yield kind, name, action, stored(**{key: value})
+
     for start in ("Start", "End"):
-        key = f"region{start}"
         for unit, step in (("minutes", 60), ("seconds", 1), ("milliseconds", 0.001)):
-            yield "push button", f"{start} {unit} up", "Press", stored(**{key: AS_LEFT[key] + step})
-            yield "push button", f"{start} {unit} down", "Press", stored(**{key: AS_LEFT[key]})
-    for unit in ("seconds", "milliseconds"):
-        for way, value in (("up", 2), ("down", 1)):
-            yield ("push button", f"Loop delay {unit} {way}", "Press",
-                   stored(**{f"loopDelay{unit.capitalize()}": value}))
+            yield from number(f"{start} {unit}", f"region{start}", step, "{} up", "{} down")
+    for unit in ("Seconds", "Milliseconds"):
+        yield from number(f"Loop delay {unit.lower()}", f"loopDelay{unit}", 1, "{} up", "{} down")
+    yield from number("Speed", "speed", 5, "Increase speed", "Decrease speed")
+    yield from number("Pitch", "pitch", 1, "Raise pitch", "Lower pitch")
     for band, name in enumerate(("60Hz", "250Hz", "1kHz", "4kHz", "12kHz")):
         gains = AS_LEFT["eqGains"]
         more = [gain + 0.5 * (place == band) for place, gain in enumerate(gains)]
@@ -97,9 +103,7 @@ def main_window():
     yield from press(
         Pan_left=enabled("Pan left", False), Pan_right=enabled("Pan left", True),
         Zoom_in=zoom("3.4x"), Zoom_out=zoom("1.7x"), Fit_Track=zoom("1.0x"), Fit_Region=zoom("1.7x"),
-        Play=shown(name="Pause"), Pause=shown(name="Play"),
-        Decrease_speed=stored(speed=85), Increase_speed=stored(speed=90),
-        Lower_pitch=stored(pitch=4), Raise_pitch=stored(pitch=5))
+        Play=shown(name="Pause"), Pause=shown(name="Play"))
     yield from press(
         "menu item", Stop_and_Reset=shown(description="Position", name="00:20.500"),
         Decrease_Speed=stored(speed=85), Increase_Speed=stored(speed=90),
