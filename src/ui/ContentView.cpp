@@ -88,8 +88,10 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
     observe(notifications::openFile, [this](const QVariant&) { openFile(); });
     observe(notifications::openFromURL, [this](const QVariant&) { showOpenFromURL(); });
     observe(notifications::openRecent, [this](const QVariant& object) {
-        if (const QUrl url = object.toUrl(); url.isLocalFile())
-            loadFile(url, true);
+        // A text would convert to an address.
+        const bool isURL = object.metaType() == QMetaType::fromType<QUrl>();
+        if (isURL && object.toUrl().isLocalFile())
+            loadFile(object.toUrl(), true);
     });
     observe(notifications::clearRecents, [this](const QVariant&) { clearRecents(); });
     observe(notifications::showHelp, [this](const QVariant&) { state_->setIsShowingHelp(true); });
