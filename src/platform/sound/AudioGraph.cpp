@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <stop_token>
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioOutput.h"
@@ -62,10 +63,12 @@ class AudioGraph::Impl final : public FrameSource {
     void playFrom(const OutputStage::Place& place);
     void rest();
 
+    std::stop_source ending_;
     PlayGate gate_;
     WakeUp renderWake_, watchWake_, demandMet_;
     std::atomic<std::size_t> demand_{0};
     std::unique_ptr<AudioOutput> output_;
+    const bool isPaced_ = output_->isPaced(); ///< for prepare(), when the output may be ending
     OutputStage stage_;
     PlayerNode player_;
     std::unique_ptr<RenderThread> renderThread_; ///< the opening thread's, between renders
@@ -83,14 +86,16 @@ class AudioGraph::Impl final : public FrameSource {
 
 AudioGraph::Impl::Impl(std::unique_ptr<AudioOutput> output)
     : output_(std::move(output)), stage_(gate_, renderWake_, watchWake_),
-      player_(renderWake_, output_->isPaced()),
+      player_(renderWake_, isPaced_),
       watch_(std::make_unique<SegmentWatch>(
           SegmentWatch::Wiring{watchWake_, stage_, [this] { return output_->framesHeard(); },
-                               [this] { rest(); }, output_->isPaced()})) {
+                               [this] { rest(); }, isPaced_})) {
     output_->open(*this);
 }
 
+/// A device may be opening, and the output waits until this is prepared for it.
 AudioGraph::Impl::~Impl() {
+    ending_.request_stop();
     watch_ = nullptr;
     output_ = nullptr;
 }
@@ -105,13 +110,12 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     }
     renderThread_ = nullptr;
     largestRequest_ = largestRequest;
-    const bool paced = output_->isPaced();
     const std::size_t ahead =
-        largestRequest + (paced ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
-    renderThread_ =
-        std::make_unique<RenderThread>(RenderThread::Wiring{gate_, settings, player_, renderWake_,
-                                                            demandMet_, paced ? nullptr : &demand_},
-                                       sampleRateHz, ahead);
+        largestRequest + (isPaced_ ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
+    renderThread_ = std::make_unique<RenderThread>(
+        RenderThread::Wiring{gate_, settings, player_, renderWake_, demandMet_,
+                             isPaced_ ? nullptr : &demand_, ending_.get_token()},
+        sampleRateHz, ahead);
     stage_.attach(renderThread_->ring(), sampleRateHz, largestRequest);
     const std::scoped_lock lock(mutex_);
     rateHz_ = sampleRateHz;

@@ -1,7 +1,9 @@
 #include <QTest>
 
+#include <ctime>
 #include <future>
 #include <random>
+#include <thread>
 
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/OfflineOutput.h"
@@ -74,6 +76,34 @@ struct Clocked {
     AudioGraph graph;
 };
 
+/// A device that takes its time to open, on a thread whose processor time it tells.
+class OpeningOutput final : public AudioOutput {
+  public:
+    OpeningOutput(bool isAwaited, double& seconds) : isAwaited_(isAwaited), seconds_(seconds) {}
+    ~OpeningOutput() override {
+        if (opening_.joinable())
+            opening_.join();
+    }
+    void open(FrameSource& source) override {
+        opening_ = std::thread([this, &source] {
+            source.prepare(rateHz, 256);
+            timespec spent{};
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &spent);
+            seconds_ = double(spent.tv_sec) + double(spent.tv_nsec) / 1e9;
+        });
+        if (isAwaited_)
+            opening_.join();
+    }
+    void start() override {}
+    void stop() override {}
+    std::int64_t framesHeard() const noexcept override { return 0; }
+
+  private:
+    bool isAwaited_;
+    double& seconds_;
+    std::thread opening_;
+};
+
 } // namespace
 
 class AudioGraphTest : public QObject {
@@ -92,6 +122,7 @@ class AudioGraphTest : public QObject {
     void goesOnWhenTheDeviceIsReplaced();
     void aFileThatBreaksOffEndsInSilence();
     void bearsAnyNumber();
+    void endsAtOnceWhileADeviceOpens();
 };
 
 void AudioGraphTest::passesASegmentThroughUntouched() {
@@ -278,6 +309,14 @@ void AudioGraphTest::aFileThatBreaksOffEndsInSilence() {
     QCOMPARE(heard.size(), std::size_t(40000));
     QCOMPARE(heard[18999], file->at(19999).first);
     QCOMPARE(test::rms(std::span(heard).subspan(19000)), 0.0);
+}
+
+void AudioGraphTest::endsAtOnceWhileADeviceOpens() {
+    double toTheEnd = 0;
+    double ended = 0;
+    AudioGraph(std::make_unique<OpeningOutput>(true, toTheEnd));
+    AudioGraph(std::make_unique<OpeningOutput>(false, ended));
+    QCOMPARE_LT(ended, toTheEnd / 3);
 }
 
 void AudioGraphTest::bearsAnyNumber() {
