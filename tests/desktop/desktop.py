@@ -133,7 +133,13 @@ class Desktop:
         wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
 
     def _start_window_manager(self):
-        self._daemon("openbox", "--sm-disable")
+        """By itself it lets go of its keys when the first one is sent, and takes them anew: Alt+F4
+        can fall in between."""
+        config = self.folder / "openbox.xml"
+        usual = pathlib.Path("/etc/xdg/openbox/rc.xml").read_text()
+        config.write_text(usual.replace(
+            "</keyboard>", "<rebindOnMappingNotify>no</rebindOnMappingNotify></keyboard>"))
+        self._daemon("openbox", "--sm-disable", "--config-file", str(config))
         wait_until(lambda: "window id" in _output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
                    "a window manager")
 
