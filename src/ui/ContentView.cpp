@@ -9,6 +9,7 @@
 #include "app/Notifications.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
+#include "audio/LocalPath.h"
 #include "download/OpenFromURLSheet.h"
 #include "store/RecentFilesStore.h"
 #include "ui/Divider.h"
@@ -188,7 +189,7 @@ void ContentView::openFile() {
 }
 
 void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
-    loader_.loadFile(url, restoreSettings);
+    loader_.loadFile(localFile(url), restoreSettings);
 }
 
 void ContentView::showError(const QString& message) {
