@@ -25,9 +25,9 @@
 namespace ambrel {
 
 ContentView::ContentView(const Services& services, QWidget* parent)
-    : QWidget(parent), state_(services.state), engine_(services.engine),
+    : QScrollArea(parent), state_(services.state), engine_(services.engine),
       recentFiles_(services.recentFiles), downloadSettings_(services.downloadSettings),
-      downloader_(services.downloader), column_(new QVBoxLayout(this)),
+      downloader_(services.downloader), column_(new QVBoxLayout),
       loader_(services.state, services.engine, services.settings, services.waveformCache,
               services.recentFiles, services.mainQueue,
               [this](const QString& message) { showError(message); }) {
@@ -36,8 +36,14 @@ ContentView::ContentView(const Services& services, QWidget* parent)
 
     auto* header = new HeaderBar(state_, recentFiles_, services.notifications,
                                  !services.donationPage.isEmpty());
+    auto* page = new QWidget;
+    page->setLayout(column_);
     column_->setContentsMargins(0, 0, 0, 0);
     column_->setSpacing(0);
+    setWidget(page); // scrolls where the screen has no room for what is needed
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
     column_->addWidget(header);
     column_->addWidget(new Divider);
     showScreen();
@@ -67,14 +73,14 @@ ContentView::~ContentView() {
 void ContentView::keyPressEvent(QKeyEvent* event) {
     QWidget* holder = window()->focusWidget();
     if (event->key() != Qt::Key_Escape || !holder || !isAncestorOf(holder))
-        return QWidget::keyPressEvent(event);
+        return QScrollArea::keyPressEvent(event);
     holder->clearFocus();
 }
 
 bool ContentView::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
         refillRecentFiles();
-    return QWidget::event(event);
+    return QScrollArea::event(event);
 }
 
 void ContentView::observeNotifications(NotificationCenter& notifications) {

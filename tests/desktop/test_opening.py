@@ -1,6 +1,7 @@
 """Files that open, files that do not, and what the window says about them."""
 
 import os
+import subprocess
 import unittest
 
 from desktop import wait_until
@@ -49,8 +50,19 @@ class OpeningTest(Scenario):
 
     def test_file_url_opens(self):
         path = write_wav(self.folder / "50 % #2.wav", tone(440, 0.5))
-        program = self.start_with(path.as_uri())
+        program = self.start_with(path.as_uri().replace("file://", "file://localhost"))
         program.wait_for(name=path.name)
+
+    def test_smallest_size_grows_with_the_font_but_not_beyond_the_screen(self):
+        for dots_per_inch, size in (96, "680 by 580"), (120, "850 by 725"), (192, "1280 by 1024"):
+            with self.subTest(dots_per_inch):
+                program = self.start(home={**self.desktop.fresh_home(),
+                                           "QT_FONT_DPI": str(dots_per_inch)})
+                program.wait_for_window()
+                hints = subprocess.check_output(["xprop", "-name", "Ambrel", "WM_NORMAL_HINTS"], text=True)
+                self.assertIn(f"minimum size: {size}\n", hints)
+                program.key("ctrl+q")
+                self.assert_ends(program)
 
     def test_file_chosen_in_the_open_panel_opens(self):
         path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))
