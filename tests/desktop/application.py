@@ -77,7 +77,7 @@ class Application:
         """The first visible control with that name, role and description, or None."""
         return next((control for control in self._controls() if _matches(control, wanted)), None)
 
-    def wait_for(self, seconds=10, **wanted):
+    def wait_for(self, seconds=30, **wanted):
         try:
             return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
         except AssertionError as failure:
@@ -150,7 +150,7 @@ class Application:
         assert match, text
         return tuple(_seconds(time) for time in match.groups())
 
-    def wait_until_loaded(self, seconds=20):
+    def wait_until_loaded(self, seconds=30):
         self.wait_for(seconds, name="Waveform")
         self.wait_for_window()
 

@@ -20,7 +20,7 @@ _PR_SET_PDEATHSIG, _PR_SET_CHILD_SUBREAPER = 1, 36
 _libc = ctypes.CDLL(None, use_errno=True)
 
 
-def wait_until(condition, what, seconds=10):
+def wait_until(condition, what, seconds=30):
     """The condition's first true value; fails the test when there is none in time."""
     deadline = time.monotonic() + seconds * SLOWNESS
     while True:

@@ -112,7 +112,7 @@ class DownloadingTest(Scenario):
         program.key("Escape")
         program.key("alt+F4")
         self.server.break_off.set()
-        error = program.wait_for(30, description="Error").get_name()  # the sheet is still there
+        error = program.wait_for(description="Error").get_name()  # the sheet is still there
         self.assertTrue(error.startswith("Download failed: "), error)
 
     def test_end_meanwhile_leaves_nothing(self):

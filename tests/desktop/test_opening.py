@@ -1,6 +1,7 @@
 """Files that open, files that do not, and what the window says about them."""
 
 import os
+import pathlib
 import subprocess
 import unittest
 
@@ -54,10 +55,12 @@ class OpeningTest(Scenario):
         program.wait_for(name=path.name)
 
     def test_smallest_size_grows_with_the_font_but_not_beyond_the_screen(self):
-        for dots_per_inch, size in (96, "680 by 580"), (120, "850 by 725"), (192, "1280 by 1024"):
-            with self.subTest(dots_per_inch):
-                program = self.start(home={**self.desktop.fresh_home(),
-                                           "QT_FONT_DPI": str(dots_per_inch)})
+        for points, size in (10, "680 by 580"), (13, "884 by 754"), (20, "1280 by 1024"):
+            with self.subTest(points):
+                home = {**self.desktop.fresh_home(), "XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5"}
+                settings = pathlib.Path(home["XDG_CONFIG_HOME"]) / "kdeglobals"
+                settings.write_text(f"[General]\nfont=Sans,{points},-1,5,50,0,0,0,0,0\n")
+                program = self.start(home=home)
                 program.wait_for_window()
                 hints = subprocess.check_output(["xprop", "-name", "Ambrel", "WM_NORMAL_HINTS"], text=True)
                 self.assertIn(f"minimum size: {size}\n", hints)
