@@ -73,7 +73,8 @@ class DownloadingTest(Scenario):
             with self.subTest(title=title):
                 before = set(self.names())
                 self.submit(program, f"/page?{number}")
-                program.wait_until_gone(name="Busy")
+                wait_until(lambda: program.find(description="Error") or
+                           not program.find(name="Download & Open"), "the end of the download")
                 if error := program.find(description="Error"):
                     self.assertIn("Download failed: ", error.get_name())
                     self.assertEqual(set(self.names()), before)

@@ -2,6 +2,7 @@
 
 import unittest
 
+from desktop import wait_until
 from scenario import Scenario
 from sound import tone, write_wav
 
@@ -12,12 +13,12 @@ class WaveformTest(Scenario):
         self.program = self.start_with(write_wav(self.folder / "song.wav", tone(440, 10)))
 
     def assert_bar(self, zoom, enabled):
-        """The zoom text and the buttons that can be pressed."""
+        """The zoom text and the buttons that can be pressed, soon."""
         from application import is_enabled
         self.program.wait_for(name=zoom, description="Zoom level")
-        buttons = ("Pan left", "Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region")
-        self.assertEqual({name for name in buttons if is_enabled(self.program.find(name=name))},
-                         set(enabled))
+        for name in ("Pan left", "Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region"):
+            wait_until(lambda: is_enabled(self.program.find(name=name)) == (name in enabled),
+                       f"{name} as wanted at {zoom}")
 
     def test_zoom_bar(self):
         program = self.program

@@ -150,28 +150,7 @@ class WaveformNSViewWindowTest : public QObject {
         }
     }
 
-    void aStepOfThePlayheadRepaintsItsStripsAlone() {
-        TestView view;
-        view.setIsPlaying(true);
-        view.setPlaybackPosition(30);
-        view.show();
-        QTRY_VERIFY(!view.painted.isEmpty());
-        const auto paintedAfter = [&view](auto change) {
-            QCoreApplication::processEvents();
-            view.painted = {};
-            change();
-            QCoreApplication::processEvents();
-            int width = 0;
-            for (const QRect& strip : view.painted)
-                width += strip.width();
-            return width;
-        };
-        QCOMPARE_LE(paintedAfter([&] { view.setPlaybackPosition(70); }), 16);
-        QCOMPARE(paintedAfter([&] { view.setRegion({20, 60}), view.setZoomLevel(1); }), 0);
-        QCOMPARE(paintedAfter([&] { view.setRegionStart(10); }), 500);
-    }
-
-    void stepsOfThePlayheadLeaveNothingBehindAtAnyScale() {
+    void stepsOfThePlayheadRepaintTheirStripsAloneAtAnyScale() {
         TestView view;
         view.setIsPlaying(true);
         view.show();
@@ -188,7 +167,9 @@ class WaveformNSViewWindowTest : public QObject {
                 view.painted = {};
                 view.setPlaybackPosition(30 + step * 0.13);
                 QCoreApplication::processEvents();
-                paint(stepped, QRegion(view.painted));
+                const QRegion strips = view.painted;
+                QVERIFY(step == 0 || strips.boundingRect().width() < 16);
+                paint(stepped, strips);
                 QImage whole = view.picture(scale);
                 paint(whole, view.rect());
                 QVERIFY2(stepped == whole, qPrintable(u"%1, step %2"_qs.arg(scale).arg(step)));
