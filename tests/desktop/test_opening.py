@@ -31,9 +31,6 @@ class OpeningTest(Scenario):
         path.write_text("Not a note of music in here.\n" * 40)
         self.assert_refused(path, "could not be opened")
 
-    def test_missing_file_is_refused(self):
-        self.assert_refused(self.folder / "gone.flac", "could not be opened")
-
     def test_fifo_is_refused_and_does_not_hang(self):
         path = self.folder / "pipe.wav"
         os.mkfifo(path)
