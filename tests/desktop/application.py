@@ -137,11 +137,17 @@ class Application:
 
     def mark(self, start_s, end_s):
         """Drags over the waveform of the whole file; the region it got, (start, end) in seconds."""
-        before = self.region()
+        length_s = self.region()[2]
         x, y, width, height = extents(self.wait_for(name="Waveform"))
-        at = [(x + round(time / before[2] * width), y + height // 2) for time in (start_s, end_s)]
-        self.drag(*at)
-        return wait_until(lambda: self.region() != before and self.region()[:2], "another region")
+        self.drag(*((x + round(time / length_s * width), y + height // 2) for time in (start_s, end_s)))
+        return self.wait_for_region(start_s, end_s, within_s=2 * length_s / width)
+
+    def wait_for_region(self, start_s, end_s, within_s=0.02):
+        """Until it is about this one, past all that a drag brings on the way; start and end."""
+        def reached():
+            region = self.region()[:2]
+            return all(abs(a - b) < within_s for a, b in zip(region, (start_s, end_s))) and region
+        return wait_until(reached, f"the region {start_s} to {end_s}")
 
     def region(self):
         """Start, end and length of the file, in seconds, as a screen reader is told."""
