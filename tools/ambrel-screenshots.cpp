@@ -2,9 +2,9 @@
 //
 // Writes pictures to FOLDER: of the window's three screens, of which the working screen shows
 // RECORDING; of the sheet for web addresses, idle, running and failed; and of the settings window
-// with presets, with custom limits and asking before it clears. In a light and a dark palette, at
-// the window's first and its smallest size, and with a body font of 14 points. For other scales of
-// the screen set QT_SCALE_FACTOR. Needs no display: QT_QPA_PLATFORM=offscreen.
+// with presets, with custom limits and asking before it clears; and of the help. In a light and a
+// dark palette, at the window's first and its smallest size, and with large body fonts. For other
+// scales of the screen set QT_SCALE_FACTOR. Needs no display: QT_QPA_PLATFORM=offscreen.
 
 #include <atomic>
 #include <cstdio>
@@ -37,8 +37,10 @@
 #include "ui/CacheSettingsView.h"
 #include "ui/ClearConfirmation.h"
 #include "ui/ContentView.h"
+#include "ui/HelpSheet.h"
 #include "ui/KeyResponderNSView.h"
 #include "ui/SettingsWindow.h"
+#include "ui/Theme.h"
 #include "waveform/WaveformCache.h"
 #include "waveform/WaveformGenerator.h"
 
@@ -57,7 +59,7 @@ QPalette darkPalette() {
 struct Look {
     QString name;
     QPalette palette;
-    QSize size;
+    QSize size; ///< points
     double fontPoints;
 };
 
@@ -88,7 +90,7 @@ class Gallery {
                              MainQueue::shared(), NotificationCenter::shared(), downloads_,
                              downloader_, [] {}, QUrl(QStringLiteral("https://example.org"))}));
         commands::addMenus(*window.menuBar(), recentFiles_, NotificationCenter::shared(), [] {});
-        window.resize(look.size);
+        window.resize(Theme::windowSize(look.size, window.screen()));
         window.show();
         state_->setLoadingState(LoadingState::idle());
         save(window, look, QStringLiteral("welcome"));
@@ -99,6 +101,9 @@ class Gallery {
         showRecording();
         save(window, look, QStringLiteral("working"));
         takeSheet(window, look);
+        state_->setIsShowingHelp(true);
+        save(*window.findChild<HelpSheet*>(), look, QStringLiteral("help"));
+        state_->setIsShowingHelp(false);
         state_->setAudioFileURL(std::nullopt);
         takeSettings(look);
     }
@@ -216,7 +221,10 @@ int main(int argc, char** argv) {
           Look{QStringLiteral("tall"), light, QSize(780, 880), fontPoints},
           Look{QStringLiteral("dark"), darkPalette(), QSize(780, 680), fontPoints},
           Look{QStringLiteral("small"), light, QSize(680, 580), fontPoints},
-          Look{QStringLiteral("large-font"), light, QSize(680, 580), 14}})
+          Look{QStringLiteral("font-13"), light, QSize(680, 580), 13},
+          Look{QStringLiteral("font-16"), darkPalette(), QSize(680, 580), 16},
+          Look{QStringLiteral("font-20"), light, QSize(680, 580), 20},
+          Look{QStringLiteral("font-24"), darkPalette(), QSize(680, 580), 24}})
         gallery.take(look);
     return EXIT_SUCCESS;
 }

@@ -2,7 +2,7 @@
 
 #include <QApplication>
 #include <QMenuBar>
-#include <QScreen>
+#include <QWindow>
 
 #include "app/AppCommands.h"
 #include "app/RecentFilesMenu.h"
@@ -23,13 +23,8 @@
 namespace ambrel {
 namespace {
 
-constexpr QSize kMinimumSize(680, 580);
-
-/// 780 by 680 points, as far as the screen has room for them.
-QSize firstSize(const QScreen* screen) {
-    const QSize wanted(Theme::length(780), Theme::length(680));
-    return screen ? wanted.boundedTo(screen->availableSize()).expandedTo(kMinimumSize) : wanted;
-}
+constexpr QSize kMinimumSize(680, 580); // points
+constexpr QSize kFirstSize(780, 680);
 
 } // namespace
 
@@ -51,8 +46,15 @@ AmbrelApp::~AmbrelApp() {
 void AmbrelApp::makeMainWindow() {
     mainWindow_ = std::make_unique<QMainWindow>();
     mainWindow_->setWindowTitle(QStringLiteral("Ambrel"));
-    mainWindow_->setMinimumSize(kMinimumSize);
-    mainWindow_->resize(firstSize(mainWindow_->screen()));
+    mainWindow_->resize(Theme::windowSize(kFirstSize, mainWindow_->screen()));
+    mainWindow_->winId(); // its window is there from now on
+    const auto limitSize = [window = mainWindow_.get()] {
+        window->setMinimumSize(Theme::windowSize(kMinimumSize, window->screen()));
+    };
+    QObject::connect(&Theme::shared(), &Theme::changed, mainWindow_.get(), limitSize);
+    QObject::connect(mainWindow_->windowHandle(), &QWindow::screenChanged, mainWindow_.get(),
+                     limitSize);
+    limitSize();
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
     const auto openSettings = [this] { settingsScene_->open(); };

@@ -15,9 +15,9 @@ const QString kHelp = QStringLiteral("Usage: ambrel [FILE]\n"
 
 QUrl fileURL(const QString& argument, const QString& folder) {
     if (argument.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) {
-        const QUrl url(argument);
-        if (url.isValid() && !url.toLocalFile().isEmpty())
-            return QUrl::fromLocalFile(url.toLocalFile());
+        QUrl url(argument);
+        if (!url.toLocalFile().isEmpty())
+            return url;
     }
     return QUrl::fromLocalFile(QDir::cleanPath(QDir(folder).absoluteFilePath(argument)));
 }

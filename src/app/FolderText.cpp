@@ -7,9 +7,8 @@ namespace ambrel {
 QString folderText(const QUrl& folder) {
     const QString path = folder.toLocalFile();
     const QString home = QDir::homePath();
-    if (path == home)
-        return QStringLiteral("~");
-    if (home != QLatin1String("/") && path.startsWith(home + QLatin1Char('/')))
+    const bool isHomeAPlaceOfItsOwn = home != QLatin1String("/"); // as it is for some services
+    if (isHomeAPlaceOfItsOwn && (path + QLatin1Char('/')).startsWith(home + QLatin1Char('/')))
         return QLatin1Char('~') + path.sliced(home.size());
     return path;
 }

@@ -1,14 +1,22 @@
 #include "audio/LocalPath.h"
 
+#include <QDir>
 #include <QFile>
-#include <QUrl>
 
 #include "platform/sound/AudioFile.h"
 
 namespace ambrel {
 
+QUrl localFile(const QUrl& url) {
+    const bool isHere = url.host().isEmpty() || url.host() == QLatin1String("localhost");
+    if (!url.isLocalFile() || !isHere)
+        return url;
+    return QUrl::fromLocalFile(QDir::cleanPath(url.path(QUrl::FullyDecoded)));
+}
+
 std::filesystem::path localPath(const QUrl& url) {
-    const QString name = url.toLocalFile();
+    const QUrl file = localFile(url);
+    const QString name = file.host().isEmpty() ? file.toLocalFile() : QString();
     // A name with a null would be cut there and open another file.
     if (name.isEmpty() || name.contains(QChar(0))) {
         const QString sentence =

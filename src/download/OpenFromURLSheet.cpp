@@ -24,8 +24,8 @@
 namespace ambrel {
 namespace {
 
-constexpr double kWidth = 440;
-constexpr double kPadding = 20;
+constexpr int kWidth = 440;
+constexpr int kPadding = 20;
 
 /// Invalid for a text that is no address. An address that begins with "-" would reach the helper as
 /// an option.
@@ -180,7 +180,7 @@ void OpenFromURLSheet::chooseDirectory() {
 /// Grown, it must not reach beyond the lower edge of the screen: its buttons are there.
 void OpenFromURLSheet::fitHeight() {
     layout()->activate();
-    setFixedSize(Theme::length(kWidth), layout()->sizeHint().height());
+    setFixedSize(Theme::windowSize({kWidth, 0}, screen()).width(), layout()->sizeHint().height());
     const QRect room = screen()->availableGeometry();
     if (const int below = frameGeometry().bottom() - room.bottom(); isVisible() && below > 0)
         move(x(), std::max(room.top(), y() - below));

@@ -21,8 +21,9 @@ DownloadSettingsStore& DownloadSettingsStore::shared() {
 
 QUrl DownloadSettingsStore::downloadDirectory() const {
     const auto path = defaults_.string(kDirectoryKey);
-    return QUrl::fromLocalFile(
-        path && !path->isEmpty() ? *path : QDir::homePath() + QStringLiteral("/Downloads"));
+    if (path && !path->isEmpty())
+        return QUrl::fromLocalFile(*path);
+    return QUrl::fromLocalFile(QDir::home().filePath(QStringLiteral("Downloads")));
 }
 
 void DownloadSettingsStore::setDownloadDirectory(const QUrl& folder) {

@@ -143,7 +143,7 @@ LimitControl* CacheSettingsView::makeAgeLimit() {
 }
 
 void CacheSettingsView::applyTheme() {
-    setFixedWidth(Theme::length(360));
+    setFixedWidth(Theme::windowSize({360, 0}, screen()).width());
     const int margin = Theme::length(16);
     form_->setContentsMargins(margin, margin, margin, Theme::length(8));
     form_->setSpacing(Theme::length(10));

@@ -9,6 +9,7 @@
 #include "app/Notifications.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
+#include "audio/LocalPath.h"
 #include "download/OpenFromURLSheet.h"
 #include "store/RecentFilesStore.h"
 #include "ui/Divider.h"
@@ -25,9 +26,9 @@
 namespace ambrel {
 
 ContentView::ContentView(const Services& services, QWidget* parent)
-    : QWidget(parent), state_(services.state), engine_(services.engine),
+    : QScrollArea(parent), state_(services.state), engine_(services.engine),
       recentFiles_(services.recentFiles), downloadSettings_(services.downloadSettings),
-      downloader_(services.downloader), column_(new QVBoxLayout(this)),
+      downloader_(services.downloader), column_(new QVBoxLayout),
       loader_(services.state, services.engine, services.settings, services.waveformCache,
               services.recentFiles, services.mainQueue,
               [this](const QString& message) { showError(message); }) {
@@ -36,8 +37,14 @@ ContentView::ContentView(const Services& services, QWidget* parent)
 
     auto* header = new HeaderBar(state_, recentFiles_, services.notifications,
                                  !services.donationPage.isEmpty());
+    auto* page = new QWidget;
+    page->setLayout(column_);
     column_->setContentsMargins(0, 0, 0, 0);
     column_->setSpacing(0);
+    setWidget(page); // scrolls where the screen has no room for what is needed
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
     column_->addWidget(header);
     column_->addWidget(new Divider);
     showScreen();
@@ -67,14 +74,14 @@ ContentView::~ContentView() {
 void ContentView::keyPressEvent(QKeyEvent* event) {
     QWidget* holder = window()->focusWidget();
     if (event->key() != Qt::Key_Escape || !holder || !isAncestorOf(holder))
-        return QWidget::keyPressEvent(event);
+        return QScrollArea::keyPressEvent(event);
     holder->clearFocus();
 }
 
 bool ContentView::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
         refillRecentFiles();
-    return QWidget::event(event);
+    return QScrollArea::event(event);
 }
 
 void ContentView::observeNotifications(NotificationCenter& notifications) {
@@ -89,8 +96,10 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
     observe(notifications::openFile, [this](const QVariant&) { openFile(); });
     observe(notifications::openFromURL, [this](const QVariant&) { showOpenFromURL(); });
     observe(notifications::openRecent, [this](const QVariant& object) {
-        if (const QUrl url = object.toUrl(); url.isLocalFile())
-            loadFile(url, true);
+        // A text would convert to an address.
+        const bool isURL = object.metaType() == QMetaType::fromType<QUrl>();
+        if (isURL && object.toUrl().isLocalFile())
+            loadFile(object.toUrl(), true);
     });
     observe(notifications::clearRecents, [this](const QVariant&) { clearRecents(); });
     observe(notifications::showHelp, [this](const QVariant&) { state_->setIsShowingHelp(true); });
@@ -188,7 +197,7 @@ void ContentView::openFile() {
 
 void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
     commitTyping();
-    loader_.loadFile(url, restoreSettings);
+    loader_.loadFile(localFile(url), restoreSettings);
 }
 
 void ContentView::commitTyping() {

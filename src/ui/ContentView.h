@@ -5,8 +5,8 @@
 #include <vector>
 
 #include <QPointer>
+#include <QScrollArea>
 #include <QUrl>
-#include <QWidget>
 
 #include "app/AppState.h"
 #include "app/FileLoader.h"
@@ -32,7 +32,7 @@ class WaveformCache;
 /// The content of the main window: the header bar, and below it the screen that suits the loading
 /// state. It owns the loading of files, shows the error alert and the open panel, and carries out
 /// what the menus post. Main thread only.
-class ContentView : public QWidget {
+class ContentView : public QScrollArea {
     Q_OBJECT
 
   public:

@@ -11,10 +11,11 @@ namespace ambrel {
 namespace {
 
 constexpr double kRoomForTheRest = 400; // of the screen's height, for what stands around the text
+constexpr int kRoomBeside = 40;         // of its width
 
 } // namespace
 
-ErrorText::ErrorText(double width, QWidget* parent) : QTextEdit(parent), width_(width) {
+ErrorText::ErrorText(int width, QWidget* parent) : QTextEdit(parent), width_(width) {
     setAccessibleDescription(QStringLiteral("Error"));
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -43,7 +44,8 @@ void ErrorText::applyTheme() {
 }
 
 void ErrorText::fitHeight() {
-    const int width = Theme::length(width_);
+    const int width =
+        Theme::windowSize({width_ + kRoomBeside, 0}, screen()).width() - Theme::length(kRoomBeside);
     document()->setTextWidth(width);
     const int wanted = int(std::ceil(document()->size().height()));
     const int most = screen()->availableSize().height() - Theme::length(kRoomForTheRest);

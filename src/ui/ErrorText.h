@@ -11,7 +11,7 @@ class ErrorText : public QTextEdit {
 
   public:
     /// `width` in points of the standard body font.
-    explicit ErrorText(double width, QWidget* parent = nullptr);
+    explicit ErrorText(int width, QWidget* parent = nullptr);
 
     void setMessage(const QString& message);
 
@@ -19,7 +19,7 @@ class ErrorText : public QTextEdit {
     void applyTheme();
     void fitHeight();
 
-    double width_;
+    int width_;
 };
 
 } // namespace ambrel

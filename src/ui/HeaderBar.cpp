@@ -1,5 +1,6 @@
 #include "ui/HeaderBar.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <QHBoxLayout>
@@ -7,32 +8,42 @@
 
 #include "app/PlainText.h"
 #include "app/RecentFilesMenu.h"
+#include "ui/ControlPanel.h"
 #include "ui/MenuButton.h"
 #include "ui/PushButton.h"
 #include "ui/Spinner.h"
 #include "ui/SymbolButton.h"
 #include "ui/TextLabel.h"
+#include "ui/WrappingRow.h"
 
 namespace ambrel {
+namespace {
+
+constexpr double kIconEdge = 28; // points
+
+} // namespace
 
 HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
                      NotificationCenter& notifications, bool takesDonations, QWidget* parent)
-    : QWidget(parent), state_(std::move(state)), row_(new QHBoxLayout(this)),
+    : QWidget(parent), state_(std::move(state)), place_(new QHBoxLayout(this)),
       openFile_(new PushButton(QStringLiteral("Open File..."))),
       openFromURL_(new PushButton(QStringLiteral("Open from URL..."))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
       fileName_(new TextLabel(Theme::TextStyle::headline)) {
     auto* recentMenu = new RecentFilesMenu(QStringLiteral("Recent"), recentFiles, notifications);
     recent_ = new MenuButton(QStringLiteral("Recent"), recentMenu);
-    row_->addWidget(openFile_);
-    row_->addWidget(openFromURL_);
-    row_->addWidget(recent_);
-    row_->addStretch(1);
-    row_->addWidget(spinner_);
-    row_->addWidget(message_);
-    row_->addWidget(fileName_);
-    row_->addStretch(1);
-    addIconButtons(takesDonations);
+    commands_ = new WrappingRow(10, {openFile_, openFromURL_, recent_});
+    commands_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    auto* rest = new ControlRow(10);
+    rest->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    rest->addStretch();
+    rest->add(spinner_);
+    rest->add(message_);
+    rest->add(fileName_);
+    rest->addStretch();
+    addIconButtons(*rest, takesDonations);
+    rest_ = rest;
+    place_->addWidget(new WrappingRow(10, {commands_, rest}));
     for (TextLabel* status : {message_, fileName_}) {
         status->setAccessibleDescription(QStringLiteral("Status"));
         status->setElideMode(Qt::ElideMiddle);
@@ -52,13 +63,13 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     showState();
 }
 
-void HeaderBar::addIconButtons(bool takesDonations) {
-    const auto add = [this](Symbol symbol, const QString& name, const QString& toolTip,
-                            void (HeaderBar::*requested)()) {
-        auto* button = new SymbolButton(QSizeF(28, 28), 17);
+void HeaderBar::addIconButtons(ControlRow& row, bool takesDonations) {
+    const auto add = [this, &row](Symbol symbol, const QString& name, const QString& toolTip,
+                                  void (HeaderBar::*requested)()) {
+        auto* button = new SymbolButton(QSizeF(kIconEdge, kIconEdge), 17);
         button->setSymbol(symbol, name);
         button->setToolTip(toolTip);
-        row_->addWidget(button);
+        row.add(button);
         connect(button, &SymbolButton::clicked, this, requested);
     };
     add(Symbol::gearshape, QStringLiteral("Settings"), QStringLiteral("Settings (⌘,)"),
@@ -75,10 +86,9 @@ void HeaderBar::addIconButtons(bool takesDonations) {
 void HeaderBar::applyTheme() {
     const int side = Theme::length(16);
     const int above = Theme::length(10);
-    row_->setContentsMargins(side, above, side, above);
-    row_->setSpacing(Theme::length(10));
-    // The bar keeps its height when there is nothing in it.
-    setFixedHeight(openFile_->sizeHint().height() + 2 * above);
+    place_->setContentsMargins(side, above, side, above);
+    // The bar keeps its height when there are no commands in it.
+    rest_->setMinimumHeight(std::max(Theme::length(kIconEdge), openFile_->sizeHint().height()));
 }
 
 void HeaderBar::showState() {
@@ -87,11 +97,9 @@ void HeaderBar::showState() {
     const bool namesFile = !isLoading && state_->audioFileURL();
     const QString name = namesFile ? state_->audioFileURL()->fileName() : QString();
 
-    for (PushButton* open : {openFile_, openFromURL_}) {
-        open->setVisible(!loading.isIdle());
+    commands_->setVisible(!loading.isIdle());
+    for (PushButton* open : {openFile_, openFromURL_})
         open->setEnabled(!isLoading);
-    }
-    recent_->setVisible(!loading.isIdle());
     recent_->setEnabled(!isLoading && !state_->recentFiles().isEmpty());
     spinner_->setVisible(isLoading);
     message_->setVisible(isLoading);

@@ -10,6 +10,7 @@ class QBoxLayout;
 
 namespace ambrel {
 
+class ControlRow;
 class NotificationCenter;
 class PushButton;
 class RecentFilesStore;
@@ -40,11 +41,13 @@ class HeaderBar : public QWidget {
 
   private:
     void applyTheme();
-    void addIconButtons(bool takesDonations);
+    void addIconButtons(ControlRow& row, bool takesDonations);
     void showState();
 
     std::shared_ptr<AppState> state_;
-    QBoxLayout* row_;
+    QBoxLayout* place_;
+    QWidget* commands_;
+    QWidget* rest_; ///< the status and the icons
     PushButton* openFile_;
     PushButton* openFromURL_;
     PushButton* recent_;

@@ -84,8 +84,8 @@ HelpSheet::HelpSheet(QWidget* parent) : QDialog(parent), scroller_(new QScrollAr
     auto* place = new QVBoxLayout(this);
     place->setContentsMargins(0, 0, 0, 0);
     place->addWidget(scroller_);
-    setMinimumSize(Theme::length(520), Theme::length(480));
-    resize(Theme::length(560), Theme::length(560));
+    setMinimumSize(Theme::windowSize({520, 480}, screen()));
+    resize(Theme::windowSize({560, 560}, screen()));
 }
 
 /// A gesture that is not given back outlives its widget.

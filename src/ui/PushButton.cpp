@@ -66,20 +66,16 @@ void PushButton::paintFilled() {
     painter.setRenderHint(QPainter::Antialiasing);
     const double radius = Theme::length(6);
     const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
-    const QRectF ring = QRectF(rect()).adjusted(1, 1, -1, -1);
-    const double gap = hasFocus() || prominence_ == Prominence::prominent ? 2 : 0;
-    const QRectF face = ring.adjusted(gap, gap, -gap, -gap);
-
+    const QColor onAccent = isEnabled()
+                                ? palette().color(QPalette::Active, QPalette::HighlightedText)
+                                : palette().color(QPalette::ButtonText);
     painter.setPen(Qt::NoPen);
     painter.setBrush(isDown() ? accent.darker(120) : underMouse() ? accent.lighter(108) : accent);
-    painter.drawRoundedRect(face, radius, radius);
-    if (hasFocus()) {
-        painter.setPen(QPen(accent, 2));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(ring, radius + 2, radius + 2);
-    }
-    painter.setPen(isEnabled() ? palette().color(QPalette::Active, QPalette::HighlightedText)
-                               : palette().color(QPalette::ButtonText));
+    painter.drawRoundedRect(rect(), radius, radius);
+    painter.setPen(QPen(onAccent, 2));
+    painter.setBrush(Qt::NoBrush);
+    if (hasFocus())
+        painter.drawRoundedRect(QRectF(rect()).adjusted(3, 3, -3, -3), radius - 2, radius - 2);
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 

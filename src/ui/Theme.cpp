@@ -72,6 +72,11 @@ int Theme::length(double points) {
     return qRound(points * std::max(1.0, bodyPixels() / standardBodyPixels));
 }
 
+QSize Theme::windowSize(QSize points, const QScreen* screen) {
+    const QSize size(length(points.width()), length(points.height()));
+    return screen ? size.boundedTo(screen->availableSize()) : size;
+}
+
 QColor Theme::textColour(const QPalette& palette, TextColour colour) {
     if (colour == TextColour::accent)
         return accent(palette);

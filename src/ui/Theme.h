@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QPalette>
 
+class QScreen;
+
 namespace ambrel {
 
 /// The look that every view shares: text styles, lengths and colours, all derived from the
@@ -39,6 +41,9 @@ class Theme : public QObject {
     /// A length in device-independent pixels that holds at the standard body font of 10 points and
     /// grows in proportion with a larger one.
     static int length(double points);
+
+    /// A window's size by the same measure, as far as `screen` has room for it.
+    static QSize windowSize(QSize points, const QScreen* screen);
 
     static QColor textColour(const QPalette& palette, TextColour colour);
     static QColor panelBackground(const QPalette& palette);

@@ -27,6 +27,7 @@ class WelcomeScreen : public QWidget {
     void applyTheme();
 
     QBoxLayout* column_;
+    QBoxLayout* buttons_;
 };
 
 } // namespace ambrel

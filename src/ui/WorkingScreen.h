@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QBoxLayout;
+class QScrollArea;
 
 namespace ambrel {
 
@@ -24,6 +25,7 @@ class WorkingScreen : public QWidget {
     void applyTheme();
 
     QBoxLayout* panels_;
+    QScrollArea* scroller_;
 };
 
 } // namespace ambrel

@@ -8,8 +8,9 @@ class QBoxLayout;
 
 namespace ambrel {
 
-/// Widgets side by side at their natural widths, or one below the other where the width or a large
-/// font leaves no room for that.
+/// Widgets side by side, or one below the other where the width or a large font leaves no room for
+/// that. Those that expand share what the others leave of the width; without any, the rest is
+/// empty.
 class WrappingRow : public QWidget {
     Q_OBJECT
 
@@ -17,6 +18,8 @@ class WrappingRow : public QWidget {
     /// `spacing` in points of the standard body font.
     WrappingRow(double spacing, std::initializer_list<QWidget*> widgets, QWidget* parent = nullptr);
 
+    /// Side by side, whichever way they are now: rows lie in rows.
+    QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
   protected:
@@ -25,6 +28,7 @@ class WrappingRow : public QWidget {
 
   private:
     void arrange();
+    int widthSideBySide() const;
 
     std::vector<QWidget*> widgets_;
     QBoxLayout* layout_;

@@ -6,9 +6,11 @@
 
 #include "app/AppState.h"
 #include "app/TypedNumber.h"
+#include "ui/ControlPanel.h"
 #include "ui/PushButton.h"
 #include "ui/TextLabel.h"
 #include "ui/Theme.h"
+#include "ui/WrappingRow.h"
 #include "waveform/WaveformGeometry.h"
 #include "waveform/ZoomNavigation.h"
 
@@ -33,19 +35,23 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
       zoomOut_(makeSignButton(QStringLiteral("-"), tr("Zoom out"))),
       zoomIn_(makeSignButton(QStringLiteral("+"), tr("Zoom in"))),
       fitTrack_(new PushButton(tr("Fit Track"))), fitRegion_(new PushButton(tr("Fit Region"))) {
-    auto* const row = new QHBoxLayout(this);
-    row->setContentsMargins(0, 0, 0, 0);
-    addButton(panLeft_, [this] { navigation_.panLeft(); });
-    addButton(panRight_, [this] { navigation_.panRight(); });
-    row->addStretch();
+    auto* const panning = new ControlRow(8);
+    addButton(*panning, panLeft_, [this] { navigation_.panLeft(); });
+    addButton(*panning, panRight_, [this] { navigation_.panRight(); });
+    auto* const zooming = new ControlRow(8);
+    zooming->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    zooming->addStretch();
     zoomText_->setMonospaced(true);
     zoomText_->setAlignment(Qt::AlignCenter);
     zoomText_->setAccessibleDescription(tr("Zoom level"));
-    row->addWidget(zoomText_);
-    addButton(zoomOut_, [this] { navigation_.zoomOut(); });
-    addButton(zoomIn_, [this] { navigation_.zoomIn(); });
-    addButton(fitTrack_, [this] { navigation_.fitTrack(); });
-    addButton(fitRegion_, [this] { navigation_.fitRegion(); });
+    zooming->add(zoomText_);
+    addButton(*zooming, zoomOut_, [this] { navigation_.zoomOut(); });
+    addButton(*zooming, zoomIn_, [this] { navigation_.zoomIn(); });
+    addButton(*zooming, fitTrack_, [this] { navigation_.fitTrack(); });
+    addButton(*zooming, fitRegion_, [this] { navigation_.fitRegion(); });
+    auto* const place = new QHBoxLayout(this);
+    place->setContentsMargins(0, 0, 0, 0);
+    place->addWidget(new WrappingRow(8, {panning, zooming}));
     // Time runs from left to right whatever the direction of the language.
     setLayoutDirection(Qt::LeftToRight);
 
@@ -58,13 +64,12 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
     showState();
 }
 
-void ZoomBar::addButton(PushButton* button, std::function<void()> action) {
-    layout()->addWidget(button);
+void ZoomBar::addButton(ControlRow& row, PushButton* button, std::function<void()> action) {
+    row.add(button);
     connect(button, &PushButton::clicked, this, std::move(action));
 }
 
 void ZoomBar::applyTheme() {
-    layout()->setSpacing(Theme::length(8));
     zoomText_->setFixedWidth(Theme::length(42));
     for (PushButton* const button : {zoomOut_, zoomIn_})
         button->setFixedWidth(Theme::length(32));

@@ -8,6 +8,7 @@
 namespace ambrel {
 
 class AppState;
+class ControlRow;
 class PushButton;
 class TextLabel;
 class ZoomNavigation;
@@ -21,7 +22,7 @@ class ZoomBar : public QWidget {
     ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QWidget* parent = nullptr);
 
   private:
-    void addButton(PushButton* button, std::function<void()> action);
+    void addButton(ControlRow& row, PushButton* button, std::function<void()> action);
     void applyTheme();
     void showState();
 

@@ -250,7 +250,9 @@ void WaveformNSView::updatePlayhead() {
     const double x = geometry().toX(playbackPosition_);
     if (!isPlaying_ || !(x > -width()) || !(x < 2 * width()))
         return;
-    const double half = playheadLineWidth / 2 + playheadEdgeWidth;
+    // A point to spare: at a fractional scale the area's edges fall within pixels, which are then
+    // painted or not.
+    const double half = playheadLineWidth / 2 + playheadEdgeWidth + 1;
     update(QRectF(x - half, 0, 2 * half, height()).toAlignedRect());
 }
 

@@ -19,8 +19,8 @@ class LocalPathTest : public QObject {
     }
 
     void refusesWhatIsNoLocalFile() {
-        for (const char* address :
-             {"", "https://example.org/take.mp3", "file:///etc/hostname%00.wav"}) {
+        for (const char* address : {"", "https://example.org/take.mp3",
+                                    "file://server/etc/hostname", "file:///etc/hostname%00.wav"}) {
             const QUrl url(QString::fromUtf8(address));
             QVERIFY_EXCEPTION_THROWN(localPath(url), AudioFileError);
         }

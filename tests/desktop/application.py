@@ -81,7 +81,7 @@ class Application:
         controls = self.controls(hidden=wanted.get("role") == "menu item")
         return next((control for control in controls if _matches(control, wanted)), None)
 
-    def wait_for(self, seconds=10, **wanted):
+    def wait_for(self, seconds=30, **wanted):
         try:
             return wait_until(lambda: self.find(**wanted), f"a control with {wanted}", seconds)
         except AssertionError as failure:
@@ -151,11 +151,17 @@ class Application:
 
     def mark(self, start_s, end_s):
         """Drags over the waveform of the whole file; the region it got, (start, end) in seconds."""
-        before = self.region()
+        length_s = self.region()[2]
         x, y, width, height = extents(self.wait_for(name="Waveform"))
-        at = [(x + round(time / before[2] * width), y + height // 2) for time in (start_s, end_s)]
-        self.drag(*at)
-        return wait_until(lambda: self.region() != before and self.region()[:2], "another region")
+        self.drag(*((x + round(time / length_s * width), y + height // 2) for time in (start_s, end_s)))
+        return self.wait_for_region(start_s, end_s, within_s=2 * length_s / width)
+
+    def wait_for_region(self, start_s, end_s, within_s=0.02):
+        """Until it is about this one, past all that a drag brings on the way; start and end."""
+        def reached():
+            region = self.region()[:2]
+            return all(abs(a - b) < within_s for a, b in zip(region, (start_s, end_s))) and region
+        return wait_until(reached, f"the region {start_s} to {end_s}")
 
     def region(self):
         """Start, end and length of the file, in seconds, as a screen reader is told."""
@@ -164,7 +170,7 @@ class Application:
         assert match, text
         return tuple(_seconds(time) for time in match.groups())
 
-    def wait_until_loaded(self, seconds=20):
+    def wait_until_loaded(self, seconds=30):
         self.wait_for(seconds, name="Waveform")
         self.wait_for_window()
 

@@ -20,7 +20,7 @@ _PR_SET_PDEATHSIG, _PR_SET_CHILD_SUBREAPER = 1, 36
 _libc = ctypes.CDLL(None, use_errno=True)
 
 
-def wait_until(condition, what, seconds=10):
+def wait_until(condition, what, seconds=30):
     """The condition's first true value; fails the test when there is none in time."""
     deadline = time.monotonic() + seconds * SLOWNESS
     while True:
@@ -133,7 +133,13 @@ class Desktop:
         wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
 
     def _start_window_manager(self):
-        self._daemon("openbox", "--sm-disable")
+        """By itself it lets go of its keys when the first one is sent, and takes them anew: Alt+F4
+        can fall in between."""
+        config = self.folder / "openbox.xml"
+        usual = pathlib.Path("/etc/xdg/openbox/rc.xml").read_text()
+        config.write_text(usual.replace(
+            "</keyboard>", "<rebindOnMappingNotify>no</rebindOnMappingNotify></keyboard>"))
+        self._daemon("openbox", "--sm-disable", "--config-file", str(config))
         wait_until(lambda: "window id" in _output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
                    "a window manager")
 

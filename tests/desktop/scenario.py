@@ -28,7 +28,7 @@ class Scenario(unittest.TestCase):
         program.wait_until_loaded()
         return program
 
-    def assert_ends(self, program, seconds=1):
-        """That it ends by itself, in time and in order."""
+    def assert_ends(self, program, seconds=2):
+        """That it ends by itself, in time (0.1 s where nothing else runs) and in order."""
         self.assertEqual(program.wait_for_end(seconds), 0, program.log())
         self.assertEqual(program.log(), "")

@@ -73,7 +73,8 @@ class DownloadingTest(Scenario):
             with self.subTest(title=title):
                 before = set(self.names())
                 self.submit(program, f"/page?{number}")
-                program.wait_until_gone(name="Busy")
+                wait_until(lambda: program.find(description="Error") or
+                           not program.find(name="Download & Open"), "the end of the download")
                 if error := program.find(description="Error"):
                     self.assertIn("Download failed: ", error.get_name())
                     self.assertEqual(set(self.names()), before)
@@ -112,7 +113,7 @@ class DownloadingTest(Scenario):
         program.key("Escape")
         program.key("alt+F4")
         self.server.break_off.set()
-        error = program.wait_for(30, description="Error").get_name()  # the sheet is still there
+        error = program.wait_for(description="Error").get_name()  # the sheet is still there
         self.assertTrue(error.startswith("Download failed: "), error)
 
     def test_end_meanwhile_leaves_nothing(self):

@@ -50,16 +50,24 @@ class DownloadSettingsStoreTest : public QObject {
         }
     }
 
-    void homeIsShownAsTilde() {
-        const QString home = QDir::homePath();
-        const std::pair<QString, QString> cases[] = {
-            {home, u"~"_qs},
-            {home + u"/Downloads"_qs, u"~/Downloads"_qs},
-            {home + u"2/Music"_qs, home + u"2/Music"_qs},
-            {u"/mnt"_qs + home, u"/mnt"_qs + home},
+    void homeIsShownAsTildeUnlessItIsTheRoot() {
+        const QByteArray usual = qgetenv("HOME");
+        struct Case {
+            const char *home, *folder, *text; // no folder: the default one
         };
-        for (const auto& [folder, text] : cases)
-            QCOMPARE(folderText(QUrl::fromLocalFile(folder)), text);
+        for (const auto& [home, folder, text] : {Case{"/home/me", "/home/me", "~"},
+                                                 {"/home/me", nullptr, "~/Downloads"},
+                                                 {"/home/me", "/home/me2/Music", "/home/me2/Music"},
+                                                 {"/home/me", "/mnt/home/me", "/mnt/home/me"},
+                                                 {"/", "/", "/"},
+                                                 {"/", nullptr, "/Downloads"},
+                                                 {"", nullptr, "/Downloads"}}) {
+            qputenv("HOME", home);
+            const QUrl shown = folder ? QUrl::fromLocalFile(QString::fromLatin1(folder))
+                                      : store_.downloadDirectory();
+            QCOMPARE(folderText(shown), QString::fromLatin1(text));
+        }
+        qputenv("HOME", usual);
     }
 };
 

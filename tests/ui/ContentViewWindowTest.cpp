@@ -170,13 +170,16 @@ class ContentViewWindowTest : public QObject {
 
     void opensARecentFileOnlyWhenGivenOne() {
         Window w;
-        for (const QVariant& object :
-             {QVariant(), QVariant(7), QVariant(QUrl(u"https://example.org/a.mp3"_qs))})
+        for (const QVariant& object : {QVariant(), QVariant(7), QVariant(u"file:///music/a.mp3"_qs),
+                                       QVariant(QUrl(u"https://example.org/a.mp3"_qs))})
             w.notifications.post(notifications::openRecent, object);
         QVERIFY(w.state->loadingState().isIdle());
-        w.notifications.post(notifications::openRecent, QUrl(u"file:///music/a.mp3"_qs));
-        QVERIFY(w.state->loadingState().isLoading());
-        QCOMPARE(w.state->audioFileURL(), QUrl(u"file:///music/a.mp3"_qs));
+        for (const auto& address : {u"file:///music/a.mp3"_qs, u"file://localhost/music/a.mp3"_qs,
+                                    u"file:////music/../music/a.mp3"_qs}) {
+            w.notifications.post(notifications::openRecent, QUrl(address));
+            QVERIFY(w.state->loadingState().isLoading());
+            QCOMPARE(w.state->audioFileURL(), QUrl(u"file:///music/a.mp3"_qs));
+        }
     }
 
     void anErrorIsShownOnceAndInFull() {

@@ -137,12 +137,13 @@ class PanelsWindowTest : public QObject {
 
     void nothingIsClippedOrMovedSideways() {
         const QFont usual = QApplication::font();
-        for (const double points : {10.0, 14.0}) {
+        for (const double points : {10.0, 13.0, 16.0, 20.0, 24.0}) {
             QFont font = usual;
             font.setPointSizeF(points);
             QApplication::setFont(font);
             Practice w;
-            w.window.resize(680, 580);
+            const QSize smallScreen(800, 600); // where there is no room for the largest
+            w.window.resize(Theme::windowSize({680, 580}, nullptr).boundedTo(smallScreen));
             w.state->setEqEnabled(true);
             w.state->setLoopEnabled(true);
             w.state->setSpeedStep(3);
@@ -150,26 +151,26 @@ class PanelsWindowTest : public QObject {
             QTRY_VERIFY(w.control<VerticalSlider>(u"12kHz gain"_qs));
             QCoreApplication::processEvents();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // the first screen
-            QWidget* column = w.window.findChild<QScrollArea*>()->widget();
-            QVERIFY(column->width() <= w.window.width());
-            const auto clipped = [column] {
+            const auto clipped = [&w] {
                 QStringList names;
-                for (const QWidget* widget : column->findChildren<QWidget*>()) {
-                    if (widget->isVisible() && !widget->visibleRegion().isEmpty() &&
+                for (const QWidget* widget : w.content->widget()->findChildren<QWidget*>()) {
+                    const QWidget* around = widget->parentWidget()->parentWidget();
+                    if (widget->isVisible() && !qobject_cast<const QScrollArea*>(around) &&
                         !widget->parentWidget()->rect().contains(widget->geometry()))
                         names << QLatin1String(widget->metaObject()->className()) + u' ' +
                                      widget->accessibleName();
                 }
                 return names;
             };
-            QTRY_COMPARE(clipped(), QStringList());
+            QTRY_VERIFY2(clipped().isEmpty(),
+                         qPrintable(QString::number(points) + clipped().join(u'\n')));
             const int pitchRight = w.button(u"Raise pitch"_qs)->mapTo(&w.window, QPoint()).x();
             w.state->setPitch(-1200);
             w.state->setSpeed(5);
             QCoreApplication::processEvents();
             QCOMPARE(w.button(u"Raise pitch"_qs)->mapTo(&w.window, QPoint()).x(), pitchRight);
-            QCOMPARE(w.field(u"Speed"_qs)->mapTo(&w.window, QPoint()).y(),
-                     w.field(u"Pitch"_qs)->mapTo(&w.window, QPoint()).y());
+            QVERIFY(points > 20 || w.field(u"Speed"_qs)->mapTo(&w.window, QPoint()).y() ==
+                                       w.field(u"Pitch"_qs)->mapTo(&w.window, QPoint()).y());
         }
         QApplication::setFont(usual);
     }

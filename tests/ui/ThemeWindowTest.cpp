@@ -50,6 +50,14 @@ class ThemeWindowTest : public QObject {
         }
     }
 
+    void noButtonLooksSmallerThanItIs() {
+        PushButton button(QStringLiteral("Open File…"), PushButton::Prominence::prominent);
+        const QImage image = button.grab().toImage();
+        const QColor accent = Theme::accent(button.palette());
+        for (const QPoint edge : {QPoint(image.width() / 2, 0), QPoint(0, image.height() / 2)})
+            QCOMPARE(image.pixelColor(edge), accent);
+    }
+
     void textIsShownAsItIs() {
         const QString text = QStringLiteral("<b>Rock & Roll</b>");
         TextLabel label(text, Theme::TextStyle::headline);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <stop_token>
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioOutput.h"
@@ -40,6 +41,7 @@ std::optional<Continuation> possible(const std::optional<Continuation>& next) {
 class AudioGraph::Impl final : public FrameSource {
   public:
     explicit Impl(std::unique_ptr<AudioOutput> output);
+    ~Impl() override;
 
     void prepare(int sampleRateHz, std::size_t largestRequest) override;
     void render(float* stereo, std::size_t frames) noexcept override;
@@ -60,6 +62,9 @@ class AudioGraph::Impl final : public FrameSource {
   private:
     void playFrom(const OutputStage::Place& place);
     void rest();
+
+    const bool isPaced_;      ///< for prepare(), when the output may be ending
+    std::stop_source ending_; ///< what is being prepared for a device is given up
 
     mutable std::mutex mutex_; ///< guards what follows
     std::int64_t epoch_ = 0;
@@ -82,11 +87,16 @@ class AudioGraph::Impl final : public FrameSource {
 };
 
 AudioGraph::Impl::Impl(std::unique_ptr<AudioOutput> output)
-    : stage_(gate_, renderWake_, watchWake_), player_(renderWake_, output->isPaced()),
-      output_(std::move(output)),
+    : isPaced_(output->isPaced()), stage_(gate_, renderWake_, watchWake_),
+      player_(renderWake_, isPaced_), output_(std::move(output)),
       watch_({watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); },
-              output_->isPaced()}) {
+              isPaced_}) {
     output_->open(*this);
+}
+
+/// A device may be opening, and the output waits until this is prepared for it.
+AudioGraph::Impl::~Impl() {
+    ending_.request_stop();
 }
 
 /// On the thread that opens the device. A device with the same needs goes on where the last one
@@ -99,13 +109,12 @@ void AudioGraph::Impl::prepare(int sampleRateHz, std::size_t largestRequest) {
     }
     renderThread_ = nullptr;
     largestRequest_ = largestRequest;
-    const bool paced = output_->isPaced();
     const std::size_t ahead =
-        largestRequest + (paced ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
-    auto renderThread =
-        std::make_unique<RenderThread>(RenderThread::Wiring{gate_, settings, player_, renderWake_,
-                                                            demandMet_, paced ? nullptr : &demand_},
-                                       sampleRateHz, ahead);
+        largestRequest + (isPaced_ ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
+    auto renderThread = std::make_unique<RenderThread>(
+        RenderThread::Wiring{gate_, settings, player_, renderWake_, demandMet_,
+                             isPaced_ ? nullptr : &demand_, ending_.get_token()},
+        sampleRateHz, ahead);
     stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
     renderThread_ = std::move(renderThread);
     const std::scoped_lock lock(mutex_);

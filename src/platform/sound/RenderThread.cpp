@@ -9,8 +9,8 @@
 namespace ambrel {
 
 RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
-    : wiring_(wiring), player_(wiring.player.ring()), sampleRateHz_(sampleRateHz),
-      framesAhead_(framesAhead), ring_(framesAhead), timePitch_(sampleRateHz),
+    : wiring_(std::move(wiring)), player_(wiring_.player.ring()), sampleRateHz_(sampleRateHz),
+      framesAhead_(framesAhead), ring_(framesAhead), timePitch_(sampleRateHz, wiring_.ending),
       equaliser_(sampleRateHz), fade_(sampleRateHz), thread_([this] { run(); }) {}
 
 RenderThread::~RenderThread() {

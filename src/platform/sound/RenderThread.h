@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <stop_token>
 #include <thread>
 
 #include "platform/sound/EqualiserUnit.h"
@@ -46,6 +47,7 @@ class RenderThread {
         WakeUp& wake;                           ///< what the thread sleeps on
         WakeUp& demandMet;                      ///< offline: signalled when frames were pushed
         const std::atomic<std::size_t>* demand; ///< offline: frames to make; none when paced
+        std::stop_token ending;                 ///< warming up would be in vain
     };
 
     /// Allocates, warms everything up and starts the thread. `framesAhead`: how many frames are

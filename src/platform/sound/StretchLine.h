@@ -14,7 +14,8 @@ class StretchLine {
   public:
     static constexpr std::size_t leadFrames = 512;
 
-    explicit StretchLine(int sampleRateHz) : stretcher_(sampleRateHz) {}
+    /// As Stretcher.
+    StretchLine(int sampleRateHz, const std::stop_token& stop) : stretcher_(sampleRateHz, stop) {}
 
     /// Half the analysis window, in input frames.
     std::size_t pad() const noexcept { return stretcher_.pad(); }

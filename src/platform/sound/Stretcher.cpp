@@ -28,36 +28,37 @@ constexpr double weakestCorrection = 0.01;
 
 } // namespace
 
-Stretcher::Stretcher(int sampleRateHz)
+Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop)
     : sampleRateHz_(sampleRateHz),
       engine_(std::make_unique<RubberBandStretcher>(
           static_cast<std::size_t>(std::clamp(sampleRateHz, 8000, 192000)), 2, options)) {
     engine_->setMaxProcessSize(feedFrames);
     pad_ = (engine_->getPreferredStartPad() + feedFrames - 1) / feedFrames * feedFrames;
-    warmUp();
+    warmUp(stop);
 }
 
 Stretcher::~Stretcher() = default;
 
-void Stretcher::warmUp() {
+void Stretcher::warmUp(const std::stop_token& stop) {
     double phase = 0;
     for (const double rate : {1.0, minRate, maxRate}) {
         for (const double cents : {0.0, -maxCents, maxCents}) {
             reset(rate, cents);
-            feedSine(phase);
+            feedSine(phase, stop);
         }
     }
     // Under way, which is when the engine's resampler begins to keep sound.
     setCents(-maxCents);
-    feedSine(phase);
+    feedSine(phase, stop);
     measureKept();
     reset(1, 0);
 }
 
-void Stretcher::feedSine(double& phase) {
+void Stretcher::feedSine(double& phase, const std::stop_token& stop) {
     std::array<float, 2 * feedFrames> sound{};
     std::array<float, 2 * takeFrames> heard{};
-    for (std::size_t fed = 0; fed < 2 * pad_ + 1024; fed += feedFrames) {
+    const std::size_t frames = 2 * pad_ + 1024;
+    for (std::size_t fed = 0; fed < frames && !stop.stop_requested(); fed += feedFrames) {
         for (float& sample : sound)
             sample = static_cast<float>(0.1 * std::sin(phase += 0.05));
         feed(sound.data());

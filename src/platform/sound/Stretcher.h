@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 #include <vector>
 
 namespace RubberBand {
@@ -17,7 +18,8 @@ namespace ambrel {
 /// up while a slider is dragged, so small corrections of the ratio bring it back.
 ///
 /// One thread at a time. Allocates in the constructor only, which also runs it once through every
-/// corner of speed and pitch, because the engine allocates the first time it gets there.
+/// corner of speed and pitch, because the engine allocates the first time it gets there; asked to
+/// stop, it leaves that at once.
 class Stretcher {
   public:
     /// Frames in a feed.
@@ -26,7 +28,7 @@ class Stretcher {
     static constexpr double maxRate = 3.0;
     static constexpr double maxCents = 1200;
 
-    explicit Stretcher(int sampleRateHz);
+    explicit Stretcher(int sampleRateHz, const std::stop_token& stop = {});
     ~Stretcher();
 
     /// Half the analysis window: silence or past sound to feed before the first frame meant.
@@ -63,10 +65,10 @@ class Stretcher {
     void correct(double behindFrames);
 
   private:
-    void warmUp();
+    void warmUp(const std::stop_token& stop);
     void applyRatio();
     int ready() const noexcept;
-    void feedSine(double& phase);
+    void feedSine(double& phase, const std::stop_token& stop);
     void measureKept();
     void feedSilence();
     void begin(double rate, double cents);

@@ -35,8 +35,9 @@ std::size_t framesIn(int ms, int sampleRateHz) {
 
 } // namespace
 
-TimePitchUnit::TimePitchUnit(int sampleRateHz)
-    : lines_{StretchLine(sampleRateHz), StretchLine(sampleRateHz)}, sampleRateHz_(sampleRateHz),
+TimePitchUnit::TimePitchUnit(int sampleRateHz, const std::stop_token& stop)
+    : lines_{StretchLine(sampleRateHz, stop), StretchLine(sampleRateHz, stop)},
+      sampleRateHz_(sampleRateHz),
       input_(8 * lines_[0].pad() + 2 * framesIn(takeOverFadeMs, sampleRateHz)),
       edges_(input_, lines_[0].pad()) {}
 

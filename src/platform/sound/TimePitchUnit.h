@@ -22,10 +22,10 @@ namespace ambrel {
 /// fed already are replaced by others.
 ///
 /// One thread at a time, the render thread. Allocates in the constructor only, which takes about
-/// 0.4 s.
+/// 0.4 s unless asked to stop: then the unit is good for nothing but to be destroyed.
 class TimePitchUnit {
   public:
-    explicit TimePitchUnit(int sampleRateHz);
+    explicit TimePitchUnit(int sampleRateHz, const std::stop_token& stop = {});
 
     /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet. The
     /// source may tell another length on the way.

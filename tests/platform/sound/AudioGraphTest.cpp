@@ -1,13 +1,16 @@
 #include <QTest>
 
 #include <cstdlib>
+#include <ctime>
 #include <future>
 #include <new>
 #include <random>
+#include <thread>
 
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/NullOutput.h"
 #include "platform/sound/OfflineOutput.h"
+#include "platform/sound/TimePitchUnit.h"
 #include "support/ClockedOutput.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
@@ -78,6 +81,19 @@ struct Clocked {
     AudioGraph graph;
 };
 
+/// A device that is still opening when it is no longer wanted.
+struct OpeningOutput final : AudioOutput {
+    ~OpeningOutput() override { opening.join(); }
+    void open(FrameSource& source) override {
+        opening = std::thread([&source] { source.prepare(rateHz, 256); });
+    }
+    void start() override {}
+    void stop() override {}
+    std::int64_t framesHeard() const noexcept override { return 0; }
+
+    std::thread opening;
+};
+
 } // namespace
 
 void* operator new(std::size_t size) {
@@ -110,6 +126,7 @@ class AudioGraphTest : public QObject {
     void aFileThatBreaksOffEndsInSilence();
     void bearsAnyNumber();
     void bearsRunningOutOfMemory();
+    void endsAtOnceWhileADeviceOpens();
 };
 
 void AudioGraphTest::passesASegmentThroughUntouched() {
@@ -276,6 +293,14 @@ void AudioGraphTest::aFileThatBreaksOffEndsInSilence() {
     QCOMPARE(heard.size(), std::size_t(40000));
     QCOMPARE(heard[18999], file->at(19999).first);
     QCOMPARE(test::rms(std::span(heard).subspan(19000)), 0.0);
+}
+
+void AudioGraphTest::endsAtOnceWhileADeviceOpens() {
+    const std::clock_t began = std::clock(); // of processor time, however busy the machine is
+    { const TimePitchUnit warmedUp(rateHz); }
+    const std::clock_t whole = std::clock() - began;
+    AudioGraph(std::make_unique<OpeningOutput>());
+    QCOMPARE_LT(std::clock() - began - whole, whole / 3);
 }
 
 void AudioGraphTest::bearsAnyNumber() {
