@@ -150,7 +150,8 @@ class Load {
 void playUnderLoad(int seconds) {
     test::GapCounter counter;
     auto* const output = new test::TappedDevice(counter);
-    AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+    AudioGraph& graph = *owned;
     std::this_thread::sleep_for(2s); // the device opens before a user gets to play
     const Load load;
     const auto file = std::make_shared<Tone>();

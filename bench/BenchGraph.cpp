@@ -95,7 +95,8 @@ double processCpuSeconds() {
 /// From the call of scheduleSegment() to the first frames handed over, the seek included.
 void startToSound(benchmark::State& state) {
     auto* output = new ManualOutput;
-    AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+    AudioGraph& graph = *owned;
     const auto file = benchFile();
     graph.start();
     graph.setRate(static_cast<float>(state.range(0)) / 100);
@@ -125,7 +126,8 @@ void startToSound(benchmark::State& state) {
 /// Frames of sound that a device is still given after stop().
 void stopToSilence(benchmark::State& state) {
     auto* output = new ManualOutput;
-    AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+    const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+    AudioGraph& graph = *owned;
     const auto file = benchFile();
     graph.start();
     std::int64_t most = 0;
@@ -154,7 +156,8 @@ void graphAgainstStretcher(benchmark::State& state) {
     double worstMs = 0;
     for (auto _ : state) {
         auto* output = new OfflineOutput(rateHz);
-        AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+        const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+        AudioGraph& graph = *owned;
         graph.setRate(static_cast<float>(rate));
         graph.setPitch(static_cast<float>(cents));
         graph.setEqualiserBand(2, 1000, 1, 6);

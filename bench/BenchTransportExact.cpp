@@ -83,7 +83,7 @@ void playLoops(const Recording& recording) {
         const std::int64_t count = std::uniform_int_distribution(second / 25, second)(random);
         const std::int64_t start =
             std::uniform_int_distribution(std::int64_t(second / 100), length - count)(random);
-        pulled.play(recording.file, start, count, Continuation{start, count, 0, passes - 1});
+        pulled.play(recording.file, start, count, Announcement{1, start, count, 0, passes - 1});
         const auto heard = pulled.pullStereo(std::size_t(count * passes));
         for (std::int64_t pass = 0; pass < passes; ++pass) {
             const std::int64_t first = pass == 0 ? recording.fadeFrames : 0;

@@ -10,7 +10,6 @@
 #include "TransportRow.h"
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
-#include "audio/SoundEngineGraph.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/DeviceOutput.h"
 #include "support/MediaMaker.h"
@@ -243,7 +242,7 @@ void loopPauses(const MonitorRecording& recording, int percent, std::int64_t pau
     HandOvers handOvers;
     const auto model = std::make_shared<LoopModel>(pauseMs);
     const auto engine = AudioEngine::create(
-        std::make_unique<SoundEngineGraph>(std::make_unique<test::TappedDevice>(handOvers)), queue);
+        AudioGraph::create(std::make_unique<test::TappedDevice>(handOvers)), queue);
     engine->setAppState(model);
     engine->setRate(float(percent) / 100);
     auto loading =
@@ -286,7 +285,8 @@ int main(int argc, char** argv) {
     const MonitorRecording recording;
     loopPauses(recording, 100, 250);
     loopPauses(recording, 50, 400);
-    AudioGraph graph(std::make_unique<DeviceOutput>());
+    const auto owned = AudioGraph::create(std::make_unique<DeviceOutput>());
+    AudioGraph& graph = *owned;
     graph.start();
     for (const int percent : {30, 100, 250})
         playHead(graph, recording, percent, duration, argc > 2 ? &series : nullptr);

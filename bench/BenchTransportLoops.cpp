@@ -69,7 +69,7 @@ void exactLoop(Course course, double pauseSeconds, double& mostShifted, double& 
     const std::int64_t gap = std::llround(pauseSeconds * rateHz);
     const std::int64_t count = course.passFrames;
     pulled.play(file, startFrame, count,
-                Continuation{startFrame, count, pauseSeconds, course.passes - 1});
+                Announcement{1, startFrame, count, pauseSeconds, course.passes - 1});
     const std::int64_t edge = std::min(gap > 0 ? fadeFrames : seamFrames, count / 2);
     const std::int64_t end = course.passes * count;
     for (int pass = 0; pass < course.passes; ++pass) {
@@ -158,7 +158,7 @@ std::vector<float> stretched(Course course, double rate, bool looped) {
     const std::int64_t count = course.passFrames;
     const std::int64_t all = count * course.passes;
     pulled.play(bursts(course), startFrame, looped ? count : all,
-                looped ? std::optional(Continuation{startFrame, count, 0, course.passes - 1})
+                looped ? std::optional(Announcement{1, startFrame, count, 0, course.passes - 1})
                        : std::nullopt,
                 rate);
     return pulled.pull(std::size_t(double(all) / rate) + rateHz);
@@ -200,7 +200,7 @@ void steadyTone(std::int64_t count, double rate, double& drop, double& bend) {
     const double hz = periods * rateHz / double(count);
     test::PulledGraph pulled(rateHz);
     pulled.play(SyntheticFile::sine(rateHz, 60'000, hz), startFrame, count,
-                Continuation{startFrame, count}, rate);
+                Announcement{1, startFrame, count}, rate);
     const auto heard = pulled.pull(std::size_t(rate < 0.1 ? 6 : 3) * rateHz);
     const auto steady = std::span(heard).subspan(std::size_t(rate < 0.1 ? 2 : 1) * rateHz);
     drop = std::max(drop, -test::levelRange(steady, rateHz).quietestDb);
@@ -213,7 +213,7 @@ void pausedLoop(Course course, double rate, double pauseSeconds, double& beside)
     test::PulledGraph pulled(rateHz);
     const std::int64_t count = course.passFrames;
     pulled.play(SyntheticFile::sine(rateHz, 60'000, 441), startFrame, count,
-                Continuation{startFrame, count, pauseSeconds, course.passes - 1}, rate);
+                Announcement{1, startFrame, count, pauseSeconds, course.passes - 1}, rate);
     const double apart = double(count) / rate + pauseSeconds * rateHz;
     const auto heard = pulled.pull(std::size_t(apart * course.passes) + rateHz);
     int passes = 0;

@@ -101,7 +101,9 @@ class TimedGraph {
     }
 
     HandOvers handOvers;
-    AudioGraph graph{std::make_unique<test::TappedDevice>(handOvers)};
+    std::unique_ptr<AudioGraph> owned =
+        AudioGraph::create(std::make_unique<test::TappedDevice>(handOvers));
+    AudioGraph& graph = *owned;
     std::size_t before = 0; ///< frames handed over before the call
 
   private:

@@ -61,23 +61,24 @@ class Render {
     Render(const RenderOptions& options, std::shared_ptr<AudioFile> file, int sampleRateHz)
         : options_(options), file_(std::move(file)), region_(regionOf(options, *file_)),
           sampleRateHz_(sampleRateHz), wav_(options.outputPath, sampleRateHz),
-          output_(new OfflineOutput(sampleRateHz)), graph_(std::unique_ptr<AudioOutput>(output_)),
+          output_(new OfflineOutput(sampleRateHz)),
+          graph_(AudioGraph::create(std::unique_ptr<AudioOutput>(output_))),
           block_(2 * blockFrames) {
-        graph_.setRate(static_cast<float>(options.rate));
-        graph_.setPitch(static_cast<float>(options.cents));
+        graph_->setRate(static_cast<float>(options.rate));
+        graph_->setPitch(static_cast<float>(options.cents));
         for (int band = 0; band < AudioGraph::bandCount; ++band)
-            graph_.setEqualiserBand(band, bandsHz[std::size_t(band)], bandOctaves,
-                                    gain(std::size_t(band)));
-        graph_.setEqualiserBypass(!options.gainsDb);
-        graph_.start();
+            graph_->setEqualiserBand(band, bandsHz[std::size_t(band)], bandOctaves,
+                                     gain(std::size_t(band)));
+        graph_->setEqualiserBypass(!options.gainsDb);
+        graph_->start();
     }
 
     QJsonObject run() {
         const double cpuBefore = cpuSeconds();
-        graph_.scheduleSegment(
+        graph_->scheduleSegment(
             file_, region_.startFrame, region_.frameCount, [] {},
-            Continuation{region_.startFrame, region_.frameCount, 0, options_.passes - 1});
-        graph_.play();
+            Announcement{1, region_.startFrame, region_.frameCount, 0, options_.passes - 1});
+        graph_->play();
         while (pullBlock()) {
         }
         const double cpu = cpuSeconds() - cpuBefore;
@@ -115,9 +116,9 @@ class Render {
             if (left > 0)
                 return std::min(left, blockFrames);
             if (change.parameter == RenderChange::Parameter::rate)
-                graph_.setRate(static_cast<float>(change.value));
+                graph_->setRate(static_cast<float>(change.value));
             else
-                graph_.setPitch(static_cast<float>(change.value));
+                graph_->setPitch(static_cast<float>(change.value));
             ++changed_;
         }
         return blockFrames;
@@ -129,7 +130,7 @@ class Render {
     int sampleRateHz_;
     WavWriter wav_;
     OfflineOutput* output_; ///< the graph's
-    AudioGraph graph_;
+    std::unique_ptr<AudioGraph> graph_;
     std::vector<float> block_;
     std::size_t changed_ = 0;
     double worstBlockMs_ = 0;

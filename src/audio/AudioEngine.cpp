@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "audio/LocalPath.h"
 #include "audio/PlaybackModel.h"
-#include "audio/SoundEngineGraph.h"
 #include "platform/sound/AudioFile.h"
+#include "platform/sound/DeviceOutput.h"
 
 namespace ambrel {
 namespace {
@@ -31,17 +32,24 @@ double pauseOf(const PlaybackModel& appState) {
 } // namespace
 
 std::shared_ptr<AudioEngine> AudioEngine::shared() {
-    static const auto instance = create(std::make_unique<SoundEngineGraph>(), MainQueue::shared());
+    static const auto instance =
+        create(AudioGraph::create(std::make_unique<DeviceOutput>()), MainQueue::shared());
     return instance;
 }
 
-std::shared_ptr<AudioEngine> AudioEngine::create(std::unique_ptr<EngineGraph> graph,
-                                                 MainQueue& mainQueue) {
-    return std::shared_ptr<AudioEngine>(new AudioEngine(std::move(graph), mainQueue));
+std::shared_ptr<AudioFile> AudioEngine::openLocally(const QUrl& url) {
+    return AudioFile::open(localPath(url));
 }
 
-AudioEngine::AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue)
-    : mainQueue_(mainQueue), engine_(std::move(graph)), opens_(mainQueue, kOpenThreads) {
+std::shared_ptr<AudioEngine> AudioEngine::create(std::unique_ptr<AudioGraph> graph,
+                                                 MainQueue& mainQueue, Open open) {
+    return std::shared_ptr<AudioEngine>(
+        new AudioEngine(std::move(graph), mainQueue, std::move(open)));
+}
+
+AudioEngine::AudioEngine(std::unique_ptr<AudioGraph> graph, MainQueue& mainQueue, Open open)
+    : mainQueue_(mainQueue), engine_(std::move(graph)), open_(std::move(open)),
+      opens_(mainQueue, kOpenThreads) {
     setupEngine();
 }
 
@@ -67,7 +75,7 @@ void AudioEngine::setAppState(std::weak_ptr<PlaybackModel> appState) {
 QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
     const auto thisLoad = ++newestLoad_;
     stop();
-    auto open = [graph = engine_.get(), url] { return graph->open(url); };
+    auto open = [open = open_, url] { return open(url); };
     auto opening = opens_.run(std::move(open), thisLoad); // the newest first
 
     std::shared_ptr<AudioFile> file;
@@ -97,22 +105,21 @@ bool AudioEngine::play(double start, double end) {
     const auto generation = ++generation_;
     if (!engine_->isRunning())
         engine_->start();
-    const auto appState = appState_.lock();
+    renewAnnouncement();
     engine_->scheduleSegment(audioFile_, frames->startFrame, frames->frameCount,
-                             completionOf(generation),
-                             appState ? continuation(*appState) : std::nullopt);
+                             completionOf(generation), announced_);
     engine_->play();
     startPositionTimer(start);
     return true;
 }
 
 /// The frames from `start` to `end`; none if there is not one.
-std::optional<Continuation> AudioEngine::segment(double start, double end) const {
+std::optional<Announcement> AudioEngine::segment(double start, double end) const {
     const auto startFrame = frameAt(start, audioFile_->sampleRate());
     const auto frameCount = frameAt(end, audioFile_->sampleRate()) - startFrame;
     if (frameCount <= 0)
         return std::nullopt;
-    return Continuation{startFrame, frameCount};
+    return Announcement{.startFrame = startFrame, .frameCount = frameCount};
 }
 
 AudioEngine::Completion AudioEngine::completionOf(std::int64_t segment) {
@@ -125,36 +132,43 @@ AudioEngine::Completion AudioEngine::completionOf(std::int64_t segment) {
     };
 }
 
-/// What follows a pass that ends now, as the graph is told.
-std::optional<Continuation> AudioEngine::continuation(const PlaybackModel& appState) const {
-    const double start = appState.regionStart();
-    const double end = appState.regionEnd();
-    if (!audioFile_ || !appState.loopEnabled() || !(start < end))
+/// What follows a pass that ends now. It has no id yet.
+std::optional<Announcement> AudioEngine::following() const {
+    const auto appState = appState_.lock();
+    if (!appState || !audioFile_ || !appState->loopEnabled())
         return std::nullopt;
-    auto next = segment(start, end);
+    auto next = segment(appState->regionStart(), appState->regionEnd());
     if (next)
-        next->pauseSeconds = pauseOf(appState);
+        next->pauseSeconds = pauseOf(*appState);
     return next;
 }
 
+/// False if the graph was told already.
+bool AudioEngine::renewAnnouncement() {
+    auto next = following();
+    if (next && announced_)
+        next->id = announced_->id;
+    if (next == announced_)
+        return false;
+    announced_ = next;
+    if (announced_)
+        announced_->id = ++announcements_;
+    return true;
+}
+
 void AudioEngine::announce() {
-    if (const auto appState = appState_.lock())
-        engine_->setContinuation(continuation(*appState));
+    if (renewAnnouncement())
+        engine_->announce(announced_);
 }
 
 /// Plays on at the end of a pass: what runs on already, if it is this, and anew otherwise.
-void AudioEngine::playNext(double start, double end, double pauseSeconds) {
-    auto wanted = segment(start, end);
-    if (wanted)
-        wanted->pauseSeconds = pauseSeconds;
-    if (!wanted || !engine_->goOn(*wanted, completionOf(generation_ + 1))) {
-        if (!play(start, end)) // the region has become empty
-            stopAndRewind();
-        return;
+void AudioEngine::playNext(double start, double end, std::int64_t announcement) {
+    if (engine_->adopt(announcement, completionOf(generation_ + 1))) {
+        ++generation_;
+        fileStart_ = start;
+    } else if (!play(start, end)) { // the region has become empty
+        stopAndRewind();
     }
-    ++generation_;
-    fileStart_ = start;
-    announce();
 }
 
 void AudioEngine::stop() {
@@ -210,20 +224,22 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
     const double start = appState.regionStart();
     const double end = appState.regionEnd();
     const double pause = pauseOf(appState);
+    announce();
+    const std::int64_t announcement = announced_ ? announced_->id : 0;
     if (pause <= 0) {
-        playNext(start, end, 0);
+        playNext(start, end, announcement);
         return;
     }
     // The timer runs on: the position rests at the region's end.
-    if (engine_->runningOn() != continuation(appState)) {
+    if (engine_->runningOn() != announcement) {
         writePosition(); // the end, which the graph forgets
         stopWhatRunsOn();
     }
     mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
-                          [weak = weak_from_this(), generation, start, end, pause] {
+                          [weak = weak_from_this(), generation, start, end, announcement] {
                               const auto self = weak.lock();
                               if (self && self->isPlaying(generation))
-                                  self->playNext(start, end, pause);
+                                  self->playNext(start, end, announcement);
                           });
 }
 

@@ -2,15 +2,16 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include <QCoroTask>
 #include <QUrl>
 
-#include "audio/EngineGraph.h"
 #include "platform/desktop/BackgroundQueue.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/RepeatingTimer.h"
+#include "platform/sound/AudioGraph.h"
 
 namespace ambrel {
 
@@ -29,12 +30,16 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     /// Centre frequencies of the equaliser's bands in Hz, in band order.
     static constexpr std::array<float, 5> eqFrequencies = {60, 250, 1000, 4000, 12000};
 
+    /// Opens a file for playing. Off the main thread; throws AudioFileError.
+    using Open = std::function<std::shared_ptr<AudioFile>(const QUrl& url)>;
+    static std::shared_ptr<AudioFile> openLocally(const QUrl& url);
+
     /// The instance of the application, on the default sound device.
     static std::shared_ptr<AudioEngine> shared();
 
     /// Sets up the equaliser: five peaking bands an octave wide at 0 dB, bypassed.
-    static std::shared_ptr<AudioEngine> create(std::unique_ptr<EngineGraph> graph,
-                                               MainQueue& mainQueue);
+    static std::shared_ptr<AudioEngine> create(std::unique_ptr<AudioGraph> graph,
+                                               MainQueue& mainQueue, Open open = openLocally);
     ~AudioEngine();
 
     /// Where positions and the end of a region are written; not kept alive.
@@ -60,18 +65,19 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     void setEQGain(double gain, int band); ///< dB; a band that does not exist is ignored
 
   private:
-    using Completion = EngineGraph::Completion;
+    using Completion = AudioGraph::Completion;
 
-    AudioEngine(std::unique_ptr<EngineGraph> graph, MainQueue& mainQueue);
+    AudioEngine(std::unique_ptr<AudioGraph> graph, MainQueue& mainQueue, Open open);
     void setupEngine();
     bool isPlaying(std::int64_t generation) const;
     void handleCompletion(std::int64_t generation);
-    std::optional<Continuation> continuation(const PlaybackModel& appState) const;
-    std::optional<Continuation> segment(double start, double end) const;
+    std::optional<Announcement> segment(double start, double end) const;
+    std::optional<Announcement> following() const;
+    bool renewAnnouncement();
     Completion completionOf(std::int64_t segment);
     void announce();
     void stopWhatRunsOn();
-    void playNext(double start, double end, double pauseSeconds);
+    void playNext(double start, double end, std::int64_t announcement);
     void repeat(std::int64_t generation, const PlaybackModel& appState);
     void finish(std::int64_t generation, const std::shared_ptr<PlaybackModel>& appState);
     void stopAndRewind();
@@ -80,12 +86,15 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     void writePosition();
 
     MainQueue& mainQueue_;
-    std::unique_ptr<EngineGraph> engine_;
+    std::unique_ptr<AudioGraph> engine_;
+    Open open_;
     BackgroundQueue opens_;
     std::shared_ptr<AudioFile> audioFile_;
     std::int64_t generation_ = 0; ///< taken by every stop and every new segment
     bool isPaused_ = false;       ///< until the next stop or segment
     std::int64_t newestLoad_ = 0;
+    std::optional<Announcement> announced_; ///< what the graph was told to follow
+    std::int64_t announcements_ = 0;        ///< made so far
     std::unique_ptr<RepeatingTimer> positionTimer_;
     double fileStart_ = 0; ///< seconds; where the segment that plays begins
     std::weak_ptr<PlaybackModel> appState_;

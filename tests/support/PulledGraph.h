@@ -13,13 +13,14 @@ namespace ambrel::test {
 /// A graph that is pulled, playing one region after the other.
 struct PulledGraph {
     explicit PulledGraph(int deviceHz)
-        : output(new OfflineOutput(deviceHz)), graph(std::unique_ptr<AudioOutput>(output)) {
+        : output(new OfflineOutput(deviceHz)),
+          owned(AudioGraph::create(std::unique_ptr<AudioOutput>(output))), graph(*owned) {
         graph.start();
     }
 
     /// What was played before is stopped and gone.
     void play(const std::shared_ptr<AudioFile>& file, std::int64_t startFrame,
-              std::int64_t frameCount, const std::optional<Continuation>& next, double rate = 1,
+              std::int64_t frameCount, const std::optional<Announcement>& next, double rate = 1,
               double cents = 0) {
         graph.stop();
         std::vector<float> fading(2 * 1000);
@@ -50,7 +51,8 @@ struct PulledGraph {
     std::vector<float> pull(std::size_t frames) { return channelOf(pullStereo(frames), 0); }
 
     OfflineOutput* output;
-    AudioGraph graph;
+    std::unique_ptr<AudioGraph> owned;
+    AudioGraph& graph;
 };
 
 } // namespace ambrel::test

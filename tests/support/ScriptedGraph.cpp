@@ -34,7 +34,7 @@ void ScriptedGraph::start() {
 
 void ScriptedGraph::scheduleSegment(std::shared_ptr<AudioFile> scheduled, std::int64_t startFrame,
                                     std::int64_t frameCount, Completion completion,
-                                    const std::optional<Continuation>& next) {
+                                    const std::optional<Announcement>& next) {
     file = std::move(scheduled);
     calls << QStringLiteral("schedule %1+%2").arg(startFrame).arg(frameCount);
     completion_ = std::move(completion);
@@ -42,10 +42,10 @@ void ScriptedGraph::scheduleSegment(std::shared_ptr<AudioFile> scheduled, std::i
     running.reset();
 }
 
-bool ScriptedGraph::goOn(const Continuation& wanted, Completion completion) {
-    if (running != wanted)
+bool ScriptedGraph::adopt(std::int64_t id, Completion completion) {
+    if (running != id)
         return false;
-    calls << QStringLiteral("go on");
+    calls << QStringLiteral("adopt");
     running.reset();
     completion_ = std::move(completion);
     return true;

@@ -11,8 +11,8 @@
 #include <QStringList>
 #include <QUrl>
 
-#include "audio/EngineGraph.h"
 #include "platform/sound/AudioFile.h"
+#include "platform/sound/AudioGraph.h"
 
 namespace ambrel::test {
 
@@ -37,7 +37,7 @@ class SilentFile : public AudioFile {
 
 /// The sound graph as a list of the calls it got. A test says what opens, where the player is and
 /// when a segment ends.
-class ScriptedGraph : public EngineGraph {
+class ScriptedGraph : public AudioGraph {
   public:
     using Opening = std::function<std::shared_ptr<AudioFile>()>;
 
@@ -56,15 +56,15 @@ class ScriptedGraph : public EngineGraph {
     /// Opened so far, in order. Any thread.
     std::vector<QUrl> opened() const;
 
-    std::shared_ptr<AudioFile> open(const QUrl& url) override;
+    std::shared_ptr<AudioFile> open(const QUrl& url);
     bool isRunning() const override { return isRunning_; }
     void start() override;
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                          std::int64_t frameCount, Completion completion,
-                         const std::optional<Continuation>& next) override;
-    void setContinuation(const std::optional<Continuation>& next) override { following = next; }
-    std::optional<Continuation> runningOn() const override { return running; }
-    bool goOn(const Continuation& wanted, Completion completion) override;
+                         const std::optional<Announcement>& next) override;
+    void announce(const std::optional<Announcement>& next) override { following = next; }
+    std::optional<std::int64_t> runningOn() const override { return running; }
+    bool adopt(std::int64_t id, Completion completion) override;
     void play() override { calls << QStringLiteral("play"); }
     void pause() override { calls << QStringLiteral("pause"); }
     void stop() override;
@@ -77,8 +77,8 @@ class ScriptedGraph : public EngineGraph {
 
     QStringList calls;
     std::shared_ptr<AudioFile> file;       ///< of the segment scheduled last
-    std::optional<Continuation> following; ///< announced last
-    std::optional<Continuation> running;   ///< what runs on behind a completion
+    std::optional<Announcement> following; ///< announced last
+    std::optional<std::int64_t> running;   ///< what runs on behind a completion
     std::optional<double> time;
     float rate = 0;
     float pitch = 0;

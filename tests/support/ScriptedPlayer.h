@@ -19,7 +19,8 @@ struct ScriptedPlayer {
     std::shared_ptr<AppState> state = AppState::create(settings.store(), queue);
     ScriptedGraph* graph = new ScriptedGraph; ///< the engine's
     std::shared_ptr<AudioEngine> engine =
-        AudioEngine::create(std::unique_ptr<EngineGraph>(graph), queue);
+        AudioEngine::create(std::unique_ptr<AudioGraph>(graph), queue,
+                            [this](const QUrl& url) { return graph->open(url); });
 };
 
 } // namespace ambrel::test

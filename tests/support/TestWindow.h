@@ -34,7 +34,8 @@ struct TestWindow {
     ScriptedGraph* graph = new ScriptedGraph;
     std::shared_ptr<AppState> state = AppState::create(settings.store(), mainQueue);
     std::shared_ptr<AudioEngine> engine =
-        AudioEngine::create(std::unique_ptr<EngineGraph>(graph), mainQueue);
+        AudioEngine::create(std::unique_ptr<AudioGraph>(graph), mainQueue,
+                            [this](const QUrl& url) { return graph->open(url); });
     KeyHandler keyHandler{engine};
     QMainWindow window;
     KeyResponderNSView* responder = new KeyResponderNSView(state, engine, mainQueue, &window);

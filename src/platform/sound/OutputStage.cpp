@@ -138,13 +138,13 @@ void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcep
 
 void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {
     const RenderBlock& block = *ring_->front();
-    const PassBegin& pass = block.pass;
-    if (entry_.frames > 0 && (entry_.epoch != heardEpoch_ || entry_.pass != pass.pass)) {
+    const Pass& pass = block.pass;
+    if (entry_.frames > 0 && (entry_.epoch != heardEpoch_ || entry_.pass != pass.number)) {
         log_.write(entry_);
         entry_ = {};
     }
     if (entry_.frames == 0)
-        entry_ = {heardEpoch_, pass.pass, at, 0, from, to};
+        entry_ = {heardEpoch_, pass.number, at, 0, from, to};
     entry_.frames += static_cast<std::int64_t>(frames);
     entry_.fileFrameEnd = to;
     const std::int64_t pauseLeft =

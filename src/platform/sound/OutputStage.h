@@ -30,7 +30,7 @@ class OutputStage {
 
     /// How far that is.
     struct Place {
-        PassBegin pass;          ///< being handed over, or the next where one has ended
+        Pass pass;               ///< being handed over, or the next where one has ended
         double fileFrame = 0;    ///< counted from the pass's first
         double pauseSeconds = 0; ///< of silence that is left before it
     };
@@ -39,7 +39,7 @@ class OutputStage {
     struct Boundary {
         std::int64_t epoch = 0;
         std::int64_t outputFrame = 0; ///< handed over before it
-        PassBegin next;
+        Pass next;
     };
 
     /// `roomMade` is signalled when frames were taken, `segmentEnded` when a run's last was.

@@ -9,9 +9,10 @@
 namespace ambrel {
 
 RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
-    : wiring_(std::move(wiring)), player_(wiring_.player.ring()), sampleRateHz_(sampleRateHz),
-      framesAhead_(framesAhead), ring_(framesAhead), timePitch_(sampleRateHz, wiring_.ending),
-      equaliser_(sampleRateHz), fade_(sampleRateHz), thread_([this] { run(); }) {}
+    : wiring_(std::move(wiring)), sampleRateHz_(sampleRateHz), framesAhead_(framesAhead),
+      ring_(framesAhead), source_(wiring_.cache, sampleRateHz),
+      timePitch_(sampleRateHz, wiring_.ending), equaliser_(sampleRateHz), fade_(sampleRateHz),
+      thread_([this] { run(); }) {}
 
 RenderThread::~RenderThread() {
     ending_ = true;
@@ -28,17 +29,22 @@ void RenderThread::run() {
                 wiring_.wake.wait();
         } catch (...) {
             isBroken_ = true; // memory has run out, most likely
-            player_.refuse();
         }
     }
 }
 
 bool RenderThread::step() {
-    answerQuestion();
-    if (wiring_.demand && !canMeetDemand())
+    // Offline, what is set before frames are demanded counts for the first of them.
+    if (!isDemanded())
         return false;
+    takeRequest();
     const PlayGate::State gate = wiring_.gate.get();
-    if (run_.epoch != gate.epoch || isMade_) {
+    if (newest_ != gate.epoch)
+        return false;
+    updateSource();
+    if (wiring_.demand && !source_.isComplete())
+        return false;
+    if (epoch_ != gate.epoch || isMade_) {
         if (!enterRun(gate))
             return false;
     }
@@ -50,82 +56,81 @@ bool RenderThread::step() {
     return made > 0 || isMade_;
 }
 
-/// Offline: whether frames are demanded and the player has all that they can take. Before that
-/// nothing is done, not even begun, since what is set meanwhile counts.
-bool RenderThread::canMeetDemand() noexcept {
-    return wiring_.demand->load(std::memory_order_acquire) > 0 &&
-           wiring_.player.hasAhead(timePitch_.mostInput());
+bool RenderThread::isDemanded() noexcept {
+    return !wiring_.demand || wiring_.demand->load(std::memory_order_acquire) >
+                                  ring_.framesOf(wiring_.gate.get().epoch);
+}
+
+void RenderThread::takeRequest() {
+    const PlayRequest* request = wiring_.requests.take();
+    if (!request)
+        return;
+    if (request->epoch == newest_) {
+        source_.announce(request->next);
+        return;
+    }
+    newest_ = request->epoch;
+    source_.prepare(*request);
+}
+
+void RenderThread::updateSource() {
+    if (const auto replaced = source_.update(nextChangeable()))
+        timePitch_.replaceFrom(*replaced);
 }
 
 /// The run that is to be made next; false if there is none, or not yet.
 bool RenderThread::enterRun(PlayGate::State gate) {
-    const RunPlace* run = player_.next(gate.epoch);
-    const bool isFollowing = run_.epoch == gate.epoch;
-    if (!run || !gate.playing || (isFollowing && (isBroken_ || !player_.end().follows)))
+    if (!gate.playing)
         return false;
-    begin(*run);
+    if (epoch_ != gate.epoch) {
+        if (!source_.isReady())
+            return false;
+        source_.begin();
+        epoch_ = gate.epoch;
+        begin(0, false);
+        return true;
+    }
+    const double owed = framesOwed();
+    if (isBroken_ || !source_.beginNextRun())
+        return false;
+    begin(owed, true);
     return true;
 }
 
-void RenderThread::begin(const RunPlace& run) {
-    const bool isFollowing = run.epoch == run_.epoch;
-    const double pause = run.pauseFrames + (isFollowing ? framesOwed() : 0);
+/// `owed`: frames by which the pause before the run is longer than was asked for.
+void RenderThread::begin(double owed, bool isFollowing) {
+    constexpr double longestPauseSeconds = 1e6;
+    const double pause =
+        std::clamp(source_.pauseSeconds(), 0.0, longestPauseSeconds) * sampleRateHz_ + owed;
     pauseLeft_ = std::max<std::int64_t>(0, std::llround(pause));
     owed_ = pause - static_cast<double>(pauseLeft_);
-    run_ = run;
-    player_.enter();
     isMade_ = isBroken_ = false;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
     if (!isFollowing)
         block_.frames = 0;
-    block_.epoch = run.epoch;
+    block_.epoch = epoch_;
     block_.pauseFrames = pauseLeft_;
-    place_ = player_.passes().at(0);
+    place_ = source_.placeAt(0);
     block_.fileFrameBegin = place_.fileFrame;
     applySettings();
-    timePitch_.begin(player_.end().frame);
+    timePitch_.begin(*source_.runEnd());
     if (!isFollowing)
         equaliser_.reset();
-    tellProgress();
 }
 
 /// What rounding to whole frames has taken from the runs so far; a pause makes up for it.
 double RenderThread::framesOwed() noexcept {
     constexpr double most = RenderBlock::capacity;
-    const RunEnd end = player_.end();
-    const double cut = (end.exactFrame - static_cast<double>(end.frame)) / timePitch_.rate();
+    const double cut = source_.framesCut() / timePitch_.rate();
     return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
-}
-
-void RenderThread::answerQuestion() {
-    BranchQuestion& question = player_.question();
-    if (!question.take())
-        return;
-    const bool accepted = accepts(question.point());
-    tellProgress();
-    player_.answer(accepted);
-}
-
-/// Whether what was announced still reaches what is to be made in time.
-bool RenderThread::accepts(const BranchPoint& point) {
-    if (point.epoch != run_.epoch || point.run > run_.run)
-        return player_.branch(point);
-    if (point.run < run_.run || point.boundary < nextChangeable())
-        return false;
-    const bool isNewEndOnly = point.frame >= std::min(point.end.frame, player_.end().frame);
-    if (!player_.branch(point))
-        return false;
-    if (!isNewEndOnly)
-        timePitch_.replaceFrom(point.frame);
-    return true;
 }
 
 /// Frames that may still be made.
 std::size_t RenderThread::room() const noexcept {
     const std::size_t target =
         wiring_.demand ? wiring_.demand->load(std::memory_order_acquire) : framesAhead_;
-    const std::size_t made = ring_.framesOf(run_.epoch) + block_.frames;
+    const std::size_t made = ring_.framesOf(epoch_) + block_.frames;
     return target > made ? target - made : 0;
 }
 
@@ -147,7 +152,7 @@ std::size_t RenderThread::makeFrames(std::size_t frames) {
         return 0;
     applySettings();
     float* stereo = block_.samples.data() + 2 * block_.frames;
-    const std::size_t made = timePitch_.process(player_, stereo, frames);
+    const std::size_t made = timePitch_.process(source_, stereo, frames);
     equaliser_.process(stereo, made);
     fadeStart(stereo, made);
     fadeEnd(stereo, made);
@@ -167,26 +172,24 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
 
 /// Sends the block on its way if it is full, a pass ends, or no more may be made now.
 void RenderThread::finishFrames() noexcept {
-    const PassMap::Place before = place_;
-    const PassMap::Place now = player_.passes().at(timePitch_.position());
+    const RunTimeline::Place before = place_;
+    const RunTimeline::Place now = source_.placeAt(timePitch_.position());
     // A stretcher that takes over may stand a little further back; a pass ends only once, and its
     // play head does not go back.
-    if (pauseLeft_ == 0 &&
-        std::pair(now.pass.pass, now.fileFrame) >= std::pair(before.pass.pass, before.fileFrame))
+    if (pauseLeft_ == 0 && std::pair(now.pass.number, now.fileFrame) >=
+                               std::pair(before.pass.number, before.fileFrame))
         place_ = now;
-    const RunEnd end = player_.end();
     const bool isRunOver = isMade_ && pauseLeft_ == 0;
-    const bool isSeam = place_.pass.pass > before.pass.pass;
-    block_.last = isRunOver && (isBroken_ || !end.follows);
-    block_.passEnds = isSeam || (isRunOver && !block_.last);
-    block_.next = isRunOver ? end.next : place_.pass;
+    const std::optional<Pass> after = isRunOver && !isBroken_ ? source_.afterEnd() : std::nullopt;
+    const bool isBoundary = place_.pass.number > before.pass.number;
+    block_.last = isRunOver && !after;
+    block_.passEnds = isBoundary || after;
+    block_.next = after.value_or(place_.pass);
     block_.pass = before.pass;
     block_.fileFrameEnd =
-        isSeam || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
+        isBoundary || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
     const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
-    // Before the block: whoever waits for it may announce something next.
-    tellProgress();
-    if (isRunOver || isSeam || block_.frames == RenderBlock::capacity || isDemandMet)
+    if (isRunOver || isBoundary || block_.frames == RenderBlock::capacity || isDemandMet)
         push();
 }
 
@@ -199,18 +202,15 @@ void RenderThread::push() noexcept {
         wiring_.demandMet.signal();
 }
 
-void RenderThread::tellProgress() noexcept {
-    player_.setProgress({run_.epoch, run_.run, nextChangeable()});
-}
-
-/// The first frame of the run that a pass may still end at otherwise than was announced: the seam
-/// before it, 5 ms long, has not begun at normal speed.
-std::int64_t RenderThread::nextChangeable() const noexcept {
+/// The first frame of the run that a pass may still end at otherwise than was announced: the
+/// crossfade before it, 5 ms long, has not begun at normal speed.
+double RenderThread::nextChangeable() const noexcept {
     constexpr double noticeSeconds = 0.01;
+    if (epoch_ != newest_)
+        return 0;
     if (isMade_)
-        return PassCourse::open;
-    const double notice = noticeSeconds * sampleRateHz_ * timePitch_.rate();
-    return static_cast<std::int64_t>(std::ceil(timePitch_.position() + notice));
+        return double(RunTimeline::open);
+    return std::ceil(timePitch_.position() + noticeSeconds * sampleRateHz_ * timePitch_.rate());
 }
 
 /// The first 3 ms of a run that follows a pause; the first of a segment is faded where it is heard.

@@ -10,10 +10,11 @@
 #include "platform/sound/EqualiserUnit.h"
 #include "platform/sound/Fade.h"
 #include "platform/sound/PlayGate.h"
-#include "platform/sound/PlayerNode.h"
 #include "platform/sound/RenderRing.h"
 #include "platform/sound/TimePitchUnit.h"
 #include "platform/sound/WakeUp.h"
+#include "platform/sound/play/Mailbox.h"
+#include "platform/sound/play/RunSource.h"
 
 namespace ambrel {
 
@@ -30,20 +31,21 @@ struct SoundSettings {
     std::array<Band, EqualiserUnit::bandCount> bands;
 };
 
-/// Runs player → time-pitch → equaliser into the ring, a block of 64 frames at a time, and sleeps
-/// while the ring is full, the player has nothing, or nothing is played.
+/// Runs passes → time-pitch → equaliser into the ring, a block of 64 frames at a time, and sleeps
+/// while the ring is full, the cache has nothing, or nothing is played.
 ///
 /// Should anything be thrown on the way, memory having run out, the segment ends there.
 ///
 /// Paced by a device it keeps a fixed number of frames ahead. Pulled offline it makes just the
-/// frames demanded, and only from a player that is far enough ahead, so that neither the speed of
+/// frames demanded, and only once the cache has all that is wanted, so that neither the speed of
 /// the disk nor that of the machine has a say in what comes out.
 class RenderThread {
   public:
     struct Wiring {
         const PlayGate& gate;
         const SoundSettings& settings;
-        PlayerNode& player;
+        Mailbox<PlayRequest>& requests;
+        FrameCache& cache;
         WakeUp& wake;                           ///< what the thread sleeps on
         WakeUp& demandMet;                      ///< offline: signalled when frames were pushed
         const std::atomic<std::size_t>* demand; ///< offline: frames to make; none when paced
@@ -60,32 +62,32 @@ class RenderThread {
   private:
     void run();
     bool step();
-    bool canMeetDemand() noexcept;
+    bool isDemanded() noexcept;
+    void takeRequest();
+    void updateSource();
     bool enterRun(PlayGate::State gate);
-    void begin(const RunPlace& run);
+    void begin(double pauseFrames, bool isFollowing);
     double framesOwed() noexcept;
-    void answerQuestion();
-    bool accepts(const BranchPoint& point);
     std::size_t room() const noexcept;
     void applySettings() noexcept;
     std::size_t makeFrames(std::size_t frames);
     std::size_t makePause(std::size_t frames) noexcept;
     void finishFrames() noexcept;
     void push() noexcept;
-    void tellProgress() noexcept;
-    std::int64_t nextChangeable() const noexcept;
+    double nextChangeable() const noexcept;
     void fadeStart(float* stereo, std::size_t frames) noexcept;
     void fadeEnd(float* stereo, std::size_t frames) noexcept;
 
     Wiring wiring_;
-    PlayerRing& player_;
     int sampleRateHz_;
     std::size_t framesAhead_;
     RenderRing ring_;
+    RunSource source_;
     TimePitchUnit timePitch_;
     EqualiserUnit equaliser_;
     Fade fade_;
-    RunPlace run_;
+    std::int64_t epoch_ = 0;  ///< of the run being made
+    std::int64_t newest_ = 0; ///< of the newest request
     RenderBlock block_;
     bool isMade_ = true;         ///< the run, to its last frame
     bool isBroken_ = false;      ///< something was thrown: the segment ends here
@@ -93,7 +95,7 @@ class RenderThread {
     double owed_ = 0;            ///< frames by which the runs of the segment end too early
     std::size_t fadeInStep_ = 0; ///< of a run that follows a pause
     float endGain_ = 1;          ///< of the fade at the run's end
-    PassMap::Place place_;       ///< of the next frame made
+    RunTimeline::Place place_;   ///< of the next frame made
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

@@ -39,26 +39,23 @@ void SegmentWatch::drop() {
     wiring_.wake.signal();
 }
 
-std::optional<Continuation> SegmentWatch::followingLocked() const {
-    if (!current_.empty() || !newest_)
-        return std::nullopt;
-    return Continuation{newest_->startFrame, newest_->frameCount, newest_->pauseSeconds};
+std::optional<Pass> SegmentWatch::followingLocked() const {
+    return current_.empty() ? newest_ : std::nullopt;
 }
 
-std::optional<Continuation> SegmentWatch::following() const {
+std::optional<Pass> SegmentWatch::following() const {
     const std::scoped_lock lock(mutex_);
     return followingLocked();
 }
 
-bool SegmentWatch::goOn(const Continuation& wanted, Completion completion) {
+std::optional<Pass> SegmentWatch::adopt(std::int64_t announcement, Completion completion) {
     const std::scoped_lock lock(mutex_);
-    if (followingLocked() != wanted)
-        return false;
-    pass_ = newest_->pass;
-    newest_.reset();
+    if (!followingLocked() || newest_->announcement != announcement)
+        return std::nullopt;
     current_.push_back(std::move(completion));
+    pass_ = newest_->number;
     wiring_.wake.signal();
-    return true;
+    return std::exchange(newest_, std::nullopt);
 }
 
 std::int64_t SegmentWatch::watchedPass() const {
@@ -93,7 +90,7 @@ void SegmentWatch::hearBoundaries() {
         wiring_.stage.dropBoundary();
     }
     // What is paused completes nothing before it goes on.
-    if (newest_ && newest_->pass > pass_ && active_)
+    if (newest_ && newest_->number > pass_ && active_)
         due_.splice(due_.end(), current_);
     if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
         // What went by unwatched ended with it.

@@ -18,7 +18,7 @@ namespace ambrel {
 /// frame has been heard, when it is dropped, or at the end of the watch. The same thread notices
 /// that nothing has been playing for a while. What a completion throws is dropped.
 ///
-/// A pass that follows another without being told to is watched from goOn() on. Those that go by
+/// A pass that follows another without being told to is watched from adopt() on. Those that go by
 /// before that count as one.
 ///
 /// It is apart from the decode thread, which a slow disk may hold up, and from the render thread,
@@ -45,12 +45,13 @@ class SegmentWatch {
     void add(std::int64_t firstEpoch, Completion completion);
     void drop();
 
-    /// What began when the watched pass had been heard; absent as long as that has not been, or if
-    /// the sound ended there.
-    std::optional<Continuation> following() const;
+    /// The pass that began when the watched one had been heard; absent as long as that has not
+    /// been, or if the sound ended there.
+    std::optional<Pass> following() const;
 
-    /// Watches the newest pass that has begun, instead of the one before. False if it is not this.
-    bool goOn(const Continuation& wanted, Completion completion);
+    /// Watches the newest pass that has begun, instead of the one before, and gives it. Absent if
+    /// it was not played for this announcement.
+    std::optional<Pass> adopt(std::int64_t announcement, Completion completion);
 
     /// The number of the pass watched, counted from the segment's first.
     std::int64_t watchedPass() const;
@@ -61,7 +62,7 @@ class SegmentWatch {
 
   private:
     void run();
-    std::optional<Continuation> followingLocked() const;
+    std::optional<Pass> followingLocked() const;
     bool isEndOnItsWay() const;
     void hearBoundaries();
     Completion takeDue() noexcept;
@@ -71,9 +72,9 @@ class SegmentWatch {
     mutable std::mutex mutex_;
     std::int64_t firstEpoch_ = 0;
     // Lists, so that a completion can be handed on where memory has run out.
-    std::list<Completion> current_;   ///< none or one
-    std::int64_t pass_ = 0;           ///< watched
-    std::optional<PassBegin> newest_; ///< that began behind it
+    std::list<Completion> current_; ///< none or one
+    std::int64_t pass_ = 0;         ///< watched
+    std::optional<Pass> newest_;    ///< that began behind it
     std::list<Completion> due_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;

@@ -27,7 +27,7 @@ class TimePitchUnit {
   public:
     explicit TimePitchUnit(int sampleRateHz, const std::stop_token& stop = {});
 
-    /// What comes next is a run of `frames` frames, PassCourse::open if it has no end yet. The
+    /// What comes next is a run of `frames` frames, RunTimeline::open if it has no end yet. The
     /// source may tell another length on the way.
     void begin(std::int64_t frames);
 

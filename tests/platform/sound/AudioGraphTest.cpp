@@ -31,7 +31,8 @@ const std::thread::id ownThread = std::this_thread::get_id();
 /// A graph that is pulled, with the output to pull it by.
 struct Offline {
     explicit Offline(int sampleRateHz = rateHz)
-        : output(new OfflineOutput(sampleRateHz)), graph(std::unique_ptr<AudioOutput>(output)) {
+        : output(new OfflineOutput(sampleRateHz)),
+          owned(AudioGraph::create(std::unique_ptr<AudioOutput>(output))), graph(*owned) {
         graph.start();
     }
 
@@ -47,14 +48,15 @@ struct Offline {
     }
 
     OfflineOutput* output;
-    AudioGraph graph;
+    std::unique_ptr<AudioGraph> owned;
+    AudioGraph& graph;
 };
 
 /// A graph on a device that runs by a clock.
 struct Clocked {
     explicit Clocked(std::size_t request = 512, double speed = 1)
         : output(new test::ClockedOutput(rateHz, request, speed)),
-          graph(std::unique_ptr<AudioOutput>(output)) {
+          owned(AudioGraph::create(std::unique_ptr<AudioOutput>(output))), graph(*owned) {
         graph.start();
     }
 
@@ -78,7 +80,8 @@ struct Clocked {
     }
 
     test::ClockedOutput* output;
-    AudioGraph graph;
+    std::unique_ptr<AudioGraph> owned;
+    AudioGraph& graph;
 };
 
 /// A device that is still opening when it is no longer wanted.
@@ -299,7 +302,7 @@ void AudioGraphTest::endsAtOnceWhileADeviceOpens() {
     const std::clock_t began = std::clock(); // of processor time, however busy the machine is
     { const TimePitchUnit warmedUp(rateHz); }
     const std::clock_t whole = std::clock() - began;
-    AudioGraph(std::make_unique<OpeningOutput>());
+    AudioGraph::create(std::make_unique<OpeningOutput>());
     QCOMPARE_LT(std::clock() - began - whole, whole / 3);
 }
 
@@ -328,7 +331,8 @@ void AudioGraphTest::bearsRunningOutOfMemory() {
     const auto file = SyntheticFile::sine(rateHz, rateHz / 2, 440);
     std::atomic<int> completions{0};
     isMemoryOut = true;
-    AudioGraph graph(std::make_unique<NullOutput>(rateHz));
+    const auto owned = AudioGraph::create(std::make_unique<NullOutput>(rateHz));
+    AudioGraph& graph = *owned;
     graph.start();
     QTRY_VERIFY(refusals > 0); // what renders cannot be made; later, no segment can be read
     for (const bool isOut : {false, true, true, false}) {

@@ -67,13 +67,14 @@ class DevicesTest : public QObject {
         constexpr int firstHz = 44'100, secondHz = 32'000, thirdHz = 48'000;
         const auto file = SyntheticFile::numbered(thirdHz, 60'000);
         auto* const output = new ClockedOutput(firstHz, firstHz / 100, 1);
-        AudioGraph graph{std::unique_ptr<AudioOutput>(output)};
+        const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+        AudioGraph& graph = *owned;
         const auto isSilent = [&](std::size_t frames) {
             return rms(output->lastFrames(frames)) == 0;
         };
         graph.start();
         graph.scheduleSegment(
-            file, 5'000, 9'600, [] {}, Continuation{5'000, 9'600, 1.0});
+            file, 5'000, 9'600, [] {}, Announcement{1, 5'000, 9'600, 1.0});
         graph.play();
         QTRY_VERIFY(!isSilent(100));
         QTRY_VERIFY(isSilent(firstHz / 5));

@@ -56,7 +56,7 @@ class LoopTest : public QObject {
         QFETCH(double, pause);
         QFETCH(int, passes);
         const auto file = SyntheticFile::numbered(rateHz, 60000);
-        loop_.play(file, 12345, count, Continuation{12345, count, pause, passes - 1});
+        loop_.play(file, 12345, count, Announcement{1, 12345, count, pause, passes - 1});
         const std::int64_t gap = std::llround(pause * rateHz);
         const std::int64_t total = passes * (count + gap) - gap;
         const std::vector<float> heard = loop_.pull(std::size_t(total + 1000));
@@ -86,7 +86,7 @@ class LoopTest : public QObject {
         QFETCH(double, cents);
         // Whole periods of 441 Hz, so that what is looped is one tone without an end.
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
-        loop_.play(file, 4410, 8000, Continuation{4410, 8000}, rate, cents);
+        loop_.play(file, 4410, 8000, Announcement{1, 4410, 8000}, rate, cents);
         const std::vector<float> heard = loop_.pull(std::size_t(rate < 0.1 ? 6 : 2) * rateHz);
         const auto [quietest, loudest] =
             test::levelRange(std::span(heard).subspan(rateHz / 2), rateHz);
@@ -111,7 +111,7 @@ class LoopTest : public QObject {
         constexpr std::int64_t count = 4007;
         constexpr int passes = 60;
         PulledGraph& loop = deviceHz == rateHz ? loop_ : otherRate_;
-        loop.play(clicks(60000, 60000), 0, count, Continuation{0, count}, rate);
+        loop.play(clicks(60000, 60000), 0, count, Announcement{1, 0, count}, rate);
         const double perPass = double(count) / rateHz / rate * deviceHz;
         const std::vector<float> heard = loop.pull(std::size_t(perPass * passes));
         // Where the click's energy lies in each pass, beside where it lies in the tenth.
@@ -149,15 +149,16 @@ class LoopTest : public QObject {
                 0.5F * float(std::sin(2 * std::numbers::pi * hz * double(frame) / rateHz));
             return std::pair(value, value);
         });
-        using Next = std::optional<Continuation>;
-        const Next none, same = Continuation{part, part}, other = Continuation{3 * part, part},
-                         paused = Continuation{3 * part, part, 0.1};
+        using Next = std::optional<Announcement>;
+        const Next none, same = Announcement{1, part, part},
+                         other = Announcement{2, 3 * part, part},
+                         paused = Announcement{3, 3 * part, part, 0.1};
         for (const auto& [first, then] : std::vector<std::pair<Next, Next>>{
                  {none, same}, {same, none}, {same, other}, {other, paused}, {paused, same}}) {
             loop_.play(tones, part, part, first, rate);
             const auto passFrames = std::size_t(part / rate);
             std::vector<float> heard = loop_.pull(passFrames - std::size_t(before) * rateHz / 1000);
-            loop_.graph.setContinuation(then);
+            loop_.graph.announce(then);
             const std::vector<float> rest = loop_.pull(rateHz);
             heard.insert(heard.end(), rest.begin(), rest.end());
             const auto toneAt = [&](std::size_t from, double hz) {
@@ -186,7 +187,7 @@ class LoopTest : public QObject {
         constexpr double rate = 2.5, pause = 0.02;
         constexpr std::int64_t count = 882;
         loop_.play(SyntheticFile::sine(rateHz, rateHz, 441), 4410, count,
-                   Continuation{4410, count, pause, passes - 1}, rate);
+                   Announcement{1, 4410, count, pause, passes - 1}, rate);
         const double expected = passes * count / rate + (passes - 1) * pause * rateHz;
         QCOMPARE_LT(std::abs(double(loop_.pull(2 * std::size_t(expected)).size()) - expected), 1.0);
     }
@@ -194,13 +195,13 @@ class LoopTest : public QObject {
     void aTinyLoopRunsForEver() {
         const auto file = SyntheticFile::sine(rateHz, rateHz, 441);
         for (const float rate : {1.0F, 3.0F}) {
-            loop_.play(file, 4410, 44, Continuation{4410, 44}, rate);
+            loop_.play(file, 4410, 44, Announcement{1, 4410, 44}, rate);
             const std::vector<float> heard = loop_.pull(5 * rateHz);
             QCOMPARE(heard.size(), std::size_t(5 * rateHz));
             const auto [quietest, loudest] =
                 test::levelRange(std::span(heard).subspan(rateHz), rateHz);
             QVERIFY(quietest > -1.5 && loudest < 1.5);
-            loop_.graph.setContinuation(std::nullopt);
+            loop_.graph.announce(std::nullopt);
             QVERIFY(loop_.pull(rateHz).size() < rateHz / 5);
         }
     }

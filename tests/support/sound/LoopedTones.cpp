@@ -16,7 +16,7 @@ constexpr int rateHz = 44'100;
 constexpr auto passFrames = static_cast<std::int64_t>(LoopedTones::passSeconds * rateHz);
 /// The region lies inside its file, so that the seam has frames before it.
 constexpr std::int64_t startFrame = passFrames;
-constexpr Continuation samePass{startFrame, passFrames};
+constexpr Announcement samePass{1, startFrame, passFrames};
 
 float tone(double hz, std::int64_t frame) {
     const double periods = std::fmod(hz * double(frame) / rateHz, 1.0);
@@ -41,7 +41,7 @@ LoopedTones::Account LoopedTones::finish() {
 }
 
 void LoopedTones::run() {
-    graph_ = std::make_unique<AudioGraph>(std::make_unique<TappedDevice>(counter_));
+    graph_ = AudioGraph::create(std::make_unique<TappedDevice>(counter_));
     const auto file = tones();
     const auto schedule = [&] {
         graph_->scheduleSegment(file, startFrame, passFrames, nextCompletion(), samePass);
@@ -52,7 +52,7 @@ void LoopedTones::run() {
     while (!ending_) {
         const auto begin = Clock::now();
         look();
-        if (*completed_.back() > 0 && !graph_->goOn(samePass, nextCompletion())) {
+        if (*completed_.back() > 0 && !graph_->adopt(samePass.id, nextCompletion())) {
             ++account_.refused;
             --account_.passes;
             completed_.pop_back();

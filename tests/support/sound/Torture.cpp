@@ -27,7 +27,7 @@ Torture::Torture(std::uint64_t seed, bool trace) : random_(seed), trace_(trace) 
     deviceHz_ = rates[std::size_t(between(0, rates.size() - 1))];
     auto output = std::make_unique<OfflineOutput>(deviceHz_);
     output_ = output.get();
-    graph_ = std::make_unique<AudioGraph>(std::move(output));
+    graph_ = AudioGraph::create(std::move(output));
     graph_->start();
     for (const int rateHz : {44100, 44100, 48000}) {
         const std::int64_t period = between(shortestPeriod, longestPeriod);
@@ -62,10 +62,10 @@ std::int64_t Torture::spread(std::int64_t least, std::int64_t most) {
     return std::llround(double(least) * std::pow(double(most) / double(least), where));
 }
 
-std::optional<Continuation> Torture::region() {
+std::optional<Announcement> Torture::region() {
     const std::int64_t length = file_.tone->length();
     const std::int64_t grid = isSmooth_ ? file_.period : 1;
-    Continuation region;
+    Announcement region;
     region.frameCount =
         (spread(isSmooth_ ? shortestSmoothPass : shortestPass, length) + grid - 1) / grid * grid;
     region.startFrame = between(0, length - region.frameCount) / grid * grid;
@@ -74,6 +74,8 @@ std::optional<Continuation> Torture::region() {
         region.passes = between(1, 3);
     if (oneIn(5))
         return std::nullopt;
+    announced_.push_back(region.frameCount);
+    region.id = std::int64_t(announced_.size());
     note("%g + %g, pause %g, %g times", double(region.startFrame), double(region.frameCount),
          region.pauseSeconds, double(region.passes));
     return region;
@@ -95,7 +97,7 @@ void Torture::step() {
         Kind{3, "pitch", &Torture::changePitch},
         Kind{2, "equaliser", &Torture::changeEqualiser},
         Kind{6, "announce", &Torture::announce},
-        Kind{3, "go on", &Torture::goOn},
+        Kind{3, "adopt", &Torture::adopt},
         Kind{8, "nothing", nullptr},
     };
     int total = 0;
@@ -121,8 +123,8 @@ void Torture::load() {
 
 void Torture::schedule() {
     drop();
-    const Continuation pass = region().value_or(Continuation{0, file_.tone->length()});
-    const std::optional<Continuation> next = region();
+    const Announcement pass = region().value_or(Announcement{1, 0, file_.tone->length()});
+    const std::optional<Announcement> next = region();
     passes_.push_back({});
     passes_.back().frames = pass.frameCount;
     ++result_.segments;
@@ -189,18 +191,18 @@ void Torture::changeEqualiser() {
 /// As a drag does, several times before anything more is heard.
 void Torture::announce() {
     for (std::int64_t times = oneIn(3) ? between(2, 6) : 1; times > 0; --times) {
-        const std::optional<Continuation> next = region();
+        const std::optional<Announcement> next = region();
         mayPause_ = mayPause_ || (next && next->pauseSeconds > 0);
-        graph_->setContinuation(next);
+        graph_->announce(next);
     }
 }
 
-void Torture::goOn() {
-    const std::optional<Continuation> running = graph_->runningOn();
+void Torture::adopt() {
+    const std::optional<std::int64_t> running = graph_->runningOn();
     Pass pass;
-    if (!running || !graph_->goOn(*running, [count = pass.completions] { ++*count; }))
+    if (!running || !graph_->adopt(*running, [count = pass.completions] { ++*count; }))
         return;
-    pass.frames = running->frameCount;
+    pass.frames = announced_[std::size_t(*running - 1)];
     passes_.push_back(pass);
     lastPosition_ = -1;
 }

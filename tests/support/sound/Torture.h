@@ -58,7 +58,7 @@ class Torture {
     void changePitch();
     void changeEqualiser();
     void announce();
-    void goOn();
+    void adopt();
 
     void pull(std::size_t frames);
     void listen(const std::vector<float>& stereo, std::size_t played);
@@ -71,7 +71,7 @@ class Torture {
     std::int64_t between(std::int64_t least, std::int64_t most);
     std::int64_t spread(std::int64_t least, std::int64_t most);
     bool oneIn(int times) { return between(1, times) == 1; }
-    std::optional<Continuation> region();
+    std::optional<Announcement> region();
 
     std::mt19937_64 random_;
     bool trace_;
@@ -86,6 +86,7 @@ class Torture {
 
     std::vector<Pass> passes_; ///< all that were ever to be completed
     bool isSmooth_ = true;     ///< regions lie on whole periods, so that every tone runs through
+    std::vector<std::int64_t> announced_; ///< frames in a pass, by the announcement's id less 1
     bool isScheduled_ = false;
     bool isPlaying_ = false;
     bool mayPause_ = false;    ///< silence may be part of what plays

@@ -2,7 +2,6 @@
 
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
-#include "audio/SoundEngineGraph.h"
 #include "platform/sound/NullOutput.h"
 #include "support/MediaMaker.h"
 
@@ -41,7 +40,7 @@ class NotingModel : public PlaybackModel {
 } // namespace
 
 /// The engine's rules on the real graph and a real file; in real time, heard by nobody.
-class SoundEngineGraphTest : public QObject {
+class EngineOnSoundTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
@@ -49,8 +48,8 @@ class SoundEngineGraphTest : public QObject {
         const auto file = media_.wav("phrase.wav", test::MediaMaker::phrase(1));
         MainQueue queue;
         const auto model = std::make_shared<NotingModel>();
-        auto engine = AudioEngine::create(
-            std::make_unique<SoundEngineGraph>(std::make_unique<NullOutput>()), queue);
+        auto engine =
+            AudioEngine::create(AudioGraph::create(std::make_unique<NullOutput>()), queue);
         engine->setAppState(model);
         auto loading = engine->load(QUrl::fromLocalFile(QString::fromStdString(file.string())));
         QTRY_VERIFY(loading.isReady());
@@ -88,5 +87,5 @@ class SoundEngineGraphTest : public QObject {
     test::MediaMaker media_;
 };
 
-QTEST_GUILESS_MAIN(SoundEngineGraphTest)
-#include "SoundEngineGraphTest.moc"
+QTEST_GUILESS_MAIN(EngineOnSoundTest)
+#include "EngineOnSoundTest.moc"
