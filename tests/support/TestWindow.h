@@ -60,10 +60,14 @@ struct TestWindow {
 
     /// As the loader leaves it, with the region from 1 s to 3 s.
     void showFile(const QString& name = QStringLiteral("song.wav")) {
-        state->setAudioFileURL(QUrl::fromLocalFile(u"/music/"_qs + name));
+        const QUrl file = QUrl::fromLocalFile(u"/music/"_qs + name);
+        graph->addFile(file, 10);
+        QCoro::waitFor(engine->load(file));
+        graph->takeCalls();
+        state->setAudioFileURL(file);
+        state->beginSettings(file);
         state->setAudioDuration(10);
-        state->setRegionStart(1);
-        state->setRegionEnd(3);
+        state->setRegion(1, 3);
         state->setWaveformSamples({0.5F, 1.0F, 0.25F});
         state->setLoadingState(LoadingState::loaded());
     }

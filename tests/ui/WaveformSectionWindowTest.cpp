@@ -28,9 +28,11 @@ class WaveformSectionWindowTest : public QObject {
         auto graph = std::make_unique<test::ScriptedGraph>();
         graph_ = graph.get();
         graph_->addFile(file_, 100);
-        engine_ = AudioEngine::create(std::move(graph), MainQueue::shared());
+        engine_ = AudioEngine::create(std::move(graph), MainQueue::shared(),
+                                      [this](const QUrl& url) { return graph_->open(url); });
         QCoro::waitFor(engine_->load(file_));
         state_->setAudioFileURL(file_);
+        state_->beginSettings(file_);
         state_->setAudioDuration(100);
         state_->resetToDefaults(100);
         state_->setWaveformSamples(std::vector<float>(2000, 1.0F));
