@@ -7,7 +7,7 @@
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/DeviceOutput.h"
+#include "platform/sound/device/DeviceOutput.h"
 #include "support/sound/GapCounter.h"
 
 #include <benchmark/benchmark.h>

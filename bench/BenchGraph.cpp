@@ -12,8 +12,8 @@
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/AudioOutput.h"
-#include "platform/sound/OfflineOutput.h"
-#include "platform/sound/Stretcher.h"
+#include "platform/sound/device/OfflineOutput.h"
+#include "platform/sound/stretch/Stretcher.h"
 
 namespace {
 

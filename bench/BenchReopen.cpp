@@ -14,7 +14,7 @@
 #include "BenchWindow.h"
 #include "audio/LocalPath.h"
 #include "platform/sound/AudioFile.h"
-#include "ui/KeyHandler.h"
+#include "ui/window/KeyHandler.h"
 
 using namespace ambrel;
 

@@ -17,9 +17,9 @@
 #include "platform/store/Preferences.h"
 #include "store/DownloadSettingsStore.h"
 #include "store/SettingsStore.h"
-#include "ui/SettingsScene.h"
-#include "ui/SettingsWindow.h"
-#include "ui/TextLabel.h"
+#include "ui/controls/TextLabel.h"
+#include "ui/settings/SettingsScene.h"
+#include "ui/settings/SettingsWindow.h"
 #include "waveform/WaveformCache.h"
 
 using namespace ambrel;

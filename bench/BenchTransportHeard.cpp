@@ -11,7 +11,7 @@
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/DeviceOutput.h"
+#include "platform/sound/device/DeviceOutput.h"
 #include "support/MediaMaker.h"
 #include "support/PrivateSoundServer.h"
 #include "support/SoundMeasures.h"

@@ -14,7 +14,7 @@
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
-#include "ui/ContentView.h"
+#include "ui/window/ContentView.h"
 #include "waveform/WaveformCache.h"
 
 namespace ambrel {

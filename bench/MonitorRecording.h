@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/sound/Doorbell.h"
+#include "platform/sound/device/Doorbell.h"
 
 namespace ambrel::bench {
 

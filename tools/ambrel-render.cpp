@@ -20,7 +20,7 @@
 #include "ambrel-render-wav.h"
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/OfflineOutput.h"
+#include "platform/sound/device/OfflineOutput.h"
 
 using namespace ambrel;
 

@@ -15,9 +15,9 @@
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
-#include "ui/ContentView.h"
-#include "ui/KeyResponderNSView.h"
-#include "ui/Theme.h"
+#include "ui/controls/Theme.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KeyResponderNSView.h"
 #include "waveform/WaveformCache.h"
 
 namespace ambrel {

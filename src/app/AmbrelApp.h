@@ -8,8 +8,8 @@
 
 #include "app/AppDelegate.h"
 #include "app/AppState.h"
-#include "ui/KeyHandler.h"
-#include "ui/SettingsScene.h"
+#include "ui/settings/SettingsScene.h"
+#include "ui/window/KeyHandler.h"
 
 namespace ambrel {
 

@@ -5,7 +5,7 @@
 #include <QApplication>
 
 #include "app/AppState.h"
-#include "ui/Symbols.h"
+#include "ui/controls/Symbols.h"
 
 namespace ambrel {
 

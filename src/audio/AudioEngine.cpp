@@ -6,7 +6,7 @@
 #include "audio/LocalPath.h"
 #include "audio/PlaybackModel.h"
 #include "platform/sound/AudioFile.h"
-#include "platform/sound/DeviceOutput.h"
+#include "platform/sound/device/DeviceOutput.h"
 
 namespace ambrel {
 namespace {

@@ -13,13 +13,13 @@
 #include "app/TypedNumber.h"
 #include "download/URLDownloader.h"
 #include "store/DownloadSettingsStore.h"
-#include "ui/ErrorText.h"
-#include "ui/FolderLabel.h"
-#include "ui/FolderPanel.h"
-#include "ui/PushButton.h"
-#include "ui/SheetBlocker.h"
-#include "ui/Spinner.h"
-#include "ui/TextLabel.h"
+#include "ui/controls/ErrorText.h"
+#include "ui/controls/FolderLabel.h"
+#include "ui/controls/PushButton.h"
+#include "ui/controls/Spinner.h"
+#include "ui/controls/TextLabel.h"
+#include "ui/sheets/FolderPanel.h"
+#include "ui/sheets/SheetBlocker.h"
 
 namespace ambrel {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
-#include "platform/sound/NullOutput.h"
+#include "platform/sound/device/NullOutput.h"
 #include "support/MediaMaker.h"
 
 using namespace ambrel;

@@ -9,8 +9,8 @@
 
 #include "app/Notifications.h"
 #include "support/TestWindow.h"
-#include "ui/FolderPanel.h"
-#include "ui/Spinner.h"
+#include "ui/controls/Spinner.h"
+#include "ui/sheets/FolderPanel.h"
 
 using namespace ambrel;
 

@@ -4,7 +4,7 @@
 #include <QRadioButton>
 
 #include "support/TestWindow.h"
-#include "ui/SettingsWindow.h"
+#include "ui/settings/SettingsWindow.h"
 
 namespace ambrel::test {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/OfflineOutput.h"
+#include "platform/sound/device/OfflineOutput.h"
 #include "support/SoundMeasures.h"
 
 namespace ambrel::test {

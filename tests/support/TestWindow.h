@@ -16,10 +16,10 @@
 #include "platform/desktop/NotificationCenter.h"
 #include "support/ScriptedGraph.h"
 #include "support/TemporarySettings.h"
-#include "ui/ContentView.h"
-#include "ui/KeyHandler.h"
-#include "ui/KeyResponderNSView.h"
-#include "ui/SettingsScene.h"
+#include "ui/settings/SettingsScene.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KeyHandler.h"
+#include "ui/window/KeyResponderNSView.h"
 
 namespace ambrel::test {
 

@@ -9,9 +9,9 @@
 
 #include "app/Notifications.h"
 #include "support/TestWindow.h"
-#include "ui/OpenPanel.h"
-#include "ui/Spinner.h"
-#include "ui/SymbolButton.h"
+#include "ui/controls/Spinner.h"
+#include "ui/controls/SymbolButton.h"
+#include "ui/sheets/OpenPanel.h"
 
 using namespace ambrel;
 using Window = test::TestWindow;

@@ -14,9 +14,9 @@
 #include <QWindow>
 
 #include "support/Practice.h"
-#include "ui/HelpTexts.h"
-#include "ui/Theme.h"
-#include "ui/VerticalSlider.h"
+#include "ui/controls/Theme.h"
+#include "ui/controls/VerticalSlider.h"
+#include "ui/sheets/HelpTexts.h"
 
 using namespace ambrel;
 using test::Practice;

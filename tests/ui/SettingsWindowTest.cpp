@@ -4,9 +4,9 @@
 #include <QTest>
 
 #include "support/OpenSettings.h"
-#include "ui/ClearConfirmation.h"
-#include "ui/FolderPanel.h"
-#include "ui/Theme.h"
+#include "ui/controls/Theme.h"
+#include "ui/settings/ClearConfirmation.h"
+#include "ui/sheets/FolderPanel.h"
 
 using namespace ambrel;
 using namespace ambrel::test;

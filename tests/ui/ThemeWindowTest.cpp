@@ -1,10 +1,10 @@
 #include <QApplication>
 #include <QTest>
 
-#include "ui/PushButton.h"
-#include "ui/Symbols.h"
-#include "ui/TextLabel.h"
-#include "ui/Theme.h"
+#include "ui/controls/PushButton.h"
+#include "ui/controls/Symbols.h"
+#include "ui/controls/TextLabel.h"
+#include "ui/controls/Theme.h"
 
 using namespace ambrel;
 

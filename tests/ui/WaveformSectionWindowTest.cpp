@@ -13,7 +13,7 @@
 #include "platform/desktop/MainQueue.h"
 #include "support/ScriptedGraph.h"
 #include "support/TemporarySettings.h"
-#include "ui/WaveformSection.h"
+#include "ui/window/WaveformSection.h"
 #include "waveform/WaveformNSView.h"
 
 using namespace ambrel;

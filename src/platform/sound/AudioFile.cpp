@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "platform/sound/DecodedAudioFile.h"
+#include "platform/sound/file/DecodedAudioFile.h"
 
 namespace ambrel {
 

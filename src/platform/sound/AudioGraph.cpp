@@ -6,12 +6,12 @@
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioOutput.h"
-#include "platform/sound/OutputStage.h"
-#include "platform/sound/RenderThread.h"
-#include "platform/sound/SegmentWatch.h"
 #include "platform/sound/play/FileReader.h"
 #include "platform/sound/play/FrameCache.h"
-#include "platform/sound/play/Mailbox.h"
+#include "platform/sound/play/OutputStage.h"
+#include "platform/sound/play/RenderThread.h"
+#include "platform/sound/play/SegmentWatch.h"
+#include "platform/sound/thread/Mailbox.h"
 
 namespace ambrel {
 

@@ -2,15 +2,28 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
-
-#include "platform/sound/play/RunTimeline.h"
 
 namespace ambrel {
 
 class AudioFile;
 class AudioOutput;
+
+/// What follows a pass through a region, and each pass after it, as long as nothing else is said.
+/// Passes are told apart by its id, so that nobody need compare regions.
+struct Announcement {
+    static constexpr std::int64_t unlimited = std::numeric_limits<std::int64_t>::max();
+
+    std::int64_t id = 0;             ///< of the client's choice, above 0
+    std::int64_t startFrame = 0;     ///< of the file
+    std::int64_t frameCount = 0;     ///< in a pass, above 0
+    double pauseSeconds = 0;         ///< of silence before each pass; 0: crossfaded
+    std::int64_t passes = unlimited; ///< how many follow, above 0
+
+    bool operator==(const Announcement&) const = default;
+};
 
 /// Player → time-pitch → equaliser → output, joined and running on threads of their own. An
 /// interface, so that a test of the rules above it can put a script in its place.

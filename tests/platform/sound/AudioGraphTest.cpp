@@ -8,9 +8,9 @@
 #include <thread>
 
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/NullOutput.h"
-#include "platform/sound/OfflineOutput.h"
-#include "platform/sound/TimePitchUnit.h"
+#include "platform/sound/device/NullOutput.h"
+#include "platform/sound/device/OfflineOutput.h"
+#include "platform/sound/stretch/TimePitchUnit.h"
 #include "support/ClockedOutput.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"

@@ -1,4 +1,4 @@
-#include "platform/sound/DeviceFeed.h"
+#include "platform/sound/device/DeviceFeed.h"
 
 #include "support/SoundMeasures.h"
 #include "support/ToneSource.h"

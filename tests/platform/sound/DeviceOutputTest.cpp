@@ -1,4 +1,4 @@
-#include "platform/sound/DeviceOutput.h"
+#include "platform/sound/device/DeviceOutput.h"
 
 #include "support/PrivateSoundServer.h"
 #include "support/ToneSource.h"

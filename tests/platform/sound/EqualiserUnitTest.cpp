@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "platform/sound/EqualiserUnit.h"
+#include "platform/sound/effect/EqualiserUnit.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 

@@ -1,4 +1,4 @@
-#include "platform/sound/HeardClock.h"
+#include "platform/sound/device/HeardClock.h"
 
 #include <QTest>
 

@@ -1,4 +1,4 @@
-#include "platform/sound/NullOutput.h"
+#include "platform/sound/device/NullOutput.h"
 
 #include "support/ToneSource.h"
 

@@ -5,7 +5,7 @@
 #include <numbers>
 #include <random>
 
-#include "platform/sound/TimePitchUnit.h"
+#include "platform/sound/stretch/TimePitchUnit.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "platform/sound/DeviceOutput.h"
+#include "platform/sound/device/DeviceOutput.h"
 
 namespace ambrel::test {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/OfflineOutput.h"
+#include "platform/sound/device/OfflineOutput.h"
 #include "support/SyntheticFile.h"
 #include "support/sound/TortureEar.h"
 

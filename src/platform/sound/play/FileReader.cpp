@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/sound/AudioFile.h"
-#include "platform/sound/SoundPriority.h"
+#include "platform/sound/thread/SoundPriority.h"
 
 namespace ambrel {
 

@@ -11,7 +11,7 @@
 
 #include <boost/lockfree/spsc_queue.hpp>
 
-#include "platform/sound/WakeUp.h"
+#include "platform/sound/thread/WakeUp.h"
 
 namespace ambrel {
 

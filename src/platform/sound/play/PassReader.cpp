@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "platform/sound/Crossfade.h"
+#include "platform/sound/effect/Crossfade.h"
 #include "platform/sound/play/FrameCache.h"
+#include "platform/sound/stretch/FrameInput.h"
 
 namespace ambrel {
 
@@ -73,8 +74,8 @@ std::int64_t PassReader::end() const noexcept {
     const std::int64_t decided = timeline_.end();
     if (!followsSeamlessly())
         return decided;
-    const std::int64_t most = (RunTimeline::open - decided) / following_->frameCount;
-    return following_->passes > most ? RunTimeline::open
+    const std::int64_t most = (FrameInput::endless - decided) / following_->frameCount;
+    return following_->passes > most ? FrameInput::endless
                                      : decided + following_->passes * following_->frameCount;
 }
 

@@ -53,7 +53,7 @@ class PassReader {
     /// Frames until the pass that is being read ends.
     std::int64_t leftInPass() const noexcept;
 
-    /// The run's end as it is now known; RunTimeline::open if it has none.
+    /// The run's end as it is now known; FrameInput::endless if it has none.
     std::int64_t end() const noexcept;
 
     /// The pass that begins after the run and its pause; absent if nothing follows.

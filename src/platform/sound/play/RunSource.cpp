@@ -89,7 +89,7 @@ void RunSource::startConverter(std::int64_t from) {
 
 /// The nearest device frame.
 std::int64_t RunSource::toDevice(std::int64_t fileFrame) const noexcept {
-    if (request_.fileHz == deviceHz_ || fileFrame >= RunTimeline::open)
+    if (request_.fileHz == deviceHz_ || fileFrame >= FrameInput::endless)
         return fileFrame;
     return std::llround(static_cast<long double>(fileFrame) * deviceHz_ / request_.fileHz);
 }

@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/sound/FrameBlock.h"
-#include "platform/sound/Resampler.h"
+#include "platform/sound/play/FrameBlock.h"
 #include "platform/sound/play/FrameCache.h"
 #include "platform/sound/play/PassReader.h"
+#include "platform/sound/play/Resampler.h"
+#include "platform/sound/stretch/FrameInput.h"
 
 namespace ambrel {
 
@@ -62,7 +63,7 @@ class RunSource final : public FrameInput {
 
     std::size_t read(float* stereo, std::size_t frames) noexcept override;
 
-    /// Where the run ends as it is now known, or RunTimeline::open.
+    /// Where the run ends as it is now known, or FrameInput::endless.
     std::optional<std::int64_t> runEnd() noexcept override { return toDevice(passes_.end()); }
 
     /// What rounding to whole frames takes from the run, −0.5 to 0.5.

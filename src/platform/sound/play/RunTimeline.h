@@ -3,24 +3,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
-#include <optional>
+
+#include "platform/sound/AudioGraph.h"
 
 namespace ambrel {
-
-/// What follows a pass through a region, and each pass after it, as long as nothing else is said.
-/// Passes are told apart by its id, so that nobody need compare regions.
-struct Announcement {
-    static constexpr std::int64_t unlimited = std::numeric_limits<std::int64_t>::max();
-
-    std::int64_t id = 0;             ///< of the client's choice, above 0
-    std::int64_t startFrame = 0;     ///< of the file
-    std::int64_t frameCount = 0;     ///< in a pass, above 0
-    double pauseSeconds = 0;         ///< of silence before each pass; 0: crossfaded
-    std::int64_t passes = unlimited; ///< how many follow, above 0
-
-    bool operator==(const Announcement&) const = default;
-};
 
 /// A pass through a region of the file.
 struct Pass {
@@ -36,9 +22,6 @@ struct Pass {
 /// nothing.
 class RunTimeline {
   public:
-    /// The end of a run that goes on for ever.
-    static constexpr std::int64_t open = 1'000'000'000'000'000;
-
     /// A pass, and where in it a frame lies.
     struct Place {
         Pass pass;

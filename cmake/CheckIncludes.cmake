@@ -1,0 +1,52 @@
+# Says which folder below src/ may include which others, and fails where a file includes more. A folder
+# may include itself; the headers of platform/sound itself are interfaces and may be included by all of
+# the sound.
+cmake_minimum_required(VERSION 3.24)
+
+get_filename_component(src ${CMAKE_CURRENT_LIST_DIR}/../src ABSOLUTE)
+
+set(platform_sound_thread)
+set(platform_sound_effect)
+set(platform_sound_file)
+set(platform_sound_stretch platform/sound/effect)
+set(platform_sound_play platform/sound/effect platform/sound/stretch platform/sound/thread)
+set(platform_sound_device platform/sound/effect platform/sound/thread)
+set(platform_sound platform/sound/file platform/sound/play platform/sound/thread)
+set(platform_desktop)
+set(platform_store)
+set(store platform/store)
+set(ui_controls app)
+set(ui_sheets ui/controls)
+set(ui_panels app audio ui/controls)
+set(ui_settings app platform/desktop store waveform ui/controls ui/sheets)
+set(ui_window app audio download platform/desktop store waveform ui/controls ui/panels ui/sheets)
+
+set(wrong)
+foreach(folder platform/sound/thread platform/sound/effect platform/sound/file platform/sound/stretch
+        platform/sound/play platform/sound/device platform/sound platform/desktop platform/store store
+        ui/controls ui/sheets ui/panels ui/settings ui/window)
+    string(REPLACE "/" "_" name ${folder})
+    set(allowed ${folder} ${${name}})
+    if(folder MATCHES "^platform/sound")
+        list(APPEND allowed platform/sound)
+    endif()
+    file(GLOB sources ${src}/${folder}/*.h ${src}/${folder}/*.cpp)
+    if(NOT sources)
+        list(APPEND wrong "${folder} is empty")
+    endif()
+    foreach(source IN LISTS sources)
+        file(STRINGS ${source} includes REGEX "^#include \"")
+        foreach(include IN LISTS includes)
+            string(REGEX REPLACE "^#include \"(.*)/[^/]+\".*" "\\1" included ${include})
+            if(NOT included IN_LIST allowed)
+                file(RELATIVE_PATH file ${src} ${source})
+                list(APPEND wrong "${file}: ${include}")
+            endif()
+        endforeach()
+    endforeach()
+endforeach()
+
+if(wrong)
+    list(JOIN wrong "\n" wrong)
+    message(FATAL_ERROR "Includes against the direction of the layers:\n${wrong}")
+endif()

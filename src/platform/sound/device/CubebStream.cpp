@@ -1,0 +1,81 @@
+#include "platform/sound/device/CubebStream.h"
+
+#include <algorithm>
+
+#include "platform/sound/thread/SoundPriority.h"
+
+namespace ambrel {
+
+namespace {
+
+/// Less runs dry on a busy machine, whatever the rate.
+constexpr std::uint32_t smallestLatencyMs = 25;
+constexpr std::uint32_t smallestLatencyFrames = 1'200;
+
+cubeb_stream_params parameters(int sampleRateHz) {
+    return {CUBEB_SAMPLE_FLOAT32NE, static_cast<std::uint32_t>(sampleRateHz), 2,
+            CUBEB_LAYOUT_STEREO, CUBEB_STREAM_PREF_NONE};
+}
+
+long fill(cubeb_stream* /*stream*/, void* client, const void* /*input*/, void* output,
+          long frames) {
+    // Once a thread: every stream may be given another.
+    thread_local const bool raised = [] {
+        raiseSoundPriority(SoundUrgency::onDemand);
+        return true;
+    }();
+    static_cast<void>(raised);
+    static_cast<CubebStream::Client*>(client)->fill(static_cast<float*>(output),
+                                                    static_cast<std::size_t>(frames));
+    return frames;
+}
+
+void stateChanged(cubeb_stream* /*stream*/, void* client, cubeb_state state) {
+    if (state == CUBEB_STATE_ERROR) {
+        static_cast<CubebStream::Client*>(client)->lost();
+    }
+}
+
+} // namespace
+
+CubebStream::CubebStream(const CubebContext& context, int sampleRateHz, Client& client) {
+    cubeb_stream_params wanted = parameters(sampleRateHz);
+    cubeb_stream* stream = nullptr;
+    const int result =
+        cubeb_stream_init(context.get(), &stream, "Playback", nullptr, nullptr, nullptr, &wanted,
+                          latencyFrames(context, sampleRateHz), fill, stateChanged, &client);
+    if (result != CUBEB_OK) {
+        throw DeviceError("the default device does not open");
+    }
+    stream_.reset(stream);
+}
+
+CubebStream::~CubebStream() {
+    cubeb_stream_stop(stream_.get());
+}
+
+void CubebStream::start() {
+    if (cubeb_stream_start(stream_.get()) != CUBEB_OK) {
+        throw DeviceError("the default device does not start");
+    }
+}
+
+std::optional<std::uint64_t> CubebStream::position() const {
+    std::uint64_t frames = 0;
+    if (cubeb_stream_get_position(stream_.get(), &frames) != CUBEB_OK) {
+        return std::nullopt;
+    }
+    return frames;
+}
+
+std::uint32_t CubebStream::latencyFrames(const CubebContext& context, int sampleRateHz) {
+    cubeb_stream_params wanted = parameters(sampleRateHz);
+    std::uint32_t least = 0;
+    if (cubeb_get_min_latency(context.get(), &wanted, &least) != CUBEB_OK) {
+        least = 0;
+    }
+    const auto rate = static_cast<std::uint32_t>(sampleRateHz);
+    return std::max({least, smallestLatencyFrames, rate * smallestLatencyMs / 1000});
+}
+
+} // namespace ambrel

@@ -1,0 +1,73 @@
+#include "platform/sound/device/DeviceFeed.h"
+
+#include <algorithm>
+
+namespace ambrel {
+
+DeviceFeed::DeviceFeed(DeviceLink& link, int sampleRateHz)
+    : link_(link), sampleRateHz_(sampleRateHz), fade_(sampleRateHz) {
+    link_.requests = 0;
+    link_.lastRequest = SoundClock::now();
+}
+
+void DeviceFeed::fill(float* stereo, std::size_t frames) noexcept {
+    link_.lastRequest = SoundClock::now();
+    ++link_.requests;
+    largestRequest_ = std::max(frames, largestRequest_.load());
+
+    std::optional<std::int64_t> first;
+    if (link_.wanted) {
+        first = link_.gate.render(RenderTurn::device, sampleRateHz_, stereo, frames);
+    }
+    if (first) {
+        note(*first);
+        fadeIn(stereo, frames);
+    } else {
+        std::fill_n(stereo, 2 * frames, 0.0F);
+        fadeStep_ = 0;
+    }
+    silent_ = !first;
+    written_ += static_cast<std::int64_t>(frames);
+}
+
+void DeviceFeed::lost() noexcept {
+    lost_ = true;
+    link_.enter(DeviceState::failed);
+    link_.controlBell.ring();
+}
+
+// A span that finds the queue full is noted with the next request.
+void DeviceFeed::note(std::int64_t renderedFrame) noexcept {
+    const bool goesOn =
+        writing_ && renderedFrame - writing_->renderedFrame == written_ - writing_->streamFrame;
+    const Span span = {written_, renderedFrame};
+    if (!goesOn && spans_.push(span)) {
+        writing_ = span;
+    }
+}
+
+void DeviceFeed::fadeIn(float* stereo, std::size_t frames) noexcept {
+    for (std::size_t i = 0; i < frames && fadeStep_ < fade_.frames(); ++i, ++fadeStep_) {
+        stereo[2 * i] *= fade_.gain(fadeStep_);
+        stereo[2 * i + 1] *= fade_.gain(fadeStep_);
+    }
+}
+
+std::optional<DeviceFeed::Heard> DeviceFeed::heardAt(std::uint64_t position) {
+    const auto streamFrame = static_cast<std::int64_t>(position);
+    while (spans_.read_available() > 0 && spans_.front().streamFrame <= streamFrame) {
+        hearing_ = spans_.front();
+        spans_.pop();
+    }
+    if (!hearing_) {
+        return std::nullopt;
+    }
+    std::int64_t ceiling = silent_ ? link_.gate.rendered() : HeardClock::noCeiling;
+    if (spans_.read_available() > 0) {
+        ceiling = spans_.front().renderedFrame;
+    }
+    return Heard{static_cast<double>(hearing_->renderedFrame + streamFrame - hearing_->streamFrame),
+                 ceiling};
+}
+
+} // namespace ambrel

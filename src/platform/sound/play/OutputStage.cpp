@@ -1,0 +1,156 @@
+#include "platform/sound/play/OutputStage.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace ambrel {
+
+OutputStage::OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segmentEnded)
+    : gate_(gate), roomMade_(roomMade), segmentEnded_(segmentEnded) {}
+
+void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin) {
+    fade_ = Fade(sampleRateHz);
+    ring_ = &ring;
+    framesToBegin_ = framesToBegin;
+    sampleRateHz_ = sampleRateHz;
+    fadeStep_ = 0;
+    decaying_ = false;
+}
+
+OutputStage::Progress OutputStage::progress() const noexcept {
+    const std::int64_t ended = endedEpoch_.load(std::memory_order_acquire);
+    const std::int64_t epoch = progressEpoch_.load(std::memory_order_acquire);
+    return {epoch, ended == epoch};
+}
+
+const OutputStage::Boundary* OutputStage::oldestBoundary() noexcept {
+    return boundaries_.read_available() > 0 ? &boundaries_.front() : nullptr;
+}
+
+void OutputStage::render(float* stereo, std::size_t frames) noexcept {
+    const PlayGate::State gate = gate_.get();
+    std::size_t done = 0;
+    while (done < frames) {
+        if (fadeStep_ == 0 && !mayBegin(gate, frames - done))
+            break;
+        const bool out = !gate.playing || gate.epoch != heardEpoch_;
+        const RenderBlock* block = ring_->front();
+        decaying_ = decaying_ || !block || block->epoch != heardEpoch_;
+        done += !decaying_ ? takeFromBlock(stereo + 2 * done, frames - done, out)
+                           : decay(stereo + 2 * done, frames - done);
+    }
+    std::memset(stereo + 2 * done, 0, 2 * (frames - done) * sizeof(float));
+    written_ += static_cast<std::int64_t>(frames - done);
+    if (entry_.frames > 0)
+        log_.write(entry_);
+    entry_ = {};
+}
+
+/// Drops what is no longer wanted. A run waits for a whole request of frames, so that it does not
+/// stumble at its first steps.
+bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
+    bool dropped = false;
+    const RenderBlock* block = ring_->front();
+    // Newer ones may be there already, if the gate was moved after this request began.
+    while (block && block->epoch < gate.epoch) {
+        ring_->pop();
+        dropped = true;
+        block = ring_->front();
+    }
+    if (dropped)
+        roomMade_.signal();
+    if (!block || block->epoch != gate.epoch || !gate.playing)
+        return false;
+    if (ring_->frames() < std::min(frames, framesToBegin_) && ring_->finishedEpoch() != gate.epoch)
+        return false;
+    heardEpoch_ = gate.epoch;
+    fadeStep_ = 1;
+    decaying_ = false;
+    return true;
+}
+
+std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept {
+    const RenderBlock& block = *ring_->front();
+    const std::size_t taken = ring_->taken();
+    std::size_t count = std::min(frames, block.frames - taken);
+    if (out)
+        count = std::min(count, fadeStep_);
+    std::memcpy(stereo, block.samples.data() + 2 * taken, 2 * count * sizeof(float));
+    if (count > 0) {
+        applyFade(stereo, count, out);
+        lastLeft_ = stereo[2 * count - 2];
+        lastRight_ = stereo[2 * count - 1];
+    }
+    note(block.fileFrameAt(taken), block.fileFrameAt(taken + count), count, written_);
+    ring_->take(count);
+    written_ += static_cast<std::int64_t>(count);
+    if (taken + count == block.frames)
+        finishBlock();
+    return count;
+}
+
+void OutputStage::finishBlock() noexcept {
+    const RenderBlock& block = *ring_->front();
+    if (block.last) {
+        endFrame_.store(written_, std::memory_order_relaxed);
+        endedEpoch_.store(block.epoch, std::memory_order_release);
+        // The segment's own last frames were faded by the render thread.
+        fadeStep_ = 0;
+        segmentEnded_.signal();
+    } else if (block.passEnds) {
+        boundaries_.push({block.epoch, written_, block.next});
+        place_ = {block.next, 0, block.next.pauseSeconds};
+        segmentEnded_.signal();
+    }
+    ring_->pop();
+    roomMade_.signal();
+}
+
+/// No frames although some should be heard: lets the last sample die away rather than break off.
+/// Frames that come meanwhile wait until it is gone; what is heard then fades in.
+std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
+    const std::size_t count = std::min(frames, fadeStep_);
+    const float from = fade_->gain(fadeStep_ - 1);
+    for (std::size_t i = 0; i < count; ++i) {
+        const float gain = fade_->gain(--fadeStep_) / std::max(from, 1e-6F);
+        stereo[2 * i] = lastLeft_ * gain;
+        stereo[2 * i + 1] = lastRight_ * gain;
+    }
+    if (count > 0 && fadeStep_ > 0) {
+        lastLeft_ = stereo[2 * count - 2];
+        lastRight_ = stereo[2 * count - 1];
+    }
+    written_ += static_cast<std::int64_t>(count);
+    if (gate_.get().epoch == heardEpoch_)
+        missed_.fetch_add(static_cast<std::int64_t>(count), std::memory_order_relaxed);
+    return count;
+}
+
+void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcept {
+    const std::size_t full = fade_->frames() + 1;
+    for (std::size_t i = 0; i < frames && (out || fadeStep_ < full); ++i) {
+        const float gain = fade_->gain(fadeStep_ - 1);
+        stereo[2 * i] *= gain;
+        stereo[2 * i + 1] *= gain;
+        fadeStep_ += out ? -1 : 1;
+    }
+}
+
+void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {
+    const RenderBlock& block = *ring_->front();
+    const Pass& pass = block.pass;
+    if (entry_.frames > 0 && (entry_.epoch != heardEpoch_ || entry_.pass != pass.number)) {
+        log_.write(entry_);
+        entry_ = {};
+    }
+    if (entry_.frames == 0)
+        entry_ = {heardEpoch_, pass.number, at, 0, from, to};
+    entry_.frames += static_cast<std::int64_t>(frames);
+    entry_.fileFrameEnd = to;
+    const std::int64_t pauseLeft =
+        block.pauseFrames - static_cast<std::int64_t>(ring_->taken() + frames);
+    place_ = {pass, to, double(std::max<std::int64_t>(0, pauseLeft)) / sampleRateHz_};
+    progressEpoch_.store(heardEpoch_, std::memory_order_release);
+}
+
+} // namespace ambrel

@@ -1,0 +1,242 @@
+#include "platform/sound/play/RenderThread.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "platform/sound/thread/SoundPriority.h"
+
+namespace ambrel {
+
+RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
+    : wiring_(std::move(wiring)), sampleRateHz_(sampleRateHz), framesAhead_(framesAhead),
+      ring_(framesAhead), source_(wiring_.cache, sampleRateHz),
+      timePitch_(sampleRateHz, wiring_.ending), equaliser_(sampleRateHz), fade_(sampleRateHz),
+      thread_([this] { run(); }) {}
+
+RenderThread::~RenderThread() {
+    ending_ = true;
+    wiring_.wake.signal();
+    thread_.join();
+}
+
+void RenderThread::run() {
+    if (!wiring_.demand)
+        raiseSoundPriority(SoundUrgency::onDemand);
+    while (!ending_) {
+        try {
+            if (!step())
+                wiring_.wake.wait();
+        } catch (...) {
+            isBroken_ = true; // memory has run out, most likely
+        }
+    }
+}
+
+bool RenderThread::step() {
+    // Offline, what is set before frames are demanded counts for the first of them.
+    if (!isDemanded())
+        return false;
+    takeRequest();
+    const PlayGate::State gate = wiring_.gate.get();
+    if (newest_ != gate.epoch)
+        return false;
+    updateSource();
+    if (wiring_.demand && !source_.isComplete())
+        return false;
+    if (epoch_ != gate.epoch || isMade_) {
+        if (!enterRun(gate))
+            return false;
+    }
+    const std::size_t frames = std::min(room(), RenderBlock::capacity - block_.frames);
+    if (frames == 0 || !ring_.hasRoom())
+        return false;
+    const std::size_t made = pauseLeft_ > 0 ? makePause(frames) : makeFrames(frames);
+    finishFrames();
+    return made > 0 || isMade_;
+}
+
+bool RenderThread::isDemanded() noexcept {
+    return !wiring_.demand || wiring_.demand->load(std::memory_order_acquire) >
+                                  ring_.framesOf(wiring_.gate.get().epoch);
+}
+
+void RenderThread::takeRequest() {
+    const PlayRequest* request = wiring_.requests.take();
+    if (!request)
+        return;
+    if (request->epoch == newest_) {
+        source_.announce(request->next);
+        return;
+    }
+    newest_ = request->epoch;
+    source_.prepare(*request);
+}
+
+void RenderThread::updateSource() {
+    if (const auto replaced = source_.update(nextChangeable()))
+        timePitch_.replaceFrom(*replaced);
+}
+
+/// The run that is to be made next; false if there is none, or not yet.
+bool RenderThread::enterRun(PlayGate::State gate) {
+    if (!gate.playing)
+        return false;
+    if (epoch_ != gate.epoch) {
+        if (!source_.isReady())
+            return false;
+        source_.begin();
+        epoch_ = gate.epoch;
+        begin(0, false);
+        return true;
+    }
+    const double owed = framesOwed();
+    if (isBroken_ || !source_.beginNextRun())
+        return false;
+    begin(owed, true);
+    return true;
+}
+
+/// `owed`: frames by which the pause before the run is longer than was asked for.
+void RenderThread::begin(double owed, bool isFollowing) {
+    constexpr double longestPauseSeconds = 1e6;
+    const double pause =
+        std::clamp(source_.pauseSeconds(), 0.0, longestPauseSeconds) * sampleRateHz_ + owed;
+    pauseLeft_ = std::max<std::int64_t>(0, std::llround(pause));
+    owed_ = pause - static_cast<double>(pauseLeft_);
+    isMade_ = isBroken_ = false;
+    fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
+    endGain_ = 1;
+    if (!isFollowing)
+        block_.frames = 0;
+    block_.epoch = epoch_;
+    block_.pauseFrames = pauseLeft_;
+    place_ = source_.placeAt(0);
+    block_.fileFrameBegin = place_.fileFrame;
+    applySettings();
+    timePitch_.begin(*source_.runEnd());
+    if (!isFollowing)
+        equaliser_.reset();
+}
+
+/// What rounding to whole frames has taken from the runs so far; a pause makes up for it.
+double RenderThread::framesOwed() noexcept {
+    constexpr double most = RenderBlock::capacity;
+    const double cut = source_.framesCut() / timePitch_.rate();
+    return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
+}
+
+/// Frames that may still be made.
+std::size_t RenderThread::room() const noexcept {
+    const std::size_t target =
+        wiring_.demand ? wiring_.demand->load(std::memory_order_acquire) : framesAhead_;
+    const std::size_t made = ring_.framesOf(epoch_) + block_.frames;
+    return target > made ? target - made : 0;
+}
+
+void RenderThread::applySettings() noexcept {
+    const SoundSettings& settings = wiring_.settings;
+    timePitch_.setRate(settings.rate.load(std::memory_order_relaxed));
+    timePitch_.setPitch(settings.cents.load(std::memory_order_relaxed));
+    EqualiserUnit::Bands bands;
+    for (std::size_t i = 0; i < bands.size(); ++i)
+        bands[i] = {settings.bands[i].frequencyHz.load(std::memory_order_relaxed),
+                    settings.bands[i].bandwidthOctaves.load(std::memory_order_relaxed),
+                    settings.bands[i].gainDb.load(std::memory_order_relaxed)};
+    equaliser_.set(bands, settings.equaliserBypass.load(std::memory_order_relaxed));
+}
+
+std::size_t RenderThread::makeFrames(std::size_t frames) {
+    isMade_ = isBroken_;
+    if (isBroken_)
+        return 0;
+    applySettings();
+    float* stereo = block_.samples.data() + 2 * block_.frames;
+    const std::size_t made = timePitch_.process(source_, stereo, frames);
+    equaliser_.process(stereo, made);
+    fadeStart(stereo, made);
+    fadeEnd(stereo, made);
+    block_.frames += made;
+    isMade_ = timePitch_.finished();
+    return made;
+}
+
+std::size_t RenderThread::makePause(std::size_t frames) noexcept {
+    frames = static_cast<std::size_t>(std::min(pauseLeft_, static_cast<std::int64_t>(frames)));
+    float* stereo = block_.samples.data() + 2 * block_.frames;
+    std::fill(stereo, stereo + 2 * frames, 0.0F);
+    block_.frames += frames;
+    pauseLeft_ -= static_cast<std::int64_t>(frames);
+    return frames;
+}
+
+/// Sends the block on its way if it is full, a pass ends, or no more may be made now.
+void RenderThread::finishFrames() noexcept {
+    const RunTimeline::Place before = place_;
+    const RunTimeline::Place now = source_.placeAt(timePitch_.position());
+    // A stretcher that takes over may stand a little further back; a pass ends only once, and its
+    // play head does not go back.
+    if (pauseLeft_ == 0 && std::pair(now.pass.number, now.fileFrame) >=
+                               std::pair(before.pass.number, before.fileFrame))
+        place_ = now;
+    const bool isRunOver = isMade_ && pauseLeft_ == 0;
+    const std::optional<Pass> after = isRunOver && !isBroken_ ? source_.afterEnd() : std::nullopt;
+    const bool isBoundary = place_.pass.number > before.pass.number;
+    block_.last = isRunOver && !after;
+    block_.passEnds = isBoundary || after;
+    block_.next = after.value_or(place_.pass);
+    block_.pass = before.pass;
+    block_.fileFrameEnd =
+        isBoundary || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
+    const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
+    if (isRunOver || isBoundary || block_.frames == RenderBlock::capacity || isDemandMet)
+        push();
+}
+
+void RenderThread::push() noexcept {
+    ring_.push(block_);
+    block_.frames = 0;
+    block_.pauseFrames = pauseLeft_;
+    block_.fileFrameBegin = place_.fileFrame;
+    if (wiring_.demand)
+        wiring_.demandMet.signal();
+}
+
+/// The first frame of the run that a pass may still end at otherwise than was announced: the
+/// crossfade before it, 5 ms long, has not begun at normal speed.
+double RenderThread::nextChangeable() const noexcept {
+    constexpr double noticeSeconds = 0.01;
+    if (epoch_ != newest_)
+        return 0;
+    if (isMade_)
+        return double(FrameInput::endless);
+    return std::ceil(timePitch_.position() + noticeSeconds * sampleRateHz_ * timePitch_.rate());
+}
+
+/// The first 3 ms of a run that follows a pause; the first of a segment is faded where it is heard.
+void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
+    for (std::size_t i = 0; i < frames && fadeInStep_ < fade_.frames(); ++i, ++fadeInStep_) {
+        stereo[2 * i] *= fade_.gain(fadeInStep_);
+        stereo[2 * i + 1] *= fade_.gain(fadeInStep_);
+    }
+}
+
+/// The run's last 3 ms, so that it does not break off with a click. Where another speed brings the
+/// end nearer or takes it away, the gain goes on from where it is.
+void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
+    const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, timePitch_.framesLeft()));
+    if (left >= fade_.frames() && endGain_ == 1)
+        return;
+    const float recovery = 1 / static_cast<float>(fade_.frames());
+    for (std::size_t i = 0; i < frames; ++i) {
+        const std::size_t behind = left + frames - 1 - i;
+        if (behind < fade_.frames())
+            endGain_ *= fade_.gain(behind) / fade_.gain(behind + 1);
+        else
+            endGain_ = std::min(1.0F, endGain_ + recovery);
+        stereo[2 * i] *= endGain_;
+        stereo[2 * i + 1] *= endGain_;
+    }
+}
+
+} // namespace ambrel

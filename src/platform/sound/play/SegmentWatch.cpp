@@ -1,0 +1,157 @@
+#include "platform/sound/play/SegmentWatch.h"
+
+#include <limits>
+#include <utility>
+
+#include "platform/sound/thread/SoundPriority.h"
+
+namespace ambrel {
+
+namespace {
+/// Between two looks at the output while the last frames are on their way to the loudspeaker.
+constexpr std::chrono::milliseconds lookAgainAfter{2};
+} // namespace
+
+SegmentWatch::SegmentWatch(Wiring wiring)
+    : wiring_(std::move(wiring)), thread_([this] { run(); }) {}
+
+SegmentWatch::~SegmentWatch() {
+    ending_ = true;
+    wiring_.wake.signal();
+    thread_.join();
+}
+
+void SegmentWatch::add(std::int64_t firstEpoch, Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    due_.splice(due_.end(), current_);
+    firstEpoch_ = firstEpoch;
+    current_.push_back(std::move(completion));
+    pass_ = 0;
+    newest_.reset();
+    wiring_.wake.signal();
+}
+
+void SegmentWatch::drop() {
+    const std::scoped_lock lock(mutex_);
+    due_.splice(due_.end(), current_);
+    newest_.reset();
+    firstEpoch_ = std::numeric_limits<std::int64_t>::max();
+    wiring_.wake.signal();
+}
+
+std::optional<Pass> SegmentWatch::followingLocked() const {
+    return current_.empty() ? newest_ : std::nullopt;
+}
+
+std::optional<Pass> SegmentWatch::following() const {
+    const std::scoped_lock lock(mutex_);
+    return followingLocked();
+}
+
+std::optional<Pass> SegmentWatch::adopt(std::int64_t announcement, Completion completion) {
+    const std::scoped_lock lock(mutex_);
+    if (!followingLocked() || newest_->announcement != announcement)
+        return std::nullopt;
+    current_.push_back(std::move(completion));
+    pass_ = newest_->number;
+    wiring_.wake.signal();
+    return std::exchange(newest_, std::nullopt);
+}
+
+std::int64_t SegmentWatch::watchedPass() const {
+    const std::scoped_lock lock(mutex_);
+    return pass_;
+}
+
+void SegmentWatch::setActive(bool active) {
+    const std::scoped_lock lock(mutex_);
+    if (active_ == active)
+        return;
+    active_ = active;
+    idleReported_ = false;
+    idleSince_ = std::chrono::steady_clock::now();
+    wiring_.wake.signal();
+}
+
+bool SegmentWatch::isEndOnItsWay() const {
+    const OutputStage::Progress progress = wiring_.stage.progress();
+    return progress.ended && progress.epoch >= firstEpoch_ && active_;
+}
+
+/// Looks which passes have begun for the listener.
+void SegmentWatch::hearBoundaries() {
+    const std::int64_t heard = wiring_.framesHeard();
+    while (const OutputStage::Boundary* boundary = wiring_.stage.oldestBoundary()) {
+        if (boundary->epoch >= firstEpoch_) {
+            if (boundary->outputFrame > heard)
+                break;
+            newest_ = boundary->next;
+        }
+        wiring_.stage.dropBoundary();
+    }
+    // What is paused completes nothing before it goes on.
+    if (newest_ && newest_->number > pass_ && active_)
+        due_.splice(due_.end(), current_);
+    if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
+        // What went by unwatched ended with it.
+        due_.splice(due_.end(), current_);
+        newest_.reset();
+        active_ = false;
+        idleReported_ = false;
+        idleSince_ = std::chrono::steady_clock::now();
+    }
+}
+
+SegmentWatch::Completion SegmentWatch::takeDue() noexcept {
+    const std::scoped_lock lock(mutex_);
+    if (ending_)
+        due_.splice(due_.end(), current_);
+    hearBoundaries();
+    if (due_.empty())
+        return nullptr;
+    Completion completion = std::move(due_.front());
+    due_.pop_front();
+    return completion;
+}
+
+void SegmentWatch::run() {
+    if (wiring_.isPaced)
+        raiseSoundPriority(SoundUrgency::ahead);
+    for (;;) {
+        const bool ending = ending_;
+        try {
+            while (const Completion completion = takeDue())
+                completion();
+            if (ending)
+                return;
+            wait();
+        } catch (...) { // the next is called all the same
+        }
+    }
+}
+
+void SegmentWatch::wait() {
+    bool report = false;
+    std::chrono::milliseconds limit{0};
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto idleFor = std::chrono::steady_clock::now() - idleSince_;
+        if (!due_.empty())
+            return;
+        if (isEndOnItsWay() || wiring_.stage.oldestBoundary())
+            limit = lookAgainAfter;
+        else if (!active_ && !idleReported_ && idleFor >= idleAfter)
+            report = idleReported_ = true;
+        else if (!active_ && !idleReported_)
+            limit = std::chrono::duration_cast<std::chrono::milliseconds>(idleAfter - idleFor) +
+                    std::chrono::milliseconds(1);
+    }
+    if (report)
+        wiring_.idle();
+    else if (limit.count() > 0)
+        wiring_.wake.waitFor(limit);
+    else
+        wiring_.wake.wait();
+}
+
+} // namespace ambrel

@@ -1,0 +1,55 @@
+#include "platform/sound/thread/SoundPriority.h"
+
+#include <algorithm>
+
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace ambrel {
+namespace {
+
+/// Low ones of 1 to 99: what drives the device itself should come first.
+int realTimePriority(SoundUrgency urgency) {
+    return urgency == SoundUrgency::onDemand ? 3 : 2;
+}
+
+/// What a user's own threads are granted where anything is.
+constexpr int wantedNice = -11;
+
+bool makeRealTime(SoundUrgency urgency) noexcept {
+    // A thread that went beyond such a limit, in a slow seek, would end the program.
+    rlimit running{};
+    if (getrlimit(RLIMIT_RTTIME, &running) != 0 || running.rlim_cur != RLIM_INFINITY)
+        return false;
+    sched_param wanted{};
+    wanted.sched_priority = realTimePriority(urgency);
+    return pthread_setschedparam(pthread_self(), SCHED_RR | SCHED_RESET_ON_FORK, &wanted) == 0;
+}
+
+void makeLessNice() noexcept {
+    rlimit granted{};
+    if (getrlimit(RLIMIT_NICE, &granted) != 0)
+        return;
+    const auto thread = static_cast<id_t>(gettid());
+    if (setpriority(PRIO_PROCESS, thread, wantedNice) == 0)
+        return;
+    const int best = 20 - static_cast<int>(std::min<rlim_t>(granted.rlim_cur, 40));
+    if (best < getpriority(PRIO_PROCESS, thread))
+        setpriority(PRIO_PROCESS, thread, best);
+}
+
+} // namespace
+
+void raiseSoundPriority(SoundUrgency urgency) noexcept {
+    int policy = SCHED_OTHER;
+    sched_param current{};
+    // What a sound system has already raised stays as it is.
+    if (pthread_getschedparam(pthread_self(), &policy, &current) == 0 && policy != SCHED_OTHER)
+        return;
+    if (!makeRealTime(urgency))
+        makeLessNice();
+}
+
+} // namespace ambrel

@@ -1,0 +1,56 @@
+#include "ui/controls/ErrorText.h"
+
+#include <cmath>
+
+#include <QApplication>
+#include <QScreen>
+
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+namespace {
+
+constexpr double kRoomForTheRest = 400; // of the screen's height, for what stands around the text
+constexpr int kRoomBeside = 40;         // of its width
+
+} // namespace
+
+ErrorText::ErrorText(int width, QWidget* parent) : QTextEdit(parent), width_(width) {
+    setAccessibleDescription(QStringLiteral("Error"));
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setTabChangesFocus(true);
+    setFrameShape(QFrame::NoFrame);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    viewport()->setAutoFillBackground(false);
+    document()->setDocumentMargin(0);
+    connect(&Theme::shared(), &Theme::changed, this, &ErrorText::applyTheme);
+    applyTheme();
+}
+
+void ErrorText::setMessage(const QString& message) {
+    setPlainText(message);
+    setAccessibleName(message);
+    fitHeight();
+}
+
+void ErrorText::applyTheme() {
+    setFont(Theme::font(Theme::TextStyle::caption));
+    QPalette palette = QApplication::palette();
+    palette.setColor(QPalette::Text, Theme::textColour(palette, Theme::TextColour::error));
+    setPalette(palette);
+    fitHeight();
+}
+
+void ErrorText::fitHeight() {
+    const int width =
+        Theme::windowSize({width_ + kRoomBeside, 0}, screen()).width() - Theme::length(kRoomBeside);
+    document()->setTextWidth(width);
+    const int wanted = int(std::ceil(document()->size().height()));
+    const int most = screen()->availableSize().height() - Theme::length(kRoomForTheRest);
+    setVerticalScrollBarPolicy(wanted > most ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    setFixedSize(width, std::min(wanted, std::max(most, Theme::length(80))));
+}
+
+} // namespace ambrel

@@ -1,0 +1,106 @@
+#include "ui/controls/Picker.h"
+
+#include <QAccessibleWidget>
+#include <QActionGroup>
+#include <QWheelEvent>
+
+#include "app/AccessibleFactory.h"
+#include "app/DescribedMenu.h"
+#include "app/PlainText.h"
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+namespace {
+
+class PickerInterface : public QAccessibleWidget {
+  public:
+    explicit PickerInterface(Picker* picker) : QAccessibleWidget(picker, QAccessible::ComboBox) {}
+
+    /// The choice is the description too: some screen readers know no other way to it while the
+    /// list is closed.
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value || kind == QAccessible::Description
+                   ? picker()->currentText()
+                   : QAccessibleWidget::text(kind);
+    }
+    int childCount() const override { return 1; }
+    QAccessibleInterface* child(int index) const override {
+        return index == 0 ? QAccessible::queryAccessibleInterface(picker()->menu()) : nullptr;
+    }
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    int indexOfChild(const QAccessibleInterface* child) const override {
+        return child->object() == picker()->menu() ? 0 : -1;
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.hasPopup = state.expandable = true;
+        state.expanded = picker()->menu()->isVisible();
+        return state;
+    }
+    QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
+    void doAction(const QString& name) override {
+        if (!picker()->isEnabled() || !actionNames().contains(name))
+            return;
+        if (picker()->menu()->isVisible())
+            picker()->hidePopup();
+        else
+            picker()->showPopup();
+    }
+    QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+  private:
+    Picker* picker() const { return static_cast<Picker*>(widget()); }
+};
+
+} // namespace
+
+Picker::Picker(const QString& accessibleName, QWidget* parent)
+    : QComboBox(parent), menu_(new DescribedMenu(accessibleName, this)) {
+    describeBy<Picker, PickerInterface>();
+    setAccessibleName(accessibleName);
+    setFocusPolicy(Qt::TabFocus);
+    menu_->setAttribute(Qt::WA_NoMouseReplay); // the click that closes it would open it again
+    connect(model(), &QAbstractItemModel::rowsInserted, this, &Picker::fillMenu);
+    connect(this, &QComboBox::currentIndexChanged, menu_, [this](int place) {
+        if (QAction* choice = menu_->actions().value(place))
+            choice->setChecked(true);
+    });
+    const auto applyTheme = [this] { setFont(Theme::font(Theme::TextStyle::caption)); };
+    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
+    applyTheme();
+}
+
+void Picker::fillMenu() {
+    menu_->clear();
+    auto* choices = new QActionGroup(menu_);
+    for (int place = 0; place < count(); ++place) {
+        QAction* choice = menu_->addAction(withoutMnemonics(itemText(place)), this, [this, place] {
+            setCurrentIndex(place);
+            Q_EMIT activated(place);
+        });
+        choice->setCheckable(true);
+        choice->setChecked(place == currentIndex());
+        choices->addAction(choice);
+    }
+}
+
+/// With the choice where it stands already.
+void Picker::showPopup() {
+    QAction* choice = menu_->actions().value(currentIndex());
+    menu_->setMinimumWidth(width());
+    menu_->popup(mapToGlobal(QPoint()), choice);
+    menu_->setActiveAction(choice);
+}
+
+void Picker::hidePopup() {
+    menu_->hide();
+}
+
+void Picker::wheelEvent(QWheelEvent* event) {
+    if (hasFocus())
+        QComboBox::wheelEvent(event);
+    else
+        event->ignore();
+}
+
+} // namespace ambrel

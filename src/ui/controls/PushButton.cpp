@@ -1,0 +1,82 @@
+#include "ui/controls/PushButton.h"
+
+#include <QPainter>
+
+#include "app/PlainText.h"
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+
+PushButton::PushButton(Prominence prominence, QWidget* parent)
+    : QPushButton(parent), prominence_(prominence) {
+    setFocusPolicy(Qt::TabFocus);
+    setAutoDefault(false);
+    connect(&Theme::shared(), &Theme::changed, this, &PushButton::applyTheme);
+    applyTheme();
+}
+
+PushButton::PushButton(const QString& text, Prominence prominence, QWidget* parent)
+    : PushButton(prominence, parent) {
+    setText(withoutMnemonics(text));
+    setAccessibleName(text);
+}
+
+PushButton::PushButton(Symbol symbol, const QString& accessibleName, QWidget* parent)
+    : PushButton(Prominence::plain, parent) {
+    setIcon(symbolIcon(symbol));
+    setAccessibleName(accessibleName);
+    setToolTip(accessibleName);
+}
+
+void PushButton::setEnabledWithoutPassingFocus(bool enabled) {
+    if (!enabled && hasFocus())
+        clearFocus();
+    setEnabled(enabled);
+}
+
+QSize PushButton::sizeHint() const {
+    QSize size = QPushButton::sizeHint();
+    if (text().isEmpty()) // as tall as a button with a text, and not wider than it need be
+        return QSize(Theme::length(32), std::max(size.height(), Theme::length(24)));
+    if (prominence_ == Prominence::large || prominence_ == Prominence::prominent)
+        return QSize(std::max(size.width() + Theme::length(28), Theme::length(190)),
+                     Theme::length(36));
+    const int padding = Theme::length(prominence_ == Prominence::filled ? 24 : 12);
+    return QSize(std::max(size.width() + padding, Theme::length(32)),
+                 std::max(size.height(), Theme::length(24)));
+}
+
+void PushButton::applyTheme() {
+    const int edge = Theme::length(12);
+    setIconSize(QSize(edge, edge));
+    setFont(Theme::font(Theme::TextStyle::body));
+    updateGeometry();
+}
+
+void PushButton::paintEvent(QPaintEvent* event) {
+    if (prominence_ == Prominence::filled || prominence_ == Prominence::prominent)
+        paintFilled();
+    else
+        QPushButton::paintEvent(event);
+}
+
+/// Styles shade a tinted button so much that its text is hard to read, each in a way of its own.
+void PushButton::paintFilled() {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const double radius = Theme::length(6);
+    const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
+    const QColor onAccent = isEnabled()
+                                ? palette().color(QPalette::Active, QPalette::HighlightedText)
+                                : palette().color(QPalette::ButtonText);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(isDown() ? accent.darker(120) : underMouse() ? accent.lighter(108) : accent);
+    painter.drawRoundedRect(rect(), radius, radius);
+    painter.setPen(QPen(onAccent, 2));
+    painter.setBrush(Qt::NoBrush);
+    if (hasFocus())
+        painter.drawRoundedRect(QRectF(rect()).adjusted(3, 3, -3, -3), radius - 2, radius - 2);
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
+}
+
+} // namespace ambrel

@@ -1,0 +1,48 @@
+#include "ui/controls/RadioGroup.h"
+
+#include <QRadioButton>
+#include <QSignalBlocker>
+#include <QVBoxLayout>
+
+#include "app/AccessibleFactory.h"
+#include "app/PlainText.h"
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+
+RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels, QWidget* parent)
+    : QWidget(parent) {
+    describeAs<RadioGroup, QAccessible::Grouping>();
+    setAccessibleName(accessibleName);
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    for (const QString& label : labels) {
+        auto* button = new QRadioButton(withoutMnemonics(label));
+        button->setFocusPolicy(Qt::NoFocus);
+        connect(button, &QRadioButton::toggled, button, [button](bool isChosen) {
+            button->setFocusPolicy(isChosen ? Qt::TabFocus : Qt::NoFocus);
+        });
+        group_.addButton(button, column->count());
+        column->addWidget(button, 0, Qt::AlignLeft);
+    }
+    // Not when it is clicked: screen readers toggle.
+    connect(&group_, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
+        if (isChosen)
+            Q_EMIT chosen(index);
+    });
+    const auto applyTheme = [column] { column->setSpacing(Theme::length(5)); };
+    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
+    applyTheme();
+}
+
+void RadioGroup::setCurrent(int index) {
+    const QSignalBlocker quiet(&group_);
+    group_.button(index)->setChecked(true);
+}
+
+bool RadioGroup::holdsFocus() const {
+    const QWidget* holder = focusWidget();
+    return holder && holder->hasFocus();
+}
+
+} // namespace ambrel

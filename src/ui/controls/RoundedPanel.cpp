@@ -1,0 +1,18 @@
+#include "ui/controls/RoundedPanel.h"
+
+#include <QPainter>
+
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+
+void RoundedPanel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::panelBackground(palette()));
+    const double radius = Theme::length(8);
+    painter.drawRoundedRect(rect(), radius, radius);
+}
+
+} // namespace ambrel

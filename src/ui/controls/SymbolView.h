@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QWidget>
+
+#include "ui/controls/Symbols.h"
+#include "ui/controls/Theme.h"
+
+namespace ambrel {
+
+/// A symbol for the eye alone, in one of the text colours.
+class SymbolView : public QWidget {
+    Q_OBJECT
+
+  public:
+    /// `size` in points of the standard body font.
+    SymbolView(Symbol symbol, double size, Theme::TextColour colour, QWidget* parent = nullptr);
+
+    QSize sizeHint() const override;
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    Symbol symbol_;
+    double size_;
+    Theme::TextColour colour_;
+};
+
+} // namespace ambrel

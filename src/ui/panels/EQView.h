@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <memory>
+
+#include "app/AppState.h"
+#include "ui/controls/ControlPanel.h"
+
+namespace ambrel {
+
+class AudioEngine;
+class GainLabel;
+class SlidingRow;
+class VerticalSlider;
+
+/// The equaliser: its switch, and one slider for the gain of each of five bands while it is on.
+class EQView : public ControlPanel {
+    Q_OBJECT
+
+  public:
+    EQView(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+           QWidget* parent = nullptr);
+
+  private:
+    static constexpr std::size_t kBands = 5;
+
+    QWidget* makeBandRow();
+    QWidget* makeBand(std::size_t band);
+    double gainOf(std::size_t band) const;
+    void setGain(std::size_t band, double gain);
+    void resetGains();
+    void showSwitch();
+    void showGains();
+
+    std::shared_ptr<AppState> state_;
+    std::shared_ptr<AudioEngine> engine_;
+    SlidingRow* bandRow_;
+    std::array<VerticalSlider*, kBands> sliders_ = {};
+    std::array<GainLabel*, kBands> labels_ = {};
+};
+
+} // namespace ambrel

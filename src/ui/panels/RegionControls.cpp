@@ -1,0 +1,112 @@
+#include "ui/panels/RegionControls.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <QHBoxLayout>
+
+#include "app/TimeText.h"
+#include "app/Transport.h"
+#include "audio/AudioEngine.h"
+#include "ui/controls/ControlPanel.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/TextLabel.h"
+#include "ui/controls/TimePickerField.h"
+
+namespace ambrel {
+
+double RegionControls::Time::changed(double time) const {
+    // The fields show whole milliseconds: as long as they show this time, nothing is cut off it.
+    const std::int64_t shown = minutes * 60000 + seconds * 1000 + milliseconds;
+    return shown == wholeMilliseconds(time) ? time : secondsOf(shown);
+}
+
+void RegionControls::Time::show(double time) {
+    const std::int64_t total = wholeMilliseconds(time);
+    milliseconds = total % 1000;
+    seconds = total / 1000 % 60;
+    minutes = total / 60000;
+    for (TimePickerField* field : fields)
+        field->refresh();
+}
+
+RegionControls::RegionControls(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
+                               QWidget* parent)
+    : QWidget(parent), state_(std::move(state)), engine_(std::move(engine)) {
+    const auto makeLabel = [](const QString& text) {
+        return new TextLabel(text, Theme::TextStyle::caption, Theme::TextColour::secondary);
+    };
+    auto* divider = new Divider(Qt::Vertical);
+    auto* row = new ControlRow(16);
+    row->add(makeLabel(QStringLiteral("Start")));
+    row->add(makeGroup(QStringLiteral("Start"), start_, &RegionControls::applyStart));
+    row->add(divider);
+    row->add(makeLabel(QStringLiteral("End")));
+    row->add(makeGroup(QStringLiteral("End"), end_, &RegionControls::applyEnd));
+    auto* place = new QHBoxLayout(this);
+    place->setContentsMargins(0, 0, 0, 0);
+    place->addWidget(row);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+
+    const auto applyTheme = [divider] { divider->setFixedHeight(Theme::length(40)); };
+    connect(&Theme::shared(), &Theme::changed, divider, applyTheme);
+    applyTheme();
+    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
+        if (field == AppState::Field::regionStart || field == AppState::Field::regionEnd)
+            syncFromState();
+    });
+    syncFromState();
+}
+
+QWidget* RegionControls::makeGroup(const QString& name, Time& time,
+                                   void (RegionControls::*apply)()) {
+    auto* group = new ControlRow(2);
+    std::size_t place = 0;
+    const auto addField = [&](const char* unit, std::int64_t& number, std::int64_t highest) {
+        auto* field = new TimePickerField(name + QLatin1Char(' ') + QLatin1String(unit),
+                                          {.get = [&number] { return number; },
+                                           .set = [&number](std::int64_t value) { number = value; },
+                                           .lowest = 0,
+                                           .highest = highest,
+                                           .committed = [this, apply] { (this->*apply)(); }});
+        time.fields.at(place++) = field;
+        group->add(field);
+    };
+    const auto addColon = [&] {
+        auto* colon = new TextLabel(QStringLiteral(":"), Theme::TextStyle::body);
+        colon->setMonospaced(true);
+        group->add(colon);
+    };
+    addField("minutes", time.minutes, 999);
+    addColon();
+    addField("seconds", time.seconds, 59);
+    addColon();
+    addField("milliseconds", time.milliseconds, 999);
+    return group;
+}
+
+void RegionControls::applyStart() {
+    const double time = start_.changed(state_->regionStart());
+    state_->setRegionStart(std::max(std::min(time, state_->regionEnd()), 0.0));
+    regionCommitted();
+}
+
+void RegionControls::applyEnd() {
+    const double time = end_.changed(state_->regionEnd());
+    state_->setRegionEnd(std::max(std::min(time, state_->audioDuration()), state_->regionStart()));
+    regionCommitted();
+}
+
+void RegionControls::regionCommitted() {
+    state_->settingsDidChange();
+    if (state_->isPlaying())
+        transport::restartRegion(*state_, *engine_);
+    syncFromState();
+}
+
+void RegionControls::syncFromState() {
+    start_.show(state_->regionStart());
+    end_.show(state_->regionEnd());
+}
+
+} // namespace ambrel

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "ui/controls/ControlPanel.h"
+
+namespace ambrel {
+
+class NumberEdit;
+class RadioGroup;
+
+/// One limit of the waveform cache: presets to choose from and, while the last of them, the custom
+/// one, is chosen, a field for a whole number. What is typed there counts when Return is pressed
+/// and stays as it is, valid or not.
+class LimitControl : public ControlPanel {
+    Q_OBJECT
+
+  public:
+    struct Texts {
+        QString title;
+        QString group; ///< accessible name of the presets
+        QStringList presets;
+        QString field; ///< accessible name
+        QString placeholder;
+        QString unit;       ///< behind the field
+        double highest = 0; ///< that is taken; the lowest is 1
+    };
+
+    explicit LimitControl(const Texts& texts, QWidget* parent = nullptr);
+
+    /// Emits nothing.
+    void setPreset(int place);
+
+    QString custom() const;
+    void setCustom(const QString& text);
+    void selectCustom();
+
+  Q_SIGNALS:
+    void presetChosen(int place); ///< by the user
+    void customSubmitted();
+
+  private:
+    void applyTheme();
+    bool isCustomChosen() const;
+    void showCustomRow();
+    NumberEdit* makeCustomField(const Texts& texts);
+    QWidget* makeCustomRow(const Texts& texts);
+
+    RadioGroup* presets_;
+    NumberEdit* custom_;
+    QWidget* customRow_;
+    const int customPlace_;
+};
+
+} // namespace ambrel

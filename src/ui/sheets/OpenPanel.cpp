@@ -1,0 +1,40 @@
+#include "ui/sheets/OpenPanel.h"
+
+namespace ambrel {
+namespace {
+
+/// Endings of files that hold sound and nothing else, in both cases: some desktops tell them apart.
+QString audioPatterns() {
+    static const QStringList endings = {
+        QStringLiteral("mp3"),  QStringLiteral("wav"),  QStringLiteral("wave"),
+        QStringLiteral("aif"),  QStringLiteral("aiff"), QStringLiteral("aifc"),
+        QStringLiteral("flac"), QStringLiteral("m4a"),  QStringLiteral("m4b"),
+        QStringLiteral("aac"),  QStringLiteral("ogg"),  QStringLiteral("oga"),
+        QStringLiteral("opus"), QStringLiteral("wma"),  QStringLiteral("caf"),
+        QStringLiteral("au"),   QStringLiteral("snd"),  QStringLiteral("mka"),
+        QStringLiteral("weba"), QStringLiteral("ape"),  QStringLiteral("wv"),
+        QStringLiteral("tta"),  QStringLiteral("mp2"),  QStringLiteral("ac3"),
+        QStringLiteral("amr"),  QStringLiteral("w64"),  QStringLiteral("mpc")};
+    QStringList patterns;
+    for (const QString& ending : endings)
+        patterns << QStringLiteral("*.") + ending << QStringLiteral("*.") + ending.toUpper();
+    return patterns.join(QLatin1Char(' '));
+}
+
+} // namespace
+
+OpenPanel::OpenPanel(QWidget* parent) : QFileDialog(parent, QStringLiteral("Open File")) {
+    setFileMode(QFileDialog::ExistingFile);
+    setAcceptMode(QFileDialog::AcceptOpen);
+    setSupportedSchemes({QStringLiteral("file")});
+    setOption(QFileDialog::HideNameFilterDetails);
+    setNameFilters(
+        {QStringLiteral("Audio files (%1)").arg(audioPatterns()), QStringLiteral("All files (*)")});
+    connect(this, &QFileDialog::accepted, this, [this] {
+        const QList<QUrl> chosen = selectedUrls();
+        if (!chosen.isEmpty() && chosen.first().isLocalFile())
+            Q_EMIT fileChosen(chosen.first());
+    });
+}
+
+} // namespace ambrel

@@ -1,0 +1,70 @@
+#include "ui/window/RecentFilesBox.h"
+
+#include <algorithm>
+
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "ui/controls/QuietButton.h"
+#include "ui/controls/RoundedPanel.h"
+#include "ui/controls/TextLabel.h"
+#include "ui/controls/Theme.h"
+#include "ui/window/RecentFileRow.h"
+
+namespace ambrel {
+
+RecentFilesBox::RecentFilesBox(QWidget* parent)
+    : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea),
+      clear_(new QuietButton(QStringLiteral("Clear Recents"))) {
+    auto* panel = new RoundedPanel;
+    panelColumn_ = new QVBoxLayout(panel);
+    panelColumn_->addWidget(
+        new TextLabel(QStringLiteral("Recent Files"), Theme::TextStyle::headline));
+    panelColumn_->addWidget(scroller_);
+    scroller_->setWidgetResizable(true);
+    scroller_->setFrameShape(QFrame::NoFrame);
+    scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroller_->setFocusPolicy(Qt::NoFocus); // a click on it would take Space away from playing
+    scroller_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
+    scroller_->viewport()->setAutoFillBackground(false);
+
+    column_->setContentsMargins(0, 0, 0, 0);
+    column_->addWidget(panel);
+    column_->addWidget(clear_, 0, Qt::AlignHCenter);
+
+    connect(clear_, &QuietButton::clicked, this, &RecentFilesBox::clearRequested);
+    connect(&Theme::shared(), &Theme::changed, this, &RecentFilesBox::applyTheme);
+    applyTheme();
+    hide();
+}
+
+void RecentFilesBox::setFiles(const QList<QUrl>& files) {
+    if (files != files_) { // equal ones keep their rows, and the focus that one of them may have
+        files_ = files;
+        fillRows();
+    }
+    setVisible(!files_.isEmpty());
+}
+
+void RecentFilesBox::fillRows() {
+    auto* list = new RecentFileList(files_);
+    connect(list, &RecentFileList::fileChosen, this, &RecentFilesBox::fileChosen);
+    connect(list, &RecentFileList::rowFocused, scroller_,
+            [this](QWidget* row) { scroller_->ensureWidgetVisible(row, 0, 0); });
+    scroller_->setWidget(list);
+    list->putBefore(*clear_);
+    // An area asks for room for its scroll bars, which is more than a row or two.
+    scroller_->setMinimumHeight(std::min(list->sizeHint().height(), Theme::length(70)));
+    list->setAutoFillBackground(false); // the area sets it
+    updateGeometry();
+}
+
+void RecentFilesBox::applyTheme() {
+    setFixedWidth(Theme::length(300));
+    const int margin = Theme::length(10);
+    panelColumn_->setContentsMargins(margin, margin, margin, margin);
+    panelColumn_->setSpacing(Theme::length(6));
+    column_->setSpacing(Theme::length(6));
+}
+
+} // namespace ambrel
