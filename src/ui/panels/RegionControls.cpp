@@ -12,6 +12,7 @@
 #include "ui/controls/Divider.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/TimePickerField.h"
+#include "ui/controls/WrappingRow.h"
 
 namespace ambrel {
 
@@ -37,16 +38,17 @@ RegionControls::RegionControls(std::shared_ptr<AppState> state, std::shared_ptr<
         return new TextLabel(text, Theme::TextStyle::caption, Theme::TextColour::secondary);
     };
     auto* divider = new Divider(Qt::Vertical);
-    auto* row = new ControlRow(16);
-    row->add(makeLabel(QStringLiteral("Start")));
-    row->add(makeGroup(QStringLiteral("Start"), start_, &RegionControls::applyStart));
-    row->add(divider);
-    row->add(makeLabel(QStringLiteral("End")));
-    row->add(makeGroup(QStringLiteral("End"), end_, &RegionControls::applyEnd));
+    auto* start = new ControlRow(16);
+    start->add(makeLabel(QStringLiteral("Start")));
+    start->add(makeGroup(QStringLiteral("Start"), start_, &RegionControls::applyStart));
+    start->add(divider);
+    auto* end = new ControlRow(16);
+    end->add(makeLabel(QStringLiteral("End")));
+    end->add(makeGroup(QStringLiteral("End"), end_, &RegionControls::applyEnd));
     auto* place = new QHBoxLayout(this);
     place->setContentsMargins(0, 0, 0, 0);
-    place->addWidget(row);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    place->addWidget(new WrappingRow(16, {start, end}));
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
 
     const auto applyTheme = [divider] { divider->setFixedHeight(Theme::length(40)); };
     connect(&Theme::shared(), &Theme::changed, divider, applyTheme);
