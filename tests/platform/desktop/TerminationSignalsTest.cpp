@@ -2,8 +2,8 @@
 
 #include <csignal>
 
+#include <QProcess>
 #include <QTest>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/desktop/ExitDeadline.h"
@@ -44,21 +44,26 @@ class TerminationSignalsTest : public QObject {
     }
 
     void theDeadlineEndsWhatIsStuck() {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ExitDeadline().set(std::chrono::milliseconds(1), 1); // in time
-            ExitDeadline deadline;
-            deadline.set(std::chrono::milliseconds(20), 3);
-            for (int i = 0; i < 100; ++i)
-                ::usleep(100'000);
-            ::_exit(2);
-        }
-        int status = 0;
-        QCOMPARE(::waitpid(child, &status, 0), child);
-        QVERIFY(WIFEXITED(status));
-        QCOMPARE(WEXITSTATUS(status), 3);
+        QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {u"--stuck"_qs}), 3);
     }
 };
 
-QTEST_GUILESS_MAIN(TerminationSignalsTest)
+/// A process that does not end by itself.
+static int beStuck() {
+    ExitDeadline().set(std::chrono::milliseconds(1), 1); // in time
+    static ExitDeadline deadline;
+    deadline.set(std::chrono::milliseconds(20), 3);
+    for (int i = 0; i < 100; ++i)
+        ::usleep(100'000);
+    return 2;
+}
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    if (argc == 2 && std::string(argv[1]) == "--stuck")
+        return beStuck();
+    TerminationSignalsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "TerminationSignalsTest.moc"
