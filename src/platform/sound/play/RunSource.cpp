@@ -17,6 +17,9 @@ constexpr std::int64_t filterFrames = 1024;
 /// What must be in the cache of a region before it may follow: the rest is read while it plays.
 constexpr std::int64_t startFrames = 4096;
 
+/// Read ahead at most: less than a quarter of the cache, since up to four places are read ahead.
+constexpr std::int64_t mostAhead = 120 * FileBlock::frameCount;
+
 } // namespace
 
 RunSource::RunSource(FrameCache& cache, int deviceHz)
@@ -124,10 +127,13 @@ std::optional<std::int64_t> RunSource::update(double changeable) {
     return from;
 }
 
+std::int64_t RunSource::framesAhead() const noexcept {
+    return std::min<std::int64_t>(request_.fileHz, mostAhead);
+}
+
 /// A second of what is being read, and of what may come after it.
 void RunSource::wantAhead() {
-    const std::int64_t second = request_.fileHz;
-    cache_.want(passes_.nextInFile(), std::min(passes_.leftInPass(), second));
+    cache_.want(passes_.nextInFile(), std::min(passes_.leftInPass(), framesAhead()));
     if (const auto after = passes_.afterEnd())
         wantStart(after->startFrame, after->frameCount);
     wantStart(passes_.following());
@@ -137,7 +143,7 @@ void RunSource::wantAhead() {
 
 void RunSource::wantStart(std::int64_t startFrame, std::int64_t frameCount) {
     const std::int64_t before = passes_.longestCrossfade();
-    cache_.want(startFrame - before, before + std::min<std::int64_t>(frameCount, request_.fileHz));
+    cache_.want(startFrame - before, before + std::min(frameCount, framesAhead()));
 }
 
 void RunSource::wantStart(const std::optional<Announcement>& next) {

@@ -85,6 +85,7 @@ class RunSource final : public FrameInput {
 
     std::int64_t toDevice(std::int64_t fileFrame) const noexcept;
     void startConverter(std::int64_t from);
+    std::int64_t framesAhead() const noexcept;
     void wantAhead();
     void wantStart(std::int64_t startFrame, std::int64_t frameCount);
     void wantStart(const std::optional<Announcement>& next);
