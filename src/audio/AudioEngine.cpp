@@ -87,8 +87,9 @@ QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
     }
     if (thisLoad == newestLoad_) {
         stop(); // the earlier file may have been started in the meantime
+        // The earlier file is closed off the main thread: its disk may not answer.
         if (file)
-            audioFile_ = file;
+            static_cast<void>(opens_.run([former = std::exchange(audioFile_, file)] {}));
     }
     if (error)
         std::rethrow_exception(error);

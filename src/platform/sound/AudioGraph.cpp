@@ -135,7 +135,9 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     rateHz_ = sampleRateHz;
     const OutputStage::Progress progress = stage_.progress();
     const bool begun = segment_ && progress.epoch >= segment_->firstEpoch;
-    if (segment_ && !(begun && progress.ended))
+    if (segment_ && begun && progress.ended)
+        gate_.set({++epoch_, false}); // nothing that is announced from now on plays it again
+    else if (segment_)
         playFrom(begun ? stage_.place() : OutputStage::Place{segment_->first});
 }
 
@@ -160,7 +162,7 @@ std::size_t SoundGraph::awaitFrames(std::size_t frames) {
 /// With the mutex held: what is left of the segment under a new epoch.
 void SoundGraph::playFrom(const OutputStage::Place& place) {
     const std::shared_ptr<AudioFile>& file = segment_->file;
-    if (lastFile_.lock() != file)
+    if (lastFile_.owner_before(file) || file.owner_before(lastFile_))
         ++fileNumber_;
     lastFile_ = file;
     reader_.open(file, fileNumber_);

@@ -284,6 +284,13 @@ void AudioGraphTest::goesOnWhenTheDeviceIsReplaced() {
     QCOMPARE(clocked.graph.playerTime(), std::optional<double>(double(file->length())));
     const std::vector<float> heard = clocked.heard();
     QVERIFY(std::count_if(heard.begin(), heard.end(), [](float s) { return s != 0; }) > 85000);
+
+    // What has ended stays silent, whatever device comes and whatever is announced then.
+    clocked.output->replaceDevice(44100, 700);
+    clocked.graph.announce(Announcement{1, 0, 4410});
+    const std::size_t then = clocked.heard().size();
+    QTRY_VERIFY(clocked.heard().size() > then + 20000);
+    QVERIFY(clocked.isSilentFor(15000));
 }
 
 void AudioGraphTest::aFileThatBreaksOffEndsInSilence() {

@@ -20,7 +20,7 @@ class FrameCache {
     explicit FrameCache(FileReader& reader);
 
     /// From now on frames are those of file `number`, which has `length`. What was asked for before
-    /// is no longer urgent.
+    /// is no longer urgent; of what did not decode, the file may have been written anew.
     void begin(std::int64_t number, std::int64_t length) noexcept;
 
     /// Takes over what has been read, and begins to count anew what is wanted.
@@ -37,10 +37,6 @@ class FrameCache {
 
     /// Copies up to `frames` frames and returns how many: fewer where the next is not there yet.
     std::size_t read(std::int64_t first, float* stereo, std::size_t frames) const noexcept;
-
-    /// Blocks of which a part did not decode are read again when they are wanted next: the file may
-    /// have been written anew.
-    void forgetBroken() noexcept;
 
   private:
     /// A block may lie in any of the ways of the set that its index falls to.
@@ -59,6 +55,7 @@ class FrameCache {
     const Slot* find(std::int64_t index) const noexcept;
     const FileBlock& blockOf(const Slot& slot) const noexcept;
     void ask(std::int64_t index) noexcept;
+    void forgetBroken() noexcept;
 
     FileReader& reader_;
     std::array<Set, sets> slots_{};

@@ -29,6 +29,7 @@ void RenderThread::run() {
                 wiring_.wake.wait();
         } catch (...) {
             isBroken_ = true; // memory has run out, most likely
+            isMade_ = false;  // the end is still to be told
         }
     }
 }
@@ -41,9 +42,12 @@ bool RenderThread::step() {
     const PlayGate::State gate = wiring_.gate.get();
     if (newest_ != gate.epoch)
         return false;
-    updateSource();
-    if (wiring_.demand && !source_.isComplete())
-        return false;
+    if (!isBroken_) {
+        if (const auto replaced = source_.update(nextChangeable()))
+            timePitch_.replaceFrom(*replaced);
+        if (wiring_.demand && !source_.isComplete())
+            return false;
+    }
     if (epoch_ != gate.epoch || isMade_) {
         if (!enterRun(gate))
             return false;
@@ -70,12 +74,8 @@ void RenderThread::takeRequest() {
         return;
     }
     newest_ = request->epoch;
+    isBroken_ = false;
     source_.prepare(*request);
-}
-
-void RenderThread::updateSource() {
-    if (const auto replaced = source_.update(nextChangeable()))
-        timePitch_.replaceFrom(*replaced);
 }
 
 /// The run that is to be made next; false if there is none, or not yet.
@@ -83,9 +83,8 @@ bool RenderThread::enterRun(PlayGate::State gate) {
     if (!gate.playing)
         return false;
     if (epoch_ != gate.epoch) {
-        if (!source_.isReady())
+        if (!isBroken_ && !source_.isReady())
             return false;
-        source_.begin();
         epoch_ = gate.epoch;
         begin(0, false);
         return true;
@@ -104,7 +103,7 @@ void RenderThread::begin(double owed, bool isFollowing) {
         std::clamp(source_.pauseSeconds(), 0.0, longestPauseSeconds) * sampleRateHz_ + owed;
     pauseLeft_ = std::max<std::int64_t>(0, std::llround(pause));
     owed_ = pause - static_cast<double>(pauseLeft_);
-    isMade_ = isBroken_ = false;
+    isMade_ = false;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
     if (!isFollowing)
@@ -210,7 +209,8 @@ double RenderThread::nextChangeable() const noexcept {
         return 0;
     if (isMade_)
         return double(FrameInput::endless);
-    return std::ceil(timePitch_.position() + noticeSeconds * sampleRateHz_ * timePitch_.rate());
+    return std::ceil(timePitch_.position() +
+                     noticeSeconds * sampleRateHz_ * timePitch_.inputSpeed());
 }
 
 /// The first 3 ms of a run that follows a pause; the first of a segment is faded where it is heard.

@@ -64,7 +64,6 @@ class RenderThread {
     bool step();
     bool isDemanded() noexcept;
     void takeRequest();
-    void updateSource();
     bool enterRun(PlayGate::State gate);
     void begin(double pauseFrames, bool isFollowing);
     double framesOwed() noexcept;

@@ -20,11 +20,6 @@ Resampler::~Resampler() {
     soxr_delete(converter_);
 }
 
-void Resampler::begin() {
-    if (const soxr_error_t error = soxr_clear(converter_))
-        throw std::runtime_error(error);
-}
-
 Resampler::Step Resampler::process(const float* in, std::size_t inFrames, float* out,
                                    std::size_t outFrames) noexcept {
     Step step;

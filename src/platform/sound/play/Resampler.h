@@ -10,8 +10,8 @@ namespace ambrel {
 /// delay: the first frame out lies where the first frame in lay). One thread at a time.
 class Resampler {
   public:
-    /// Rates in Hz, above 0 and unequal. Throws std::runtime_error for rates that cannot be
-    /// converted.
+    /// Rates in Hz, above 0 and unequal. Takes some 0.1 ms. Throws std::runtime_error for rates
+    /// that cannot be converted and where memory has run out.
     Resampler(int fromHz, int toHz);
     ~Resampler();
     Resampler(const Resampler&) = delete;
@@ -25,10 +25,6 @@ class Resampler {
     /// Converts as much of `in` as there is room for in `out`. Frames come out some 1,000 frames
     /// after those that they are made of went in.
     Step process(const float* in, std::size_t inFrames, float* out, std::size_t outFrames) noexcept;
-
-    /// The next frame in is the first. Allocates; takes some 0.2 ms. Throws std::runtime_error
-    /// where memory has run out.
-    void begin();
 
   private:
     soxr* converter_;

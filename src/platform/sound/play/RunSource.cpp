@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <numeric>
-#include <utility>
 
 namespace ambrel {
 
@@ -17,8 +15,9 @@ constexpr std::int64_t filterFrames = 1024;
 /// What must be in the cache of a region before it may follow: the rest is read while it plays.
 constexpr std::int64_t startFrames = 4096;
 
-/// Read ahead at most: less than a quarter of the cache, since up to four places are read ahead.
-constexpr std::int64_t mostAhead = 120 * FileBlock::frameCount;
+/// Read ahead at most: of so many blocks next to each other each goes into another set of the
+/// cache, so that all places that are read ahead find room.
+constexpr std::int64_t mostAhead = 60 * FileBlock::frameCount;
 
 } // namespace
 
@@ -26,40 +25,21 @@ RunSource::RunSource(FrameCache& cache, int deviceHz)
     : cache_(cache), passes_(cache), deviceHz_(deviceHz) {}
 
 void RunSource::prepare(const PlayRequest& request) {
-    request_ = request;
     cache_.begin(request.file, request.fileLength);
     isNew_ = false;
-    ratio_ = double(request.fileHz) / deviceHz_;
-    if (request.fileHz == deviceHz_) {
-        converter_.reset();
-        converterHz_ = deviceHz_;
-    } else if (converterHz_ != request.fileHz) {
-        converterHz_ = request.fileHz;
-        try {
-            converter_.emplace(request.fileHz, deviceHz_);
-        } catch (const std::exception&) {
-            // A rate that cannot be converted: nothing of it can be heard, so it ends at once.
-            converterHz_ = 0;
-            converter_.reset();
-            request_.first.frameCount = 0;
-            request_.next.reset();
-        }
-    }
-    passes_.begin(request_.fileHz, request_.first, static_cast<std::int64_t>(request_.heardFrames),
-                  request_.next);
+    if (request.file == 0)
+        return;
+    fileHz_ = request.fileHz;
+    ratio_ = double(fileHz_) / deviceHz_;
+    passes_.begin(fileHz_, request.first, static_cast<std::int64_t>(request.heardFrames),
+                  request.next);
+    pauseSeconds_ = request.pauseSeconds;
+    position_ = 0;
+    startConverter(0);
 }
 
 bool RunSource::isReady() const noexcept {
-    const std::int64_t left = passes_.leftInPass();
-    return cache_.has(passes_.nextInFile(), std::min(left, startFrames));
-}
-
-void RunSource::begin() {
-    passes_.begin(request_.fileHz, request_.first, static_cast<std::int64_t>(request_.heardFrames),
-                  request_.next);
-    pauseSeconds_ = request_.pauseSeconds;
-    position_ = 0;
-    startConverter(0);
+    return cache_.has(passes_.nextInFile(), std::min(passes_.leftInPass(), startFrames));
 }
 
 bool RunSource::beginNextRun() {
@@ -77,24 +57,23 @@ bool RunSource::beginNextRun() {
 void RunSource::startConverter(std::int64_t from) {
     toSkip_ = 0;
     inputDone_ = inputCount_ = 0;
-    if (!converter_)
+    converter_.reset();
+    if (fileHz_ == deviceHz_)
         return;
-    const std::int64_t fileHz = request_.fileHz;
-    const std::int64_t step = fileHz / std::gcd(fileHz, std::int64_t{deviceHz_});
-    const std::int64_t preroll =
-        filterFrames * std::max<std::int64_t>(1, (fileHz + deviceHz_ - 1) / deviceHz_);
+    const std::int64_t step = fileHz_ / std::gcd(fileHz_, deviceHz_);
+    const std::int64_t preroll = filterFrames * std::max(1, (fileHz_ + deviceHz_ - 1) / deviceHz_);
     const auto at = static_cast<std::int64_t>(std::floor(double(from) * ratio_));
     const std::int64_t start = std::max<std::int64_t>(0, (at - preroll) / step * step);
     passes_.goBackTo(start);
-    converter_->begin();
+    converter_.emplace(fileHz_, deviceHz_);
     toSkip_ = from - toDevice(start);
 }
 
 /// The nearest device frame.
 std::int64_t RunSource::toDevice(std::int64_t fileFrame) const noexcept {
-    if (request_.fileHz == deviceHz_ || fileFrame >= FrameInput::endless)
+    if (fileHz_ == deviceHz_ || fileFrame >= FrameInput::endless)
         return fileFrame;
-    return std::llround(static_cast<long double>(fileFrame) * deviceHz_ / request_.fileHz);
+    return std::llround(static_cast<long double>(fileFrame) * deviceHz_ / fileHz_);
 }
 
 double RunSource::framesCut() const noexcept {
@@ -104,21 +83,16 @@ double RunSource::framesCut() const noexcept {
 
 std::optional<std::int64_t> RunSource::update(double changeable) {
     cache_.update();
-    if (std::exchange(decidedEnd_, passes_.timeline().end()) != passes_.timeline().end())
-        cache_.forgetBroken(); // another pass: the file may be whole again
     wantAhead();
     if (!isNew_ || !hasStart(announced_))
         return std::nullopt;
     isNew_ = false;
-    request_.next = announced_;
     const auto changed = passes_.follow(announced_, changeable * ratio_);
     if (!changed)
         return std::nullopt;
     std::int64_t from = *changed;
     if (converter_) {
-        const std::int64_t filter =
-            filterFrames *
-            std::max<std::int64_t>(1, (deviceHz_ + request_.fileHz - 1) / request_.fileHz);
+        const std::int64_t filter = filterFrames * std::max(1, (deviceHz_ + fileHz_ - 1) / fileHz_);
         from = std::max<std::int64_t>(0, toDevice(*changed) - filter);
     }
     from = std::min(from, position_);
@@ -127,28 +101,25 @@ std::optional<std::int64_t> RunSource::update(double changeable) {
     return from;
 }
 
-std::int64_t RunSource::framesAhead() const noexcept {
-    return std::min<std::int64_t>(request_.fileHz, mostAhead);
-}
-
-/// A second of what is being read, and of what may come after it.
+/// A second of what is being read, and of whatever may come after it.
 void RunSource::wantAhead() {
-    cache_.want(passes_.nextInFile(), std::min(passes_.leftInPass(), framesAhead()));
+    want(passes_.nextInFile(), passes_.leftInPass());
+    const std::int64_t next = passes_.next() + passes_.leftInPass();
+    if (next < passes_.timeline().end()) {
+        const Pass& decided = passes_.timeline().at(next).first;
+        want(decided.startFrame, decided.frameCount);
+    }
     if (const auto after = passes_.afterEnd())
-        wantStart(after->startFrame, after->frameCount);
-    wantStart(passes_.following());
-    if (isNew_)
-        wantStart(announced_);
+        want(after->startFrame, after->frameCount);
+    for (const auto& announced : {passes_.following(), isNew_ ? announced_ : std::nullopt})
+        if (announced)
+            want(announced->startFrame, announced->frameCount);
 }
 
-void RunSource::wantStart(std::int64_t startFrame, std::int64_t frameCount) {
+/// And of what is faded into it.
+void RunSource::want(std::int64_t first, std::int64_t frames) {
     const std::int64_t before = passes_.longestCrossfade();
-    cache_.want(startFrame - before, before + std::min(frameCount, framesAhead()));
-}
-
-void RunSource::wantStart(const std::optional<Announcement>& next) {
-    if (next)
-        wantStart(next->startFrame, next->frameCount);
+    cache_.want(first - before, before + std::min({frames, std::int64_t{fileHz_}, mostAhead}));
 }
 
 bool RunSource::hasStart(const std::optional<Announcement>& next) const noexcept {

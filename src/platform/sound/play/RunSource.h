@@ -36,13 +36,12 @@ class RunSource final : public FrameInput {
   public:
     RunSource(FrameCache& cache, int deviceHz);
 
-    /// Another segment, whose first run is read once begin() is called.
+    /// Another segment, of which the first run begins. Throws std::runtime_error when there is not
+    /// the memory to convert its rate; so does all that is not noexcept.
     void prepare(const PlayRequest& request);
 
     /// Whether the first frames of the segment are there.
     bool isReady() const noexcept;
-
-    void begin();
 
     /// The run after this one begins. False if none follows.
     bool beginNextRun();
@@ -85,10 +84,8 @@ class RunSource final : public FrameInput {
 
     std::int64_t toDevice(std::int64_t fileFrame) const noexcept;
     void startConverter(std::int64_t from);
-    std::int64_t framesAhead() const noexcept;
     void wantAhead();
-    void wantStart(std::int64_t startFrame, std::int64_t frameCount);
-    void wantStart(const std::optional<Announcement>& next);
+    void want(std::int64_t first, std::int64_t frames);
     bool hasStart(const std::optional<Announcement>& next) const noexcept;
     std::size_t convert(float* stereo, std::size_t frames) noexcept;
     bool takeInput() noexcept;
@@ -96,15 +93,13 @@ class RunSource final : public FrameInput {
     FrameCache& cache_;
     PassReader passes_;
     int deviceHz_;
-    PlayRequest request_;
+    int fileHz_ = 1;
     double ratio_ = 1; ///< file frames in a device frame
     double pauseSeconds_ = 0;
     std::optional<Announcement> announced_;
-    bool isNew_ = false;          ///< what was announced does not count yet
-    std::int64_t decidedEnd_ = 0; ///< of the run, when last looked at
+    bool isNew_ = false; ///< what was announced does not count yet
 
     std::optional<Resampler> converter_; ///< none where the rates are equal
-    int converterHz_ = 0;                ///< what it converts from
     std::int64_t position_ = 0;          ///< device frames read of the run
     std::int64_t toSkip_ = 0;            ///< of what the converter makes next
     std::array<float, 2 * inputFrames> input_{};

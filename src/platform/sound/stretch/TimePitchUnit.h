@@ -32,7 +32,8 @@ class TimePitchUnit {
     void begin(std::int64_t frames);
 
     /// From `frame` on the source gives its frames once more, and they may be others than those
-    /// that were taken from it. `frame` may lie a little before position(), up to mostInput() ÷ 2.
+    /// that were taken from it. `frame` may lie a little before position(), up to half of what is
+    /// kept.
     void replaceFrom(std::int64_t frame);
 
     /// Speed, 1 is normal; brought into 0.05 to 3, no number counts as 1.
@@ -58,8 +59,8 @@ class TimePitchUnit {
     /// The input frame that the next frame made will be heard as, counted from the run's first.
     double position() const noexcept;
 
-    /// Input frames that one process() for up to 64 frames can ask for at most.
-    std::size_t mostInput() const noexcept { return input_.span(); }
+    /// Input frames that pass with each frame made: 1 until a stretcher has taken over.
+    double inputSpeed() const noexcept { return isDirect() ? 1 : rate_; }
 
   private:
     /// What is heard: the input itself or the stretcher in use; in the other modes, one of them
