@@ -17,52 +17,53 @@ namespace ambrel {
 
 class PlaybackModel;
 
-/// Plays one region of the open file, loops it with or without a pause, and reports the play head.
+/// Plays a region of the open file, loops it with or without a pause, and reports the play head.
+/// One instance for the application, see shared().
 ///
-/// The rules are here: which frames a region has, what follows its end, and which completions are
-/// stale. While a segment plays, the graph is kept told what will follow it, so that a loop runs on
-/// without waiting for the main thread; at its end the rules still decide, and what runs on by then
-/// is adopted if it is what they say. Everything runs on the main thread; completions of the graph
-/// hop there first. The model is held weakly and holds the truth about speed, pitch and equaliser:
-/// nobody reads them back here.
+/// It decides which frames a region has, what follows at its end, and which completions are stale.
+/// While a segment plays, it keeps the graph informed of what will follow, so that a loop continues
+/// without waiting for the main thread. At the end of each pass it still decides, and adopts the
+/// pass that is already playing if that is the one it wants.
+///
+/// Main thread only, except Open; completions of the graph are posted there. The model is held
+/// weakly and is authoritative for speed, pitch and equaliser, which cannot be read back here.
 class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
   public:
-    /// Centre frequencies of the equaliser's bands in Hz, in band order.
+    /// Centre frequencies of the equaliser bands in Hz, in band order.
     static constexpr std::array<float, 5> eqFrequencies = {60, 250, 1000, 4000, 12000};
 
-    /// Opens a file for playing. Off the main thread; throws AudioFileError.
+    /// Opens a file for playing, off the main thread. Throws AudioFileError.
     using Open = std::function<std::shared_ptr<AudioFile>(const QUrl& url)>;
     static std::shared_ptr<AudioFile> openLocally(const QUrl& url);
 
-    /// The instance of the application, on the default sound device.
+    /// The application's instance, on the default sound device.
     static std::shared_ptr<AudioEngine> shared();
 
-    /// Sets up the equaliser: five peaking bands an octave wide at 0 dB, bypassed.
+    /// Starts with five peaking bands, an octave wide, at 0 dB, bypassed.
     static std::shared_ptr<AudioEngine> create(std::unique_ptr<AudioGraph> graph,
                                                MainQueue& mainQueue, Open open = openLocally);
     ~AudioEngine();
 
-    /// Where positions and the end of a region are written; not kept alive.
+    /// The model to read the region from and write the play head to; not kept alive.
     void setAppState(std::weak_ptr<PlaybackModel> appState);
 
-    /// Stops, then opens `url` off the main thread, without waiting for files that are still being
-    /// opened, and makes it the file to play, unless a later load has begun meanwhile. Gives the
-    /// opened file either way. Throws AudioFileError; the file to play is then the one before, and
-    /// stopped.
+    /// Stops, opens `url` off the main thread (without waiting for other files being opened), and
+    /// makes it the file to play unless a later load has begun. Returns the opened file either way.
+    /// Throws AudioFileError; the previous file then stays, stopped.
     QCoro::Task<std::shared_ptr<AudioFile>> load(QUrl url);
 
-    /// Plays the frames from `start` to `end` (seconds), and says whether it does. No effect
-    /// without a file or unless start < end; only a stop when there is not one frame between them.
+    /// Plays from `start` to `end` (seconds in the file) and returns whether it does. No effect
+    /// without a file or unless start < end; only stops if there is no whole frame between them.
     /// The caller sets the model's isPlaying.
     bool play(double start, double end);
     void stop();
-    /// Nothing sounds from here on until the next play(), whatever was about to follow.
+    /// Holds playback until the next play(), including a pass that is about to follow.
     void pause();
 
     void setRate(float rate);   ///< 1.0 is normal speed
     void setPitch(float cents); ///< transposition
     void setEQEnabled(bool enabled);
-    void setEQGain(double gain, int band); ///< dB; a band that does not exist is ignored
+    void setEQGain(double gain, int band); ///< dB; other bands than 0 to 4 are ignored
 
   private:
     using Completion = AudioGraph::Completion;
@@ -90,13 +91,13 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     Open open_;
     BackgroundQueue opens_;
     std::shared_ptr<AudioFile> audioFile_;
-    std::int64_t generation_ = 0; ///< taken by every stop and every new segment
+    std::int64_t generation_ = 0; ///< increased by every stop and every new segment
     bool isPaused_ = false;       ///< until the next stop or segment
     std::int64_t newestLoad_ = 0;
-    std::optional<Announcement> announced_; ///< what the graph was told to follow
-    std::int64_t announcements_ = 0;        ///< made so far
+    std::optional<Announcement> announced_; ///< what the graph has been told
+    std::int64_t announcements_ = 0;        ///< number of announcements so far
     std::unique_ptr<RepeatingTimer> positionTimer_;
-    double fileStart_ = 0; ///< seconds; where the segment that plays begins
+    double fileStart_ = 0; ///< seconds; start of the current pass
     std::weak_ptr<PlaybackModel> appState_;
     std::shared_ptr<void> loopObservation_;
 };

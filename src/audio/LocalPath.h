@@ -6,13 +6,12 @@
 
 namespace ambrel {
 
-/// The one of a file's addresses under which all that belongs to it is kept: without a host, and
-/// with no part of the path that leads nowhere else. What is no file on this computer stays as it
-/// is.
+/// The canonical URL of a local file, under which its data is stored: without a host and without
+/// redundant parts in the path. Other URLs are returned unchanged.
 QUrl localFile(const QUrl& url);
 
-/// The path that a file URL stands for, in the bytes of the file system. Throws AudioFileError for
-/// a URL that is no file on this computer.
+/// The path of a local file URL, in the bytes of the file system. Throws AudioFileError for any
+/// other URL.
 std::filesystem::path localPath(const QUrl& url);
 
 } // namespace ambrel

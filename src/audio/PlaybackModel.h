@@ -6,7 +6,7 @@
 
 namespace ambrel {
 
-/// What the engine reads of the model and writes back into it. Main thread only.
+/// What the engine reads from the application state and writes back. Main thread only.
 class PlaybackModel {
   public:
     virtual ~PlaybackModel() = default;
@@ -17,8 +17,7 @@ class PlaybackModel {
     virtual std::int64_t loopDelaySeconds() const = 0;
     virtual std::int64_t loopDelayMilliseconds() const = 0;
 
-    /// Calls `notify` after each change of the five above, until the handle that it gives is let
-    /// go.
+    /// Calls `notify` after each change of the five above for as long as the returned handle lives.
     virtual std::shared_ptr<void> observeLoop(std::function<void()> notify) = 0;
 
     virtual void setPlaybackPosition(double seconds) = 0;

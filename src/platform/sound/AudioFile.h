@@ -10,8 +10,8 @@
 
 namespace ambrel {
 
-/// A file that cannot be opened for its sound. what() is one sentence for the user, in UTF-8, which
-/// names the file and the reason: “take3.mp3” could not be opened: no audio stream was found.
+/// A file that cannot be opened as audio. what() is one sentence for the user, in UTF-8, naming the
+/// file and the reason: “take3.mp3” could not be opened: no audio stream was found.
 class AudioFileError : public std::runtime_error {
   public:
     enum class Reason { missing, notAFile, noPermission, empty, unreadable, noAudio };
@@ -22,28 +22,27 @@ class AudioFileError : public std::runtime_error {
     Reason reason;
 };
 
-/// The first audio track of a file, decoded by FFmpeg's libraries, read by frame.
+/// The first audio track of a file, decoded by FFmpeg's libraries and read by frame number.
 ///
-/// A frame is one sample of every channel; frame 0 is the first frame meant to be heard (encoder
-/// delay removed) and length() counts to the last (padding removed). Reading a range gives the same
-/// samples whatever was read before it. A block in the middle that does not decode reads as silence
-/// where its place is known. A change of rate or channels midway is converted to what the track
-/// began with.
+/// Frame 0 is the first frame meant to be heard (encoder delay removed), and length() counts up to
+/// the last (padding removed). A range reads as the same samples whatever was read before it. A
+/// part that cannot be decoded reads as silence where its position is known. If the sample rate or
+/// the channels change midway, the rest is converted to those at the start.
 ///
-/// Samples come as they were decoded, above ±1 where the file is that loud; what is no number reads
-/// as 0. The file stays open while this lives: renamed or removed, it reads on; cut short or
-/// overwritten, it reads what is there.
+/// Samples are as decoded, beyond ±1 where the file is that loud; NaN and infinity read as 0. The
+/// file stays open for the lifetime of this object: it can still be read after it was renamed or
+/// deleted; if it is truncated or overwritten, reads return what is there now.
 ///
-/// Threads: open() and read() may block on the disk and belong off the main thread. One thread at a
-/// time may read; sampleRate(), length() and path() are settled by open() and may be read from any.
+/// Threads: open() and read() may block on the disk; do not call them on the main thread. Only one
+/// thread at a time may read. path(), sampleRate(), channels() and length() never change and may be
+/// called from any thread.
 class AudioFile {
   public:
-    /// What a frame is delivered as.
+    /// The samples of a delivered frame.
     enum class Layout {
-        stereo, ///< two samples, left and right: mono on both; any number of channels mixed down,
-                ///< weighted so that full scale in every channel stays within full scale. Those
-                ///< without a known place go to both sides; of surround sound, the one for the
-                ///< lowest frequencies is left out
+        stereo, ///< left and right. Mono goes to both; more channels are mixed down, with weights
+                ///< that keep full scale in all of them within full scale. Channels of unknown
+                ///< position go to both sides; the low-frequency channel is left out
         mono    ///< one sample: the mean of all channels of the track
     };
 
@@ -59,17 +58,18 @@ class AudioFile {
     /// Frames per second of the track, above 0.
     virtual int sampleRate() const noexcept = 0;
 
-    /// Channels of the track before they are mixed, above 0.
+    /// Channels of the track before mixing, above 0.
     virtual int channels() const noexcept = 0;
 
-    /// Frames in the track, exact: no estimate from a bit rate.
+    /// Frames in the track; exact, not estimated from the bit rate.
     virtual std::int64_t length() const noexcept = 0;
 
     /// Samples in a delivered frame: 2 (stereo) or 1 (mono).
     virtual int samplesPerFrame() const noexcept = 0;
 
-    /// Fills `out` (interleaved, full scale ±1) with the frames from `first` on. Returns the frames
-    /// written: fewer than asked for only where the file ends or stops decoding. Never throws.
+    /// Fills `out` (interleaved, full scale ±1) with frames from `first` on. Returns the number of
+    /// frames written, which is less than asked for only where the file ends or decoding stops.
+    /// Never throws.
     virtual std::size_t read(std::int64_t first, std::span<float> out) noexcept = 0;
 };
 

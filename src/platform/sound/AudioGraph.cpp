@@ -19,8 +19,8 @@ static_assert(AudioGraph::bandCount == EqualiserUnit::bandCount);
 
 namespace {
 
-/// What the render thread keeps ready beyond the device's largest request. Little, so that a change
-/// is heard soon.
+/// What the render thread keeps ready beyond the device's largest request: little, so that changes
+/// are heard soon.
 constexpr int aheadMs = 4;
 
 struct Segment {
@@ -31,13 +31,13 @@ struct Segment {
     std::int64_t frameCount = 0; ///< of the pass being watched
 };
 
-/// None where there is nothing to play.
+/// The announcement if it can be played.
 std::optional<Announcement> possible(const std::optional<Announcement>& next) {
     return next && next->frameCount > 0 && next->passes > 0 ? next : std::nullopt;
 }
 
-/// The client's commands and the device's rate meet in here; everything else runs by itself. The
-/// mutex is held for as long as it takes to note a command, never while anything is waited for.
+/// Receives the client's commands and the device's rate, and passes them to the threads. The mutex
+/// is held only to record a command, never while waiting.
 class SoundGraph final : public AudioGraph, private FrameSource {
   public:
     explicit SoundGraph(std::unique_ptr<AudioOutput> output);
@@ -86,7 +86,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     const bool isPaced_;      ///< for prepare(), when the output may be ending
     std::stop_source ending_; ///< what is being prepared for a device is given up
 
-    // Each ends its threads, and then what they use may end: the order counts.
+    // Members are destroyed in reverse: each joins its threads before what they use is destroyed.
     PlayGate gate_;
     WakeUp renderWake_, watchWake_, demandMet_;
     std::atomic<std::size_t> demand_{0};
@@ -108,13 +108,13 @@ SoundGraph::SoundGraph(std::unique_ptr<AudioOutput> output)
     output_->open(*this);
 }
 
-/// A device may be opening, and the output waits until this is prepared for it.
+/// A device may be opening, and the output would wait until prepare() returns.
 SoundGraph::~SoundGraph() {
     ending_.request_stop();
 }
 
-/// On the thread that opens the device. A device with the same needs goes on where the last one
-/// ended; another rate takes new units, and what plays begins anew where it had come.
+/// On the thread that opens the device. The same rate continues where the last device ended;
+/// another rate needs a new render thread, and the rest of the segment starts from where it was.
 void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     {
         const std::scoped_lock lock(mutex_);
@@ -159,7 +159,7 @@ std::size_t SoundGraph::awaitFrames(std::size_t frames) {
     return std::min(frames, ring.framesOf(gate.epoch));
 }
 
-/// With the mutex held: what is left of the segment under a new epoch.
+/// Plays the rest of the segment under a new epoch. Requires the mutex.
 void SoundGraph::playFrom(const OutputStage::Place& place) {
     const std::shared_ptr<AudioFile>& file = segment_->file;
     if (lastFile_.owner_before(file) || file.owner_before(lastFile_))
@@ -181,7 +181,7 @@ void SoundGraph::start() {
     resting_ = false;
 }
 
-/// On the watch's thread, some time after the last sound.
+/// Called by the watch's thread some time after the last sound.
 void SoundGraph::rest() {
     const std::scoped_lock lock(restMutex_);
     if (watch_.isActive() || !running_ || resting_)

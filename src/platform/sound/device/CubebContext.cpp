@@ -8,7 +8,7 @@ CubebContext::CubebContext(const std::string& backend) {
         throw DeviceError("no sound system answers");
     }
     context_.reset(context);
-    // A backend asked for by name is only tried first: another one may have answered.
+    // cubeb tries the named backend first, then others.
     if (!backend.empty() && this->backend() != backend) {
         throw DeviceError(backend + " does not answer");
     }

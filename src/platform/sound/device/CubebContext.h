@@ -8,27 +8,27 @@
 
 namespace ambrel {
 
-/// A sound server or device that cannot be used, for now.
+/// The sound server or device cannot be used, for now.
 class DeviceError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/// A connection to one of the sound systems that cubeb knows.
+/// A connection to one of the sound systems that cubeb supports.
 ///
-/// Belongs to the sound control thread: every call may take as long as a sound server takes, for
-/// ever included. Streams must be gone before their context. No callback for changes of devices is
-/// registered: destroying a context aborts the process while one is, and the servers move a stream
-/// to another sink by themselves.
+/// Sound control thread only: any call may block for as long as the sound server does, even for
+/// ever. Streams must be destroyed before their context. No device-change callback is registered,
+/// because destroying a context aborts the process while one is; sound servers move streams to
+/// another sink by themselves.
 class CubebContext {
   public:
-    /// Connects to `backend`, or to the first that works if that is empty. Throws DeviceError.
+    /// Connects to `backend`, or to the first one available if empty. Throws DeviceError.
     explicit CubebContext(const std::string& backend);
 
-    /// As cubeb names it.
+    /// The backend in use, by cubeb's name.
     std::string backend() const;
 
-    /// The rate that the default device runs at. Throws DeviceError when there is no such device.
+    /// The sample rate of the default device in Hz. Throws DeviceError if there is no device.
     int preferredSampleRateHz() const;
 
     cubeb* get() const noexcept { return context_.get(); }

@@ -8,7 +8,7 @@ namespace ambrel {
 
 namespace {
 
-/// Less runs dry on a busy machine, whatever the rate.
+/// Less runs dry on a busy machine, at any sample rate.
 constexpr std::uint32_t smallestLatencyMs = 25;
 constexpr std::uint32_t smallestLatencyFrames = 1'200;
 
@@ -19,7 +19,7 @@ cubeb_stream_params parameters(int sampleRateHz) {
 
 long fill(cubeb_stream* /*stream*/, void* client, const void* /*input*/, void* output,
           long frames) {
-    // Once a thread: every stream may be given another.
+    // Once per thread: each stream may have its own.
     thread_local const bool raised = [] {
         raiseSoundPriority(SoundUrgency::onDemand);
         return true;

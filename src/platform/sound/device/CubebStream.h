@@ -9,15 +9,15 @@
 
 namespace ambrel {
 
-/// A stereo output stream of cubeb's, to the default device.
+/// A stereo output stream to the default device.
 ///
-/// Belongs to the sound control thread, as its context does. A stream is started once and thrown
-/// away after use instead of being stopped and started again. On PulseAudio that is faster (1 to
-/// 3 ms to the first request, against 2 to 7 ms), plays nothing left over in the server's buffer,
-/// and is the safe way: starting a stream whose server has died in the meantime aborts the process.
+/// Sound control thread only, as its context. A stream is started once and destroyed after use,
+/// never stopped and started again. With PulseAudio a new one is faster (1 to 3 ms to the first
+/// request instead of 2 to 7 ms), plays no leftovers from the server's buffer, and is safe:
+/// starting a stream whose server has died aborts the process.
 class CubebStream {
   public:
-    /// What a stream asks for frames and tells of its end; called on threads of cubeb's.
+    /// Supplies the frames of a stream. Called on threads of cubeb.
     class Client {
       public:
         virtual ~Client() = default;
@@ -36,15 +36,15 @@ class CubebStream {
     CubebStream(const CubebStream&) = delete;
     CubebStream& operator=(const CubebStream&) = delete;
 
-    /// From now on the client is asked for frames. Once only. Throws DeviceError.
+    /// Starts asking the client for frames. Once only. Throws DeviceError.
     void start();
 
-    /// Frames of this stream that have left the device, in an even flow (cubeb's own latency call
-    /// aborts the process when the device is behind). Absent while the device cannot tell.
+    /// Frames of this stream that have left the device; absent while unknown. (Increases steadily;
+    /// cubeb's own latency call aborts the process when the device is behind.)
     std::optional<std::uint64_t> position() const;
 
-    /// Frames that the device is asked to hold at `sampleRateHz`: what is written is heard about so
-    /// much later. Less than 1,200 runs dry on a busy machine.
+    /// Frames for the device to buffer at `sampleRateHz`, which is the latency. Fewer than 1,200
+    /// run dry on a busy machine.
     static std::uint32_t latencyFrames(const CubebContext& context, int sampleRateHz);
 
   private:

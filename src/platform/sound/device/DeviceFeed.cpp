@@ -36,7 +36,7 @@ void DeviceFeed::lost() noexcept {
     link_.controlBell.ring();
 }
 
-// A span that finds the queue full is noted with the next request.
+// If the queue is full, the span is recorded with the next request.
 void DeviceFeed::note(std::int64_t renderedFrame) noexcept {
     const bool goesOn =
         writing_ && renderedFrame - writing_->renderedFrame == written_ - writing_->streamFrame;

@@ -12,9 +12,12 @@
 
 namespace ambrel {
 
-/// Feeds one stream from the gate, with silence while no frames are wanted or it has not the turn,
-/// and knows which rendered frame lies where in the stream. After silence the frames come in with a
-/// short fade: a device that returns does so in the middle of the music.
+/// Fills the requests of one stream from the gate, with silence while playback is stopped or the
+/// stand-in clock has the turn, and records which rendered frame is where in the stream. Frames
+/// after silence fade in, because a device may return in the middle of the music. Owned by
+/// DeviceKeeper.
+///
+/// fill() and lost() are called on threads of cubeb; the rest is for the sound control thread.
 class DeviceFeed : public CubebStream::Client {
   public:
     DeviceFeed(DeviceLink& link, int sampleRateHz);
@@ -25,19 +28,19 @@ class DeviceFeed : public CubebStream::Client {
     bool isLost() const noexcept { return lost_; }
 
     struct Heard {
-        double frames = 0;        ///< rendered frames heard
-        std::int64_t ceiling = 0; ///< no more are heard before the stream's position is told again
+        double frames = 0;        ///< rendered frames that have been heard
+        std::int64_t ceiling = 0; ///< the most that can be heard before the next position
     };
 
-    /// What has been heard when the stream is at `position`; absent when that is silence from
-    /// before the first frame. Sound control thread; positions must not go back.
+    /// What has been heard at stream frame `position`, which must not decrease; absent if that is
+    /// silence before the first frame.
     std::optional<Heard> heardAt(std::uint64_t position);
 
-    /// The largest request so far, in frames.
+    /// The largest request so far, in frames. Any thread.
     std::size_t largestRequest() const noexcept { return largestRequest_; }
 
   private:
-    /// From `streamFrame` on, the stream's frames are the rendered ones from `renderedFrame` on.
+    /// From `streamFrame` of the stream on, it plays the rendered frames from `renderedFrame` on.
     struct Span {
         std::int64_t streamFrame = 0;
         std::int64_t renderedFrame = 0;

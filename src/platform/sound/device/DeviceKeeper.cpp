@@ -11,14 +11,13 @@ using namespace std::chrono_literals;
 
 constexpr auto retryInterval = 1s;
 
-/// How long a stream plays on silently when no frames are wanted: the next start within that time
-/// needs no new one.
+/// How long a stream plays silence after a stop, so that a start within that time needs no new one.
 constexpr auto idleTime = 3s;
 
-/// Between two looks at the device's position. HeardClock bridges them.
+/// Interval for reading the device's position. HeardClock interpolates.
 constexpr auto positionCheckInterval = 20ms;
 
-/// A stream that has asked for nothing for so long is given up, though nothing was reported.
+/// A stream that has asked for nothing for this long is given up, even if no error was reported.
 constexpr auto longestStall = 2s;
 
 } // namespace

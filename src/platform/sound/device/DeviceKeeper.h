@@ -12,13 +12,15 @@
 
 namespace ambrel {
 
-/// Keeps a device for a DeviceOutput: opens a stream when frames are wanted, tells what of it has
-/// been heard, closes it some seconds after the last frame, and when it is lost or there is none
-/// tries again once a second, for as long as frames are wanted; so it does when memory runs out.
-/// Does nothing else while none are.
+/// Opens, watches and closes the device of a DeviceOutput. Opens a stream when frames are wanted,
+/// reports what has been heard, and closes the stream 3 s after the last stop(). If there is no
+/// device, or it is lost, or memory runs out, it tries again every second while frames are wanted.
+/// Otherwise it is idle.
 ///
-/// Once a backend has worked no other is taken: while PulseAudio restarts, the sound card itself
-/// could be had, and PulseAudio would then not get it.
+/// Once a backend has worked, only that one is used: while PulseAudio restarts, taking the sound
+/// card directly would keep it from PulseAudio.
+///
+/// Sound control thread only.
 class DeviceKeeper : public SoundControlThread::Task {
   public:
     explicit DeviceKeeper(std::shared_ptr<DeviceLink> link);
@@ -44,7 +46,7 @@ class DeviceKeeper : public SoundControlThread::Task {
     SoundClock::time_point lastWanted_;
     int sampleRateHz_ = 0;
 
-    // Destroyed from the last to the first: a stream uses its feed and its context.
+    // Destroyed in reverse: a stream uses its feed and its context.
     std::optional<CubebContext> context_;
     std::unique_ptr<DeviceFeed> feed_;
     std::unique_ptr<CubebStream> stream_;

@@ -14,18 +14,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A device asks every few milliseconds. When it is moved from one sink to another it pauses for
-/// 50 ms, and a server on a busy machine may for longer: what the clock plays then is lost.
+/// A device asks every few milliseconds, pauses for 50 ms when moved to another sink, and for
+/// longer on a busy machine. What the clock takes meanwhile is never heard.
 constexpr auto longestSilence = 250ms;
 
-/// How long a start waits for each step of a device that has not failed.
+/// How long a start waits in each state of a device that has not failed.
 constexpr auto longestWait = 300ms;
 
-/// How often a device that is expected is looked for.
+/// Polling interval while waiting for a device.
 constexpr auto watchInterval = 50ms;
 
-/// Requests after which a stream counts as running: one whose sink is suspended asks once, to fill
-/// its buffer, and no more.
+/// A stream counts as running after this many requests: one whose sink is suspended asks once, to
+/// fill its buffer.
 constexpr std::uint64_t requestsOfARunningStream = 3;
 
 } // namespace

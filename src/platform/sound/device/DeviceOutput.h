@@ -12,19 +12,21 @@ namespace ambrel {
 class DeviceLink;
 class SoundControlThread;
 
-/// The output of the application: the default sound device, and a silent clock where there is none.
+/// The application's output: the default sound device, with a silent clock standing in where there
+/// is none. Owned by the graph.
 ///
-/// - Every call to the device is made on a sound control thread; what it may hang in stops nothing
-///   else. The destructor takes at most about half a second, with a sound server that hangs too.
-/// - While frames are wanted and no device asks for them (there is none, it was lost, its server
-///   hangs), a clock thread asks for them in real time, from about 0.1 s after the last one was
-///   asked for. The device is tried again once a second, and gets the turn back when it runs.
-/// - start() makes the device ask within 20 ms; within 3 s of a stop() the device still runs,
-///   silently, and asks at once. After that neither thread wakes until the next start().
-/// - Only a start that a device is still expected to answer waits for it, for 0.3 s at most: the
-///   first note should not be played to nobody.
-/// - The source is prepared for the device's rate when a device opens, and again if a later one
-///   differs. Without any it is prepared for NullClock::defaultSampleRateHz.
+/// - Every call to the device is made on a sound control thread, so a hanging sound server blocks
+///   nothing else. The destructor takes at most about 0.5 s even then.
+/// - While frames are wanted and no device asks for them (none, lost, or its server hangs), the
+///   stand-in clock takes them in real time: at once if the device has failed, otherwise 0.25 s
+///   after the last request. The device is tried again every second, and gets the turn back after
+///   three requests.
+/// - After start() the device asks within 20 ms. For 3 s after a stop() it keeps running, silently,
+///   and a start() is answered at once. Later neither thread wakes until the next start().
+/// - A start() waits up to 0.3 s for a device that has not failed before the clock steps in, so
+///   that the first note is heard; preparing the source for the device is always waited for.
+/// - The source is prepared for the device's rate when a device opens, and again if that changes.
+///   Without a device it is prepared for NullClock::defaultSampleRateHz.
 class DeviceOutput : public AudioOutput {
   public:
     DeviceOutput();
@@ -44,7 +46,7 @@ class DeviceOutput : public AudioOutput {
     std::shared_ptr<DeviceLink> link_;
     std::atomic<SoundClock::time_point> startedAt_ = SoundClock::time_point();
     std::atomic<bool> closing_ = false;
-    bool ticking_ = false; ///< the clock has the turn; clock thread only
+    bool ticking_ = false; ///< the stand-in clock has the turn; clock thread only
     std::thread clockThread_;
     std::unique_ptr<SoundControlThread> controlThread_;
 };

@@ -5,13 +5,13 @@
 
 namespace ambrel {
 
-/// The clock that everything about sound is timed by.
+/// The clock for all times in the sound code.
 using SoundClock = std::chrono::steady_clock;
 
-/// Wakes one waiting thread.
+/// A semaphore that wakes one waiting thread, with a deadline.
 ///
-/// ring() may be called from any thread, a device callback's included: it takes no lock and
-/// allocates nothing. Rings that come before the thread waits are kept, and count as one.
+/// ring() may be called on any thread, the device callback included: it neither locks nor
+/// allocates. Rings before a wait are kept and count as one.
 class Doorbell {
   public:
     Doorbell();

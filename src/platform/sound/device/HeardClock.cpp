@@ -7,14 +7,14 @@ namespace ambrel {
 
 namespace {
 
-/// Differences above this are not jitter of the device's own position.
+/// Larger differences are not jitter of the reported position.
 constexpr double largestJitterSeconds = 0.010;
 
-/// The part of a small difference that one telling takes over.
+/// The fraction of a small difference that is corrected at a time.
 constexpr double followedPart = 0.2;
 
-/// A line is published in well under a microsecond, twenty to a hundred times a second: a second
-/// reading in a row that meets one is already unlikely.
+/// Writing takes well under a microsecond, 20 to 100 times a second, so even a second failed
+/// attempt is unlikely.
 constexpr int readAttempts = 4;
 
 } // namespace
@@ -61,8 +61,8 @@ std::int64_t HeardClock::heard(std::int64_t rendered) const noexcept {
     return largest;
 }
 
-// Every store of a part is a release and every load an acquire: a reader that sees a part of a
-// newer line therefore also sees that the version has changed.
+// Every field is stored with release and loaded with acquire: a reader that sees a field of a newer
+// line also sees that the version has changed.
 void HeardClock::publish(const Line& line) {
     line_ = line;
     const std::uint32_t version = version_.load(std::memory_order_relaxed);

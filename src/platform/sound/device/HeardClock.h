@@ -9,27 +9,27 @@
 
 namespace ambrel {
 
-/// How many frames have been heard, at any moment: a line through the last known point.
+/// How many frames have been heard by now, interpolated.
 ///
-/// A device tells its position now and then; between two tellings the line is followed by the
-/// clock, so that what heard() returns moves evenly. Reading is wait-free, from any thread.
+/// The device's position is read from time to time; in between, heard() advances by the clock, so
+/// that it increases evenly. Reading is wait-free, on any thread; the setters lock.
 class HeardClock {
   public:
     static constexpr std::int64_t noCeiling = std::numeric_limits<std::int64_t>::max();
 
-    /// From `when` on: `frames`, growing by `framesPerSecond`, up to `ceiling`.
+    /// Sets exactly `frames` at `when`, increasing by `framesPerSecond` up to `ceiling`.
     void run(SoundClock::time_point when, double frames, double framesPerSecond,
              std::int64_t ceiling = noCeiling);
 
-    /// As run(), from a position that is not exact: small differences from the line so far are
-    /// taken over bit by bit, larger ones (a stall, another device) at once.
+    /// As run(), from a measured position: differences under 10 ms are followed gradually, larger
+    /// ones (a stall, another device) at once.
     void follow(SoundClock::time_point when, double frames, double framesPerSecond,
                 std::int64_t ceiling);
 
-    /// `frames`, and no more until told otherwise.
+    /// Stays at `frames`.
     void rest(std::int64_t frames);
 
-    /// Frames heard by now: at most `rendered`, and never less than returned before.
+    /// Frames heard by now; at most `rendered`, never decreasing.
     std::int64_t heard(std::int64_t rendered) const noexcept;
 
   private:
@@ -46,9 +46,9 @@ class HeardClock {
     bool read(Line& line) const noexcept;
 
     std::mutex writing_;
-    Line line_; ///< as last published; under writing_
+    Line line_; ///< as last published; guarded by writing_
 
-    // The published line, readable while it is written: the version is odd meanwhile.
+    // The published line. Seqlock: the version is odd while it is written.
     std::atomic<std::uint32_t> version_ = 0;
     std::atomic<SoundClock::rep> when_ = 0;
     std::atomic<double> frames_ = 0;

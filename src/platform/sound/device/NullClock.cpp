@@ -10,13 +10,13 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr int blocksPerSecond = 100;
 
-/// A block is rendered when fewer than this are left to be heard.
+/// Frames are taken when less than this is left to be heard.
 constexpr double leadSeconds = 0.005;
 
-/// What a tick makes up for at most: the machine was asleep or stuck for longer.
+/// The most that a tick makes up for; if later, the machine was asleep or stuck.
 constexpr double largestCatchUpSeconds = 0.1;
 
-/// Until the source has prepared.
+/// Retry interval while the source is being prepared.
 constexpr auto prepareAgainAfter = std::chrono::milliseconds(2);
 
 SoundClock::duration clockDuration(double seconds) {

@@ -9,17 +9,17 @@
 
 namespace ambrel {
 
-/// Asks for frames in real time and throws them away: what stands in for a device.
+/// Takes frames in real time and discards them: stands in for a device.
 ///
-/// It has no thread; one calls begin() and then tick() at the times that tick() returns. Times are
-/// reckoned from begin(), so that a late tick is made up for and nothing drifts. The frames in
-/// flight when it begins are heard first, at the same pace, before it asks for more.
+/// It has no thread: its owner calls begin(), then tick() at the times that tick() returns. Times
+/// count from begin(), so late ticks are made up for (up to 0.1 s) and nothing drifts. Frames on
+/// their way to a lost device count as heard, at the same pace, before more are taken.
 class NullClock {
   public:
-    /// The rate when no device has ever told one.
+    /// Sample rate in Hz when no device has reported one.
     static constexpr int defaultSampleRateHz = 48'000;
 
-    /// How long its thread rests when something was thrown, for want of memory, before it goes on.
+    /// How long the owning thread waits after an exception, for want of memory.
     static constexpr std::chrono::milliseconds afterAFailure{100};
 
     NullClock(RenderGate& gate, HeardClock& heard);
@@ -27,7 +27,7 @@ class NullClock {
     /// Takes the turn at the gate.
     void begin(SoundClock::time_point now);
 
-    /// Renders what is due. Returns when the next tick is.
+    /// Takes the frames that are due. Returns the time of the next tick.
     SoundClock::time_point tick(SoundClock::time_point now);
 
   private:

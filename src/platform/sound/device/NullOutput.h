@@ -11,10 +11,9 @@
 
 namespace ambrel {
 
-/// An output with no device: it asks for frames in real time, 10 ms at a time, and drops them.
+/// An output without a device: takes frames in real time, 10 ms at a time, and discards them.
 ///
-/// The source is prepared and rendered on a thread of the output's own, which sleeps while the
-/// output is stopped.
+/// Prepares and renders the source on its own thread, which sleeps while stopped.
 class NullOutput : public AudioOutput {
   public:
     explicit NullOutput(int sampleRateHz = NullClock::defaultSampleRateHz);

@@ -8,17 +8,16 @@
 
 namespace ambrel {
 
-/// An output that is pulled as fast as the graph can make frames, for tests and tools. What is set
-/// between two pulls is heard from the first frame of the later one on; equal calls give equal
-/// frames, whatever the machine is doing.
+/// An output pulled as fast as the graph can render, for tests and tools. A change between two
+/// pulls applies from the first frame of the second; equal calls give equal frames on any machine.
 ///
-/// The graph owns it; one thread, the graph's client, pulls.
+/// Owned by the graph; pulled by one thread, the graph's client.
 class OfflineOutput final : public AudioOutput {
   public:
     explicit OfflineOutput(int sampleRateHz) : sampleRateHz_(sampleRateHz) {}
 
-    /// Fills `frames` stereo frames and returns how many of them are of what plays; silence
-    /// follows. 0: nothing plays any more.
+    /// Fills `frames` stereo frames. Returns how many of them were played, the rest being silence;
+    /// 0 when nothing plays any more.
     std::size_t pull(float* stereo, std::size_t frames);
 
     bool isPaced() const noexcept override { return false; }

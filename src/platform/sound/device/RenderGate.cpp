@@ -6,7 +6,7 @@
 
 namespace ambrel {
 
-/// Enters the gate for its own lifetime, waiting for whoever is inside.
+/// Holds the gate for its own lifetime, after waiting for the thread inside.
 class RenderGate::Hold {
   public:
     explicit Hold(RenderGate& gate) : gate_(gate) {

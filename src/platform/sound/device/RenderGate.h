@@ -9,36 +9,36 @@
 
 namespace ambrel {
 
-/// Who asks the source for frames: a sound device, or the clock that stands in for one.
+/// Who takes frames from the source.
 enum class RenderTurn { device, clock };
 
-/// Stands between one FrameSource and the threads that may ask it for frames, and counts them.
+/// Gives either the device or the stand-in clock access to a FrameSource, and counts the frames.
 ///
-/// One of them has the turn; the other is refused and plays silence. The source is never called by
-/// two threads at once, nor rendered while it prepares, nor called once close() has returned.
+/// Whoever does not have the turn is refused and plays silence. The source is never called by two
+/// threads at once, never rendered while it prepares, and never called after close() has returned.
 ///
-/// render() never waits, so that a device callback may call it; everything else may, for as long
-/// as the source takes to render or to prepare.
+/// render() never waits, so a device callback may call it. All other functions may wait as long as
+/// the source takes to render or prepare; any thread may call them.
 class RenderGate {
   public:
     void open(FrameSource& source);
 
-    /// Afterwards the source is never called again. Any thread.
+    /// The source is never called afterwards.
     void close();
 
-    /// Prepares the source for a rate and a largest request, unless it is prepared for them. Throws
-    /// what the source throws, which is prepared for nothing then.
+    /// Prepares the source for a sample rate and a largest request, unless it already is.
+    /// Exceptions of the source are passed on; it then counts as not prepared.
     void prepare(int sampleRateHz, std::size_t largestRequest);
 
-    /// The same, unless it is prepared for any rate or is about to be.
+    /// The same, only if it has never been prepared.
     void prepareIfNever(int sampleRateHz, std::size_t largestRequest);
 
     void giveTurn(RenderTurn turn);
 
     /// Fills `frames` interleaved stereo frames, in requests no larger than the source was prepared
-    /// for. Returns the number of the first one, counted from the first ever rendered. Absent, with
-    /// nothing written, when the other has the turn, or the source is not prepared for
-    /// `sampleRateHz`, is preparing or is gone.
+    /// for. Returns the number of the first, counted from the first ever rendered. Absent, with
+    /// nothing written, if the other has the turn or the source is being prepared, not prepared for
+    /// `sampleRateHz`, or closed.
     std::optional<std::int64_t> render(RenderTurn turn, int sampleRateHz, float* stereo,
                                        std::size_t frames) noexcept;
 
@@ -47,7 +47,7 @@ class RenderGate {
 
     RenderTurn turn() const noexcept { return turn_.load(std::memory_order_acquire); }
 
-    /// The rate the source is prepared for; 0 before that, and when that has failed.
+    /// The rate the source is prepared for; 0 if it is not.
     int sampleRateHz() const noexcept { return sampleRateHz_.load(std::memory_order_acquire); }
 
   private:
@@ -62,7 +62,7 @@ class RenderGate {
     std::atomic<int> sampleRateHz_ = 0;
     std::atomic<RenderTurn> turn_ = RenderTurn::device;
 
-    // Read and written by the thread that has entered.
+    // Used only by the thread that has entered.
     FrameSource* source_ = nullptr;
     std::size_t largestRequest_ = 0;
 };

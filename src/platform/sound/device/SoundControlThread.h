@@ -9,22 +9,22 @@
 
 namespace ambrel {
 
-/// The thread on which a sound device is opened, watched and closed, one call after the other.
+/// The thread that opens, watches and closes a sound device, one call at a time.
 ///
-/// A call to a sound server that hangs may never return. So nobody waits for this thread, and it
-/// is left behind at the end if it cannot be joined soon: it keeps alive all that it may still use.
+/// A call to a hanging sound server may never return. So nobody waits for this thread; if it does
+/// not end soon enough, it is detached and keeps alive everything it may still use.
 class SoundControlThread {
   public:
-    /// What the thread does. Lives until it has finished, however long that takes.
+    /// The work of the thread. Lives until it has finished, however long that takes.
     class Task {
       public:
         virtual ~Task() = default;
 
-        /// Does what is due and returns when it wants to be called again, at the latest; sooner if
-        /// the bell rings.
+        /// Does what is due. Returns when it must be called again at the latest; ringing the bell
+        /// calls it sooner.
         virtual SoundClock::time_point step(SoundClock::time_point now) noexcept = 0;
 
-        /// Closes what is open: no step() comes after it.
+        /// Closes the device. step() is not called afterwards.
         virtual void finish() = 0;
 
         /// Wakes the thread.

@@ -7,12 +7,13 @@
 
 namespace ambrel {
 
-/// Gains of a raised-cosine crossfade that keeps the level, whatever the two sounds have in common.
+/// Gains of a raised-cosine crossfade that keeps the level constant, whether the two sounds are
+/// correlated or not.
 struct Crossfade {
     double out = 1;
     double in = 0;
 
-    /// `step` of `steps` (from 0 on); `likeness` as likenessOf() tells it.
+    /// Gains at `step` (from 0) of `steps`; `likeness` as from likenessOf().
     static Crossfade at(std::size_t step, std::size_t steps, double likeness) noexcept {
         const double in = 0.5 - 0.5 * std::cos(std::numbers::pi * (double(step) + 0.5) /
                                                double(std::max<std::size_t>(1, steps)));
@@ -21,8 +22,8 @@ struct Crossfade {
         return {out / level, in / level};
     }
 
-    /// How alike two sounds of `samples` samples are: 1 if one is the other but for its level, 0 if
-    /// they have nothing in common, run against each other, or one is silent.
+    /// Correlation of two sounds of `samples` samples, 0 to 1: 1 if they differ only in level; 0 if
+    /// they are uncorrelated, opposite in phase, or one is silent.
     static double likenessOf(const float* a, const float* b, std::size_t samples) noexcept {
         double aa = 0, bb = 0, ab = 0;
         for (std::size_t i = 0; i < samples; ++i) {
@@ -33,7 +34,7 @@ struct Crossfade {
         return aa > 0 && bb > 0 ? std::clamp(ab / std::sqrt(aa * bb), 0.0, 1.0) : 0;
     }
 
-    /// Fades `stereo` into `other`, `frames` frames.
+    /// Crossfades `frames` frames of `stereo` into `other`, in place.
     static void mix(float* stereo, const float* other, std::size_t frames, std::size_t firstStep,
                     std::size_t steps, double likeness) noexcept {
         for (std::size_t i = 0; i < frames; ++i) {

@@ -5,19 +5,20 @@
 
 namespace ambrel {
 
-/// Peaking bands (Bristow-Johnson's biquads, double precision) in a row, in place, on stereo.
+/// Five peaking bands in series (Bristow-Johnson's biquads, double precision), on stereo, in place.
+/// Owned by RenderThread.
 ///
-/// A change of a band takes 20 ms, and so does switching on or off, so nothing clicks. Bypassed,
-/// and with every gain at 0 dB, the sound is left alone bit for bit.
+/// Changes, and switching on or off, take 20 ms, so that nothing clicks. Bypassed, or with every
+/// gain at 0 dB, samples are untouched.
 ///
-/// One thread at a time, the render thread. Never allocates.
+/// Render thread only. Never allocates.
 class EqualiserUnit {
   public:
     static constexpr int bandCount = 5;
 
-    /// Takes any numbers: a frequency or bandwidth that is none leaves the sound alone, a gain that
-    /// is none counts as 0 dB, and absurd ones are bounded. A band whose centre is above what the
-    /// sample rate can carry does nothing.
+    /// Any values are accepted: NaN and infinity as frequency or bandwidth disable the band, as
+    /// gain they count as 0 dB; extreme values are limited. A band above what the sample rate can
+    /// carry does nothing.
     struct Band {
         float frequencyHz = 1000;
         float bandwidthOctaves = 1;
@@ -30,11 +31,10 @@ class EqualiserUnit {
     /// Starts bypassed.
     explicit EqualiserUnit(int sampleRateHz);
 
-    /// What is to be heard from now on. Cheap when nothing changed.
+    /// Sets the target. Cheap if nothing changed.
     void set(const Bands& bands, bool bypass) noexcept;
 
-    /// Jumps to what was set last and forgets the sound before: what comes is heard as from a
-    /// fresh start.
+    /// Jumps to the last target and clears the filters.
     void reset() noexcept;
 
     void process(float* stereo, std::size_t frames) noexcept;
@@ -60,7 +60,7 @@ class EqualiserUnit {
     Bands bands_{};
     bool bypass_ = true;
     std::array<Filter, bandCount> filters_{};
-    int glideLeft_ = 0; ///< frames until the coefficients have arrived
+    int glideLeft_ = 0; ///< frames until the coefficients reach their targets
     int wetFrames_ = 0; ///< 0: bypassed; rampFrames_: fully on
 };
 

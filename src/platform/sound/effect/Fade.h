@@ -8,8 +8,8 @@
 
 namespace ambrel {
 
-/// The short fade at a start, a pause, a stop and a segment's end: 3 ms of a raised cosine, long
-/// enough not to click and too short to take the edge off an attack.
+/// The fade at the start and end of sound: 3 ms of a raised cosine, long enough not to click and
+/// short enough to keep attacks.
 class Fade {
   public:
     explicit Fade(int sampleRateHz) {
@@ -21,8 +21,8 @@ class Fade {
 
     std::size_t frames() const noexcept { return gains_.size(); }
 
-    /// Gain `step` frames into a fade-in: near 0 at step 0, exactly 1 from frames() on. A fade-out
-    /// walks the steps downwards.
+    /// Gain at `step` frames into a fade-in: near 0 at step 0, exactly 1 from frames() on. A
+    /// fade-out counts down.
     float gain(std::size_t step) const noexcept {
         return step < gains_.size() ? gains_[step] : 1.0F;
     }

@@ -7,18 +7,18 @@
 
 namespace ambrel {
 
-/// The first audio track of a file, read and decoded block by block. Blocks carry the stamps of the
-/// container (in ticks of its time base); where in the track that is, AudioTrack works out.
+/// Reads and decodes the first audio track of a file, block by block. Blocks carry the container's
+/// time stamps, in ticks of its time base; AudioTrack turns them into frames.
 ///
-/// It is opened once and for all: a file that has changed is opened by another decoder. One thread
-/// at a time. The file outlives the decoder.
+/// A decoder keeps what it found on opening; a changed file needs a new one. One thread at a time.
+/// The file must outlive the decoder.
 class AudioDecoder {
   public:
-    /// A packet as the container gave it.
+    /// A packet in the container.
     struct Packet {
-        std::int64_t offset = -1; ///< in bytes; below 0 where it is not known
-        std::int64_t stamp = 0;
-        std::int64_t ticks = 0; ///< its duration
+        std::int64_t offset = -1; ///< in bytes; negative if unknown
+        std::int64_t stamp = 0;   ///< in ticks
+        std::int64_t ticks = 0;   ///< duration
     };
 
     /// Opens the file at its start. Throws AudioFileError.
@@ -27,26 +27,26 @@ class AudioDecoder {
     const AVFormatContext& container() const noexcept { return *container_; }
     const AVStream& stream() const noexcept { return *stream_; }
 
-    /// Decodes the next block. False at the end, or where reading fails for good. Packets that do
-    /// not decode are passed over.
+    /// Decodes the next block. False at the end, or if reading fails for good. Packets that cannot
+    /// be decoded are skipped.
     bool next();
 
     const AVFrame& block() const noexcept { return *frame_; }
 
-    /// Goes to where the container thinks best to reach `stamp` from, at or before it.
+    /// Seeks to where the container finds best for reaching `stamp`, at or before it.
     bool seek(std::int64_t stamp);
 
-    /// Goes to the first packet and decodes the first block. False where it came out elsewhere.
+    /// Seeks to the first packet and decodes the first block. False if the seek ended elsewhere.
     bool seekToStart();
 
     /// The first packet of the track, known once a block has been decoded.
     const Packet& firstPacket() const noexcept { return firstPacket_; }
 
-    /// Tells the container of a packet that it can seek to.
+    /// Adds a packet to the container's seek index.
     void addSeekPoint(std::int64_t stamp, std::int64_t offset, int bytes);
 
-    /// Reads the packets from here to the end, or until they reach `limit`, without decoding them.
-    /// The stamp of where that is.
+    /// Reads packets without decoding them, to the end or until they reach `limit`. Returns the
+    /// stamp reached.
     std::int64_t scanToEnd(std::int64_t limit);
 
   private:

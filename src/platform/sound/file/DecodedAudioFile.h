@@ -7,11 +7,11 @@
 
 namespace ambrel {
 
-/// AudioFile on an AudioTrack: keeps one decoded block, reads on from it where it can and seeks
-/// where it must. Reading on from where the last read ended never seeks.
+/// AudioFile that reads an AudioTrack: keeps one decoded block, continues from it if possible and
+/// seeks otherwise. Consecutive reads never seek. Threads as AudioFile.
 class DecodedAudioFile : public AudioFile {
   public:
-    /// Opens the file and settles its length. Throws AudioFileError.
+    /// Opens the file and determines its length. Throws AudioFileError.
     DecodedAudioFile(const std::filesystem::path& path, Layout layout);
 
     const std::filesystem::path& path() const noexcept override { return file_.path(); }
@@ -22,11 +22,11 @@ class DecodedAudioFile : public AudioFile {
     std::size_t read(std::int64_t first, std::span<float> out) noexcept override;
 
   private:
-    /// What decoding from a place to the end of the file came to.
+    /// Result of decoding from a position to the end of the file.
     struct Ending {
-        bool decoded;     ///< anything was decoded at all
-        bool ended;       ///< and it went on to the file's end
-        std::int64_t end; ///< the place reached
+        bool decoded;     ///< at least one block was decoded
+        bool ended;       ///< and the end of the file was reached
+        std::int64_t end; ///< position reached
     };
 
     bool nextBlock();
@@ -43,7 +43,7 @@ class DecodedAudioFile : public AudioFile {
     int channels_;
     std::int64_t blockStart_ = 0;
     std::int64_t blockFrames_ = 0; ///< 0: the next block begins at blockStart_
-    bool lost_ = true;             ///< only a seek leads on
+    bool lost_ = true;             ///< the next read must seek
     std::int64_t length_;
 };
 

@@ -10,7 +10,7 @@ extern "C" {
 
 namespace ambrel::libav {
 
-/// Owners of what FFmpeg's libraries allocate: each frees with the library's own call.
+/// Smart pointers for objects of FFmpeg's libraries, freed with the library's own calls.
 struct Free {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
     void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }

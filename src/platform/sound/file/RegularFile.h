@@ -10,17 +10,17 @@
 
 namespace ambrel {
 
-/// The sentence for a file that cannot be opened: “name” could not be opened: `why`. What would
-/// break the line or is no UTF-8 in the name is replaced.
+/// The error for a file that cannot be opened: “name” could not be opened: `why`. Line breaks and
+/// invalid UTF-8 in the name are replaced.
 AudioFileError cannotOpen(const std::filesystem::path& path, AudioFileError::Reason reason,
                           const char* why);
 
-/// A regular file, open for reading as long as this lives, whatever becomes of its name.
+/// A regular file, open for reading for the lifetime of this object, even if renamed or deleted.
 ///
-/// Any thread may read; every reader keeps its own place.
+/// Any thread may read; each reader has its own position.
 class RegularFile {
   public:
-    /// Throws AudioFileError. Refuses folders, devices and FIFOs without waiting for them.
+    /// Throws AudioFileError. Refuses folders, devices and FIFOs without blocking on them.
     explicit RegularFile(std::filesystem::path path);
     ~RegularFile();
 
@@ -29,20 +29,20 @@ class RegularFile {
 
     const std::filesystem::path& path() const noexcept { return path_; }
 
-    /// What tells whether the file was written to: it may grow, shrink and change while it is open.
+    /// Changes when the file is written to.
     struct Version {
         std::int64_t size = 0;                     ///< in bytes
-        std::int64_t seconds = 0, nanoseconds = 0; ///< when it was written to last
+        std::int64_t seconds = 0, nanoseconds = 0; ///< last modification
 
         bool operator==(const Version&) const = default;
     };
     Version version() const noexcept;
 
-    /// Bytes in the file now.
+    /// Current size in bytes.
     std::int64_t size() const noexcept { return version().size; }
 
-    /// Reads up to `size` bytes from `offset` on. Returns the bytes read, 0 at the end, below 0 on
-    /// an error (a negative errno).
+    /// Reads up to `size` bytes at `offset`. Returns the bytes read, 0 at the end, or a negative
+    /// errno.
     int readAt(std::int64_t offset, std::uint8_t* out, int size) const noexcept;
 
   private:
@@ -50,8 +50,7 @@ class RegularFile {
     int descriptor_;
 };
 
-/// A reader of a RegularFile with a place of its own, as libavformat wants it. Outlived by the
-/// file.
+/// Reads a RegularFile for libavformat, with its own position. The file must outlive it.
 class RegularFileReader {
   public:
     explicit RegularFileReader(const RegularFile& file);

@@ -8,18 +8,19 @@
 
 namespace ambrel {
 
-/// Turns decoded frames of any sample format, channel layout and rate into interleaved floats of
-/// one layout at one rate. Where the rate is right already, each frame is converted by itself:
-/// nothing depends on what was converted before.
+/// Converts decoded blocks of any sample format, channel layout and rate to interleaved floats of
+/// one layout and rate. One thread at a time.
+///
+/// At equal rates each frame is converted by itself, independent of earlier ones.
 class SampleConverter {
   public:
     SampleConverter(AudioFile::Layout layout, int sampleRate);
 
-    /// Frames that `block` makes. A block of another rate is converted here and kept.
-    /// Throws std::runtime_error when the format cannot be converted.
+    /// Returns the number of frames that `block` becomes. A block of another rate is resampled here
+    /// and kept. Throws std::runtime_error if the format cannot be converted.
     std::int64_t prepare(const AVFrame& block);
 
-    /// Writes `count` frames, from `first` on, of the block last prepared. False where that fails.
+    /// Writes `count` frames from `first` on of the block last prepared. False on failure.
     bool write(const AVFrame& block, std::int64_t first, std::int64_t count, float* out);
 
     int samplesPerFrame() const noexcept { return samplesPerFrame_; }
@@ -38,8 +39,8 @@ class SampleConverter {
     int blockRate_ = 0;
     std::uint64_t channelMask_ = 0;
     std::vector<float> resampled_;
-    std::vector<const std::uint8_t*> planes_; ///< of the block, from the first frame to be written
-    std::vector<float> unmixed_;              ///< all channels of more than swresample takes
+    std::vector<const std::uint8_t*> planes_; ///< of the block, from the first frame to write
+    std::vector<float> unmixed_;              ///< all channels, if more than swresample supports
 };
 
 } // namespace ambrel

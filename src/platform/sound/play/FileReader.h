@@ -17,49 +17,48 @@ namespace ambrel {
 
 class AudioFile;
 
-/// Frames of a file next to each other, as they were decoded: the unit of the cache.
+/// A block of consecutive decoded file frames: the unit of the cache.
 struct FileBlock {
     static constexpr std::int64_t frameCount = 2048;
 
-    std::int64_t file = 0;  ///< number of the file, as it was told to FileReader::open()
+    std::int64_t file = 0;  ///< number of the file, as passed to FileReader::open()
     std::int64_t index = 0; ///< its first frame is index × frameCount
-    std::int64_t order = 0; ///< counts the requests
-    bool isFilled = false;  ///< false where the request was dropped
-    bool isWhole = false;   ///< false where a part did not decode and is silence
+    std::int64_t order = 0; ///< running number of the read request
+    bool isFilled = false;  ///< false if the read request was dropped
+    bool isWhole = false;   ///< false if part of it could not be decoded and is silent
     std::array<float, 2 * frameCount> stereo;
 };
 
-/// Decodes blocks of a file on a thread of its own, in the order in which they are asked for. It
-/// knows nothing of what they are needed for.
+/// Decodes blocks of a file on its own thread, in the order asked for. Owned by the graph.
 ///
-/// Frames outside the file, and those that do not decode, are silence. Samples that are no numbers
-/// are silence too, and none is larger than 1,000 times full scale, so that one broken sample
-/// cannot spoil the filters behind.
+/// Frames outside the file, and those that cannot be decoded, are silence; so are NaN and infinity.
+/// Samples are limited to 1,000 times full scale, so that a broken one cannot blow up the filters
+/// that follow.
 class FileReader {
   public:
-    /// Blocks that can be on their way at a time.
+    /// Blocks that can be pending at a time.
     static constexpr std::size_t mostRequests = 32;
 
-    /// `filled` is signalled with each block that comes back. `paced`: a device plays them, so that
-    /// the thread rests most of the time and may run at real-time priority.
+    /// `filled` is signalled for each block that is returned. `paced`: a device determines the
+    /// pace, so the thread is mostly idle and may run at real-time priority.
     FileReader(WakeUp& filled, bool paced);
     ~FileReader();
 
-    /// Requests for `number` are served from this file from now on, others dropped. Any thread;
-    /// never waits for the disk. `file` may be none.
+    /// Blocks of file number `number` are read from this file from now on; others are dropped.
+    /// `file` may be null. Any thread; never waits for the disk.
     void open(std::shared_ptr<AudioFile> file, std::int64_t number);
 
-    /// @name One thread, which never waits here
+    /// @name The render thread; none of these waits
     /// @{
 
-    /// Asks for `block`, whose file, index and order are set. It belongs to the reader until take()
-    /// gives it back. False if too many are on their way.
+    /// Asks for `block`, with file, index and order set. The reader owns it until take() returns
+    /// it. False if too many are pending.
     bool ask(FileBlock& block) noexcept;
 
-    /// A block that was asked for and comes back; nullptr with none.
+    /// The next returned block, or nullptr.
     FileBlock* take() noexcept;
 
-    /// Requests before `order` that have not begun are dropped.
+    /// Drops pending blocks with an order below this that have not been started.
     void dropBefore(std::int64_t order) noexcept { dropBefore_ = order; }
 
     /// @}
@@ -75,7 +74,7 @@ class FileReader {
     bool paced_;
     WakeUp wake_;
     Queue asked_, done_;
-    std::size_t onTheirWay_ = 0; ///< the asking thread's
+    std::size_t onTheirWay_ = 0; ///< used by the render thread only
     std::atomic<std::int64_t> dropBefore_{0};
     std::atomic<bool> ending_{false};
 
@@ -84,7 +83,7 @@ class FileReader {
     std::int64_t openedNumber_ = 0;
     bool isNew_ = false;
 
-    // The reading thread's.
+    // Used by the decode thread only.
     std::shared_ptr<AudioFile> file_;
     std::int64_t number_ = 0;
     std::vector<float> mono_;

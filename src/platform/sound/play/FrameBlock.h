@@ -8,22 +8,22 @@
 
 namespace ambrel {
 
-/// Frames between the render thread and the device.
+/// Rendered frames on their way to the device, all of one pass (and the pause before it).
 struct RenderBlock {
     static constexpr std::size_t capacity = 64;
 
     std::int64_t epoch = 0;
-    Pass pass;                 ///< that its frames belong to
-    double fileFrameBegin = 0; ///< counted from the pass's first
-    double fileFrameEnd = 0;
+    Pass pass;                 ///< the pass its frames belong to
+    double fileFrameBegin = 0; ///< its first position, in file frames from the pass's start
+    double fileFrameEnd = 0;   ///< its end position
     std::size_t frames = 0;
-    std::int64_t pauseFrames = 0; ///< of silence, from its first frame on, before the pass begins
-    bool last = false;            ///< the segment ends with this block
-    bool passEnds = false;        ///< the pass ends with this block, and `next` follows
+    std::int64_t pauseFrames = 0; ///< leading frames that are the pause before the pass
+    bool last = false;            ///< last block of the segment
+    bool passEnds = false;        ///< last block of the pass; `next` follows
     Pass next;
     std::array<float, 2 * capacity> samples{};
 
-    /// The file frame that its frame `frame` is, counted from the pass's first.
+    /// The position of frame `frame` of the block, in file frames from the pass's start.
     double fileFrameAt(std::size_t frame) const noexcept {
         if (frame >= frames)
             return fileFrameEnd;

@@ -9,37 +9,36 @@
 
 namespace ambrel {
 
-/// Frames of the file that plays, by their number in the file: those that will be needed soon, and
-/// as many of those that were needed lately as there is room for. A region that fits stays whole,
-/// so that a loop reads the disk once.
+/// Cache of the current file's decoded frames: those needed soon, and as many of the recently
+/// needed as fit (23 s at 44,100 Hz). A loop that fits is read from the disk once.
 ///
-/// One thread. Never waits: what is not there yet is asked of the reader. Allocates in the
+/// Render thread only; never waits: missing blocks are asked of the reader. Allocates in the
 /// constructor only.
 class FrameCache {
   public:
     explicit FrameCache(FileReader& reader);
 
-    /// From now on frames are those of file `number`, which has `length`. What was asked for before
-    /// is no longer urgent; of what did not decode, the file may have been written anew.
+    /// Switches to file `number`, of `length` frames. Earlier wants are dropped. Blocks that could
+    /// not be decoded completely are read again: the file may have been rewritten.
     void begin(std::int64_t number, std::int64_t length) noexcept;
 
-    /// Takes over what has been read, and begins to count anew what is wanted.
+    /// Takes blocks that have been decoded, and starts a new list of wanted frames.
     void update() noexcept;
 
-    /// These frames are needed soon, and less soon than what was wanted since update().
+    /// Wants these frames, less urgently than those wanted since update().
     void want(std::int64_t first, std::int64_t frames) noexcept;
 
-    /// Whether all is there that was wanted since update().
+    /// Whether everything wanted since update() is in the cache.
     bool isComplete() const noexcept { return !isMissing_; }
 
-    /// Whether these frames are there. Frames outside the file always are, as silence.
+    /// Whether these frames are in the cache. Frames outside the file always are, as silence.
     bool has(std::int64_t first, std::int64_t frames) const noexcept;
 
-    /// Copies up to `frames` frames and returns how many: fewer where the next is not there yet.
+    /// Copies up to `frames` frames and returns how many: fewer if the next one is missing.
     std::size_t read(std::int64_t first, float* stereo, std::size_t frames) const noexcept;
 
   private:
-    /// A block may lie in any of the ways of the set that its index falls to.
+    /// Set-associative: a block may be in any way of the set that its index maps to.
     static constexpr std::size_t sets = 64, ways = 8;
 
     struct Slot {
@@ -47,7 +46,7 @@ class FrameCache {
         State state = State::empty;
         std::int64_t file = 0;
         std::int64_t index = 0;
-        std::int64_t wantedIn = 0; ///< the last round of wants that it was part of
+        std::int64_t wantedIn = 0; ///< the last update() round in which it was wanted
         bool isWhole = false;
     };
     using Set = std::array<Slot, ways>;

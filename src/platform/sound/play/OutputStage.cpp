@@ -46,12 +46,12 @@ void OutputStage::render(float* stereo, std::size_t frames) noexcept {
     entry_ = {};
 }
 
-/// Drops what is no longer wanted. A run waits for a whole request of frames, so that it does not
-/// stumble at its first steps.
+/// Drops blocks of older epochs. A segment waits for a whole request of frames, so that it does not
+/// run dry at once.
 bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
     bool dropped = false;
     const RenderBlock* block = ring_->front();
-    // Newer ones may be there already, if the gate was moved after this request began.
+    // Newer blocks may already be there if the gate changed after this request began.
     while (block && block->epoch < gate.epoch) {
         ring_->pop();
         dropped = true;
@@ -94,7 +94,7 @@ void OutputStage::finishBlock() noexcept {
     if (block.last) {
         endFrame_.store(written_, std::memory_order_relaxed);
         endedEpoch_.store(block.epoch, std::memory_order_release);
-        // The segment's own last frames were faded by the render thread.
+        // The render thread has already faded the end of the segment.
         fadeStep_ = 0;
         segmentEnded_.signal();
     } else if (block.passEnds) {
@@ -106,8 +106,8 @@ void OutputStage::finishBlock() noexcept {
     roomMade_.signal();
 }
 
-/// No frames although some should be heard: lets the last sample die away rather than break off.
-/// Frames that come meanwhile wait until it is gone; what is heard then fades in.
+/// Frames are missing: fades the last sample out instead of breaking off. Frames that arrive
+/// meanwhile wait for the end of the fade, and then fade in.
 std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
     const std::size_t count = std::min(frames, fadeStep_);
     const float from = fade_->gain(fadeStep_ - 1);

@@ -16,37 +16,38 @@
 
 namespace ambrel {
 
-/// The device callback's half of the graph: takes finished frames out of the ring, fades at a
-/// start, a pause and a stop, and writes down what it handed over.
+/// The part of the graph that runs in the device callback: takes rendered frames from the ring,
+/// fades at a start, pause() and stop(), and logs what it handed over. Owned by the graph.
 ///
-/// render() does not lock, allocate or wait. attach() is called between two renders.
+/// render() neither locks, allocates nor waits. attach() must not run during a render().
 class OutputStage {
   public:
-    /// What is written down about the segment handed over last.
+    /// How far the newest segment has been handed over.
     struct Progress {
         std::int64_t epoch = 0;
-        bool ended = false; ///< its last frame was handed over
+        bool ended = false; ///< its last frame has been handed over
     };
 
-    /// How far that is.
+    /// Position within the segment, for continuing it at another device rate.
     struct Place {
-        Pass pass;               ///< being handed over, or the next where one has ended
-        double fileFrame = 0;    ///< counted from the pass's first
-        double pauseSeconds = 0; ///< of silence that is left before it
+        Pass pass;               ///< current pass, or the next if one has just ended
+        double fileFrame = 0;    ///< from the pass's start
+        double pauseSeconds = 0; ///< what is left of the pause before it
     };
 
-    /// The end of a pass that another follows.
+    /// A boundary that has been handed over.
     struct Boundary {
         std::int64_t epoch = 0;
-        std::int64_t outputFrame = 0; ///< handed over before it
+        std::int64_t outputFrame = 0; ///< frames handed over before it
         Pass next;
     };
 
-    /// `roomMade` is signalled when frames were taken, `segmentEnded` when a run's last was.
+    /// `roomMade` is signalled when frames have been taken, `segmentEnded` at each boundary and at
+    /// the end of the segment.
     OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segmentEnded);
 
-    /// Frames come out of `ring` from now on. What was being heard ends here. A run begins once
-    /// `framesToBegin` frames of it are there, or a whole request if that is less.
+    /// Takes frames from `ring` from now on; what was playing is cut off. A segment begins once
+    /// `framesToBegin` frames of it are ready, or a whole request if that is less.
     void attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin);
 
     void render(float* stereo, std::size_t frames) noexcept;
@@ -56,17 +57,18 @@ class OutputStage {
     /// Any thread.
     Progress progress() const noexcept;
 
-    /// While no render() runs.
+    /// Must not be called during a render().
     const Place& place() const noexcept { return place_; }
 
-    /// The oldest boundary handed over that was not dropped; nullptr with none. One thread.
+    /// The oldest boundary not yet dropped; nullptr if there is none. Watch thread only.
     const Boundary* oldestBoundary() noexcept;
     void dropBoundary() noexcept { boundaries_.pop(); }
 
-    /// Frames handed over when the segment ended that progress() tells of. Any thread.
+    /// Frames handed over up to the end of the segment, once progress() says that it has ended. Any
+    /// thread.
     std::int64_t endFrame() const noexcept { return endFrame_.load(std::memory_order_relaxed); }
 
-    /// Frames of silence handed over in the middle of a run because none were ready. Any thread.
+    /// Frames missed in the middle of a segment because none were ready. Any thread.
     std::int64_t framesMissed() const noexcept { return missed_.load(std::memory_order_relaxed); }
 
   private:
@@ -86,20 +88,20 @@ class OutputStage {
     std::optional<Fade> fade_;
     PlayheadLog log_;
 
-    // The device thread's.
+    // Used by the device callback only.
     std::size_t fadeStep_ = 0;    ///< 0: silent; fade frames: full
-    std::int64_t heardEpoch_ = 0; ///< while fadeStep_ > 0: whose frames are heard
-    bool decaying_ = false;       ///< on the way to silence for want of frames
+    std::int64_t heardEpoch_ = 0; ///< while fadeStep_ > 0: the epoch being heard
+    bool decaying_ = false;       ///< fading the last sample to silence: frames are missing
     float lastLeft_ = 0, lastRight_ = 0;
     std::int64_t written_ = 0; ///< frames handed over since the output was opened
-    PlayheadLog::Entry entry_; ///< being gathered during one render()
+    PlayheadLog::Entry entry_; ///< collected during one render()
     Place place_;
 
     std::atomic<std::int64_t> progressEpoch_{0};
     std::atomic<std::int64_t> endedEpoch_{0};
     std::atomic<std::int64_t> endFrame_{0};
     std::atomic<std::int64_t> missed_{0};
-    /// A boundary that finds no room is left out: another is near.
+    /// When full, a boundary is skipped: the next is near.
     boost::lockfree::spsc_queue<Boundary, boost::lockfree::capacity<512>> boundaries_;
 };
 

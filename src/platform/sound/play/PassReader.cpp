@@ -10,7 +10,7 @@ namespace ambrel {
 
 namespace {
 
-/// What is left to follow once the first of its passes has been taken.
+/// The announcement after one of its passes has been taken.
 std::optional<Announcement> withoutFirst(Announcement next) {
     if (next.passes == 1)
         return std::nullopt;
@@ -45,7 +45,7 @@ bool PassReader::followsSeamlessly() const noexcept {
     return !isEndSettled_ && following_ && following_->pauseSeconds <= 0;
 }
 
-/// Lets what follows follow at the timeline's end; false if the run ends there.
+/// Appends the announced pass to the run; false if the run ends here.
 bool PassReader::decide() noexcept {
     if (!followsSeamlessly())
         return false;
@@ -136,7 +136,7 @@ std::size_t PassReader::read(float* stereo, std::size_t frames) {
     return done;
 }
 
-/// The frames before `boundary` that are crossfaded, as far as is known now.
+/// Length of the crossfade before `boundary`, as far as is known.
 std::int64_t PassReader::crossfadeLength(std::int64_t boundary) const noexcept {
     const bool isDecided = boundary < timeline_.end();
     if (!isDecided && !followsSeamlessly())
@@ -147,7 +147,7 @@ std::int64_t PassReader::crossfadeLength(std::int64_t boundary) const noexcept {
         {longestCrossfade_, timeline_.at(boundary - 1).first.frameCount / 2, after / 2});
 }
 
-/// False where frames are not there yet.
+/// False if the cache lacks frames.
 bool PassReader::makeCrossfade(std::int64_t boundary, std::int64_t frames) {
     if (boundary == timeline_.end())
         decide();

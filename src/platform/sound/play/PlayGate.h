@@ -5,8 +5,8 @@
 
 namespace ambrel {
 
-/// Which run is to be heard, and whether now: the one word through which the client's commands
-/// reach the render thread and the device callback.
+/// The epoch to be heard and whether it plays, in one atomic word: how the client's commands reach
+/// the render thread and the device callback. Any thread; never waits.
 class PlayGate {
   public:
     struct State {

@@ -8,19 +8,19 @@
 
 namespace ambrel {
 
-/// Which file frames were handed to the device when: what the play head is read from once the
-/// device tells what has been heard.
+/// Log of which file frames were handed to the device when. The play head is looked up here once
+/// the device reports what has been heard.
 ///
-/// One thread writes (the device's), one reads (the client's); neither waits. A reader that is
-/// overtaken by the writer skips that entry.
+/// One thread writes (the device callback), one reads (the client); neither waits. An entry
+/// overwritten while it is being read is skipped.
 class PlayheadLog {
   public:
     struct Entry {
         std::int64_t epoch = 0;
-        std::int64_t pass = 0;        ///< counted from the segment's first
-        std::int64_t outputFrame = 0; ///< first frame handed over, as the output counts
+        std::int64_t pass = 0;        ///< number, counted from the segment's first
+        std::int64_t outputFrame = 0; ///< its first frame, counted by the output
         std::int64_t frames = 0;
-        double fileFrameBegin = 0; ///< counted from the pass's first
+        double fileFrameBegin = 0; ///< file frames from the pass's start
         double fileFrameEnd = 0;
     };
 
@@ -32,8 +32,9 @@ class PlayheadLog {
     void write(const Entry& entry) noexcept {
         const std::uint64_t number = written_.load(std::memory_order_relaxed);
         Slot& slot = slots_[number % slots_.size()];
-        // Odd while it is written. Every field is released after that and acquired by the reader
-        // before it looks again, so a mixed entry never passes.
+        // Seqlock: the number is odd while the slot is written. The fields are stored with release
+        // and loaded with acquire before the number is checked again, so a mixed entry is never
+        // returned.
         slot.number.store(2 * number + 1, std::memory_order_relaxed);
         slot.epoch.store(entry.epoch, std::memory_order_release);
         slot.pass.store(entry.pass, std::memory_order_release);
@@ -45,8 +46,8 @@ class PlayheadLog {
         written_.store(number + 1, std::memory_order_release);
     }
 
-    /// The pass and in it the file frame that was heard when `heardFrames` frames had been, looking
-    /// only at runs from `firstEpoch` on; absent before their first frame was heard.
+    /// The pass, and the file frame in it, heard after `heardFrames` frames. Considers only epochs
+    /// from `firstEpoch` on; absent before their first frame has been heard.
     std::optional<Place> placeAt(std::int64_t heardFrames, std::int64_t firstEpoch) const noexcept {
         const std::uint64_t written = written_.load(std::memory_order_acquire);
         for (std::uint64_t number = written; number > 0 && number + slots_.size() > written;
@@ -92,7 +93,7 @@ class PlayheadLog {
         return entry;
     }
 
-    /// Device requests of several seconds, more than any device delays the sound.
+    /// Several seconds of requests: more than any device's latency.
     std::array<Slot, 1024> slots_{};
     std::atomic<std::uint64_t> written_{0};
 };

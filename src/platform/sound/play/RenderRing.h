@@ -11,11 +11,11 @@
 
 namespace ambrel {
 
-/// Finished frames between the render thread, which pushes, and the device callback, which pops.
-/// Neither ever waits here.
+/// Ring buffer from the render thread, which pushes blocks, to the device callback, which pops
+/// them. Neither ever waits.
 class RenderRing {
   public:
-    /// Has room for `frames` frames of the run that is heard and as many of one that was dropped.
+    /// Holds `frames` frames of the current epoch and as many of a dropped one.
     explicit RenderRing(std::size_t frames) : blocks_(2 * (frames / RenderBlock::capacity + 2)) {}
 
     /// @name The render thread's side
@@ -42,7 +42,7 @@ class RenderRing {
         return blocks_.read_available() > 0 ? &blocks_.front() : nullptr;
     }
 
-    /// Frames of the first block that were taken.
+    /// Frames already taken from the first block.
     std::size_t taken() const noexcept { return taken_; }
 
     void take(std::size_t frames) noexcept {
@@ -50,14 +50,14 @@ class RenderRing {
         popped_.fetch_add(frames, std::memory_order_release);
     }
 
-    /// Drops the first block, with what is left of it.
+    /// Drops the rest of the first block.
     void pop() noexcept {
         take(blocks_.front().frames - taken_);
         blocks_.pop();
         taken_ = 0;
     }
 
-    /// Frames in the ring, of any segment.
+    /// Frames in the ring, of all epochs.
     std::size_t frames() const noexcept {
         return static_cast<std::size_t>(pushed_.load(std::memory_order_acquire) -
                                         popped_.load(std::memory_order_relaxed));
@@ -65,7 +65,7 @@ class RenderRing {
 
     /// @}
 
-    /// Frames of segment `epoch` that are in the ring. Either side.
+    /// Frames of this epoch in the ring. Either side.
     std::size_t framesOf(std::int64_t epoch) const noexcept {
         if (epoch != epoch_.load(std::memory_order_acquire))
             return 0;
@@ -75,7 +75,7 @@ class RenderRing {
                                                  popped_.load(std::memory_order_acquire)));
     }
 
-    /// The segment whose last frame was pushed most recently. Any thread.
+    /// The epoch whose last frame was pushed most recently. Any thread.
     std::int64_t finishedEpoch() const noexcept {
         return finishedEpoch_.load(std::memory_order_acquire);
     }
@@ -84,10 +84,10 @@ class RenderRing {
     boost::lockfree::spsc_queue<RenderBlock> blocks_;
     std::atomic<std::uint64_t> pushed_{0};
     std::atomic<std::uint64_t> popped_{0};
-    std::size_t taken_ = 0; ///< the callback's
+    std::size_t taken_ = 0; ///< used by the callback only
     std::atomic<std::int64_t> finishedEpoch_{0};
     std::atomic<std::int64_t> epoch_{0};       ///< of the newest block
-    std::atomic<std::uint64_t> epochBegin_{0}; ///< of pushed_
+    std::atomic<std::uint64_t> epochBegin_{0}; ///< pushed_ when that epoch began
 };
 
 } // namespace ambrel

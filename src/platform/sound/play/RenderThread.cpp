@@ -78,7 +78,7 @@ void RenderThread::takeRequest() {
     source_.prepare(*request);
 }
 
-/// The run that is to be made next; false if there is none, or not yet.
+/// Enters the next run; false if there is none, or not yet.
 bool RenderThread::enterRun(PlayGate::State gate) {
     if (!gate.playing)
         return false;
@@ -96,7 +96,7 @@ bool RenderThread::enterRun(PlayGate::State gate) {
     return true;
 }
 
-/// `owed`: frames by which the pause before the run is longer than was asked for.
+/// `owed`: rounding error to add to the pause, in frames.
 void RenderThread::begin(double owed, bool isFollowing) {
     constexpr double longestPauseSeconds = 1e6;
     const double pause =
@@ -118,14 +118,14 @@ void RenderThread::begin(double owed, bool isFollowing) {
         equaliser_.reset();
 }
 
-/// What rounding to whole frames has taken from the runs so far; a pause makes up for it.
+/// Frames lost to rounding so far in the segment; the next pause makes up for them.
 double RenderThread::framesOwed() noexcept {
     constexpr double most = RenderBlock::capacity;
     const double cut = source_.framesCut() / timePitch_.rate();
     return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
 }
 
-/// Frames that may still be made.
+/// Frames that may be rendered now.
 std::size_t RenderThread::room() const noexcept {
     const std::size_t target =
         wiring_.demand ? wiring_.demand->load(std::memory_order_acquire) : framesAhead_;
@@ -169,12 +169,12 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
     return frames;
 }
 
-/// Sends the block on its way if it is full, a pass ends, or no more may be made now.
+/// Pushes the block if it is full, a pass ends, or no more may be rendered now.
 void RenderThread::finishFrames() noexcept {
     const RunTimeline::Place before = place_;
     const RunTimeline::Place now = source_.placeAt(timePitch_.position());
-    // A stretcher that takes over may stand a little further back; a pass ends only once, and its
-    // play head does not go back.
+    // A stretcher that takes over may be slightly behind; neither boundaries nor the play head may
+    // be repeated.
     if (pauseLeft_ == 0 && std::pair(now.pass.number, now.fileFrame) >=
                                std::pair(before.pass.number, before.fileFrame))
         place_ = now;
@@ -201,8 +201,8 @@ void RenderThread::push() noexcept {
         wiring_.demandMet.signal();
 }
 
-/// The first frame of the run that a pass may still end at otherwise than was announced: the
-/// crossfade before it, 5 ms long, has not begun at normal speed.
+/// The first frame of the run at which a boundary can still change: before the 5 ms crossfade at
+/// normal speed has begun.
 double RenderThread::nextChangeable() const noexcept {
     constexpr double noticeSeconds = 0.01;
     if (epoch_ != newest_)
@@ -213,7 +213,7 @@ double RenderThread::nextChangeable() const noexcept {
                      noticeSeconds * sampleRateHz_ * timePitch_.inputSpeed());
 }
 
-/// The first 3 ms of a run that follows a pause; the first of a segment is faded where it is heard.
+/// Fades in a run that follows a pause; the start of a segment is faded by the output stage.
 void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
     for (std::size_t i = 0; i < frames && fadeInStep_ < fade_.frames(); ++i, ++fadeInStep_) {
         stereo[2 * i] *= fade_.gain(fadeInStep_);
@@ -221,8 +221,8 @@ void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
     }
 }
 
-/// The run's last 3 ms, so that it does not break off with a click. Where another speed brings the
-/// end nearer or takes it away, the gain goes on from where it is.
+/// Fades out the last 3 ms of the run. If a change of speed moves the end, the gain continues from
+/// its current value.
 void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
     const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, timePitch_.framesLeft()));
     if (left >= fade_.frames() && endGain_ == 1)

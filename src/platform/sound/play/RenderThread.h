@@ -18,7 +18,7 @@
 
 namespace ambrel {
 
-/// What the client sets and the render thread obeys from its next block on. Any thread.
+/// Speed, pitch and equaliser as set by the client; applied from the next block on. Any thread.
 struct SoundSettings {
     struct Band {
         std::atomic<float> frequencyHz{1000};
@@ -31,14 +31,14 @@ struct SoundSettings {
     std::array<Band, EqualiserUnit::bandCount> bands;
 };
 
-/// Runs passes → time-pitch → equaliser into the ring, a block of 64 frames at a time, and sleeps
-/// while the ring is full, the cache has nothing, or nothing is played.
+/// Renders passes, speed, pitch and equaliser into the ring, in blocks of up to 64 frames, and
+/// sleeps while the ring is full, frames are missing, or nothing plays. Owned by the graph.
 ///
-/// Should anything be thrown on the way, memory having run out, the segment ends there.
+/// Driven by a device, it keeps a fixed number of frames ready. Offline, it renders just the frames
+/// demanded, and only once the cache has everything wanted, so that the result does not depend on
+/// the speed of disk or machine.
 ///
-/// Paced by a device it keeps a fixed number of frames ahead. Pulled offline it makes just the
-/// frames demanded, and only once the cache has all that is wanted, so that neither the speed of
-/// the disk nor that of the machine has a say in what comes out.
+/// If anything throws, for want of memory, the segment ends there.
 class RenderThread {
   public:
     struct Wiring {
@@ -46,14 +46,14 @@ class RenderThread {
         const SoundSettings& settings;
         Mailbox<PlayRequest>& requests;
         FrameCache& cache;
-        WakeUp& wake;                           ///< what the thread sleeps on
-        WakeUp& demandMet;                      ///< offline: signalled when frames were pushed
-        const std::atomic<std::size_t>* demand; ///< offline: frames to make; none when paced
-        std::stop_token ending;                 ///< warming up would be in vain
+        WakeUp& wake;                           ///< the thread waits for this
+        WakeUp& demandMet;                      ///< offline: signalled when frames have been pushed
+        const std::atomic<std::size_t>* demand; ///< offline: frames to render; null when paced
+        std::stop_token ending;                 ///< stops the warm-up
     };
 
-    /// Allocates, warms everything up and starts the thread. `framesAhead`: how many frames are
-    /// kept ready when paced by a device.
+    /// Allocates, warms up the stretchers and starts the thread. `framesAhead`: frames kept ready
+    /// when driven by a device.
     RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead);
     ~RenderThread();
 
@@ -85,16 +85,16 @@ class RenderThread {
     TimePitchUnit timePitch_;
     EqualiserUnit equaliser_;
     Fade fade_;
-    std::int64_t epoch_ = 0;  ///< of the run being made
-    std::int64_t newest_ = 0; ///< of the newest request
+    std::int64_t epoch_ = 0;  ///< of the run being rendered
+    std::int64_t newest_ = 0; ///< epoch of the newest play request
     RenderBlock block_;
-    bool isMade_ = true;         ///< the run, to its last frame
-    bool isBroken_ = false;      ///< something was thrown: the segment ends here
-    std::int64_t pauseLeft_ = 0; ///< frames of silence before the run
-    double owed_ = 0;            ///< frames by which the runs of the segment end too early
-    std::size_t fadeInStep_ = 0; ///< of a run that follows a pause
-    float endGain_ = 1;          ///< of the fade at the run's end
-    RunTimeline::Place place_;   ///< of the next frame made
+    bool isMade_ = true;         ///< the run has been rendered to its last frame
+    bool isBroken_ = false;      ///< an exception was thrown: the segment ends here
+    std::int64_t pauseLeft_ = 0; ///< frames left of the pause before the run
+    double owed_ = 0;            ///< rounding error to be added to the next pause, in frames
+    std::size_t fadeInStep_ = 0; ///< for a run that follows a pause
+    float endGain_ = 1;          ///< of the fade at the end of the run
+    RunTimeline::Place place_;   ///< of the next frame
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

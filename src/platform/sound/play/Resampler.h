@@ -6,8 +6,8 @@ struct soxr;
 
 namespace ambrel {
 
-/// Converts stereo frames from one rate to another (libsoxr, very high quality, linear phase, no
-/// delay: the first frame out lies where the first frame in lay). One thread at a time.
+/// Converts stereo frames from one sample rate to another (libsoxr, very high quality, linear
+/// phase, delay removed). Render thread only.
 class Resampler {
   public:
     /// Rates in Hz, above 0 and unequal. Takes some 0.1 ms. Throws std::runtime_error for rates
@@ -18,12 +18,11 @@ class Resampler {
     Resampler& operator=(const Resampler&) = delete;
 
     struct Step {
-        std::size_t taken = 0; ///< frames in
-        std::size_t made = 0;  ///< frames out
+        std::size_t taken = 0; ///< input frames
+        std::size_t made = 0;  ///< output frames
     };
 
-    /// Converts as much of `in` as there is room for in `out`. Frames come out some 1,000 frames
-    /// after those that they are made of went in.
+    /// Converts as much of `in` as fits into `out`. Output lags the input by some 1,000 frames.
     Step process(const float* in, std::size_t inFrames, float* out, std::size_t outFrames) noexcept;
 
   private:

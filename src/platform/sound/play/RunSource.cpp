@@ -8,11 +8,11 @@ namespace ambrel {
 
 namespace {
 
-/// More than half the converter's filter, in frames of the lower rate: what it must have heard
-/// before a frame to give the same there as if it had heard everything.
+/// More than half the resampler's filter, in frames of the lower rate: input it needs before a
+/// frame for the same output as if it had been fed everything.
 constexpr std::int64_t filterFrames = 1024;
 
-/// What must be in the cache of a region before it may follow: the rest is read while it plays.
+/// Frames of a region that must be cached before it may follow; the rest is read while it plays.
 constexpr std::int64_t startFrames = 4096;
 
 /// Read ahead at most: of so many blocks next to each other each goes into another set of the
@@ -52,8 +52,8 @@ bool RunSource::beginNextRun() {
     return true;
 }
 
-/// Puts the converter where its next frame out is the run's frame `from`: only every so many file
-/// frames is a device frame, and there it can start.
+/// Restarts the resampler so that its next output is frame `from` of the run. It can start only
+/// where a file frame coincides with a device frame.
 void RunSource::startConverter(std::int64_t from) {
     toSkip_ = 0;
     inputDone_ = inputCount_ = 0;
@@ -158,7 +158,7 @@ std::size_t RunSource::convert(float* stereo, std::size_t frames) noexcept {
     return done;
 }
 
-/// The run's next frames, and silence behind its end; false where they are not there yet.
+/// Fetches the next input, silence after the end of the run; false if frames are missing.
 bool RunSource::takeInput() noexcept {
     inputDone_ = 0;
     inputCount_ = passes_.read(input_.data(), inputFrames);

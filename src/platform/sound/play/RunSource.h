@@ -13,68 +13,68 @@
 
 namespace ambrel {
 
-/// What the client wants to be played: one immutable value, published as a whole.
+/// What the client wants played: immutable, passed to the render thread as a whole.
 struct PlayRequest {
-    /// Of the segment, a number that only grows; a new one also for what is left of a segment when
-    /// the device's rate changes while it plays. Requests of one epoch differ in `next` alone.
+    /// Increases with each segment, and when the rest of one continues at another device rate.
+    /// Requests of one epoch differ only in `next`.
     std::int64_t epoch = 0;
-    std::int64_t file = 0; ///< as FileReader::open() was told; 0: nothing is to be played
+    std::int64_t file = 0; ///< as passed to FileReader::open(); 0: nothing to play
     int fileHz = 1;
     std::int64_t fileLength = 0;
     Pass first;
-    double heardFrames = 0;  ///< of the first pass, heard before
-    double pauseSeconds = 0; ///< of silence, left before it
+    double heardFrames = 0;  ///< file frames of the first pass heard before
+    double pauseSeconds = 0; ///< what is left of the pause before it
     std::optional<Announcement> next;
 };
 
-/// The frames of a segment at the device's rate: walks through its passes and runs, reads them from
-/// the cache, converts them, and sees to it that the cache has what will be needed.
+/// The frames of a segment at the device's rate: reads its passes from the cache, run by run,
+/// resamples them, and tells the cache what will be needed.
 ///
-/// One converter runs through all passes of a run, so that no boundary is heard from it and none is
-/// rounded. Frames are counted from the run's first. One thread, the render thread; never waits.
+/// One resampler serves all passes of a run, so that boundaries are neither audible in it nor
+/// rounded. Frames are counted from the run's start, in device frames. Render thread only; never
+/// waits.
 class RunSource final : public FrameInput {
   public:
     RunSource(FrameCache& cache, int deviceHz);
 
-    /// Another segment, of which the first run begins. Throws std::runtime_error when there is not
-    /// the memory to convert its rate; so does all that is not noexcept.
+    /// Begins another segment with its first run. Like update() and beginNextRun(), throws
+    /// std::runtime_error when there is no memory for the resampler.
     void prepare(const PlayRequest& request);
 
-    /// Whether the first frames of the segment are there.
+    /// Whether the start of the segment is in the cache.
     bool isReady() const noexcept;
 
-    /// The run after this one begins. False if none follows.
+    /// Begins the next run. False if nothing follows.
     bool beginNextRun();
 
-    /// Something else is said to follow. It counts once the beginning of it is in the cache.
+    /// Replaces the announcement, once its start is in the cache.
     void announce(const std::optional<Announcement>& next) noexcept {
         announced_ = next;
         isNew_ = true;
     }
 
-    /// Takes over what has been read and asks for what will be needed. Lets what was announced
-    /// follow passes that end at `changeable` or later; gives the frame from which on frames that
-    /// were read are others now, if some are.
+    /// Updates the cache, and applies a new announcement to boundaries at `changeable` or later. If
+    /// frames already read have become wrong, returns the first of them; reading resumes there.
     std::optional<std::int64_t> update(double changeable);
 
-    /// Whether all that will be needed within a second is there.
+    /// Whether everything needed within the next second is in the cache.
     bool isComplete() const noexcept { return cache_.isComplete(); }
 
     std::size_t read(float* stereo, std::size_t frames) noexcept override;
 
-    /// Where the run ends as it is now known, or FrameInput::endless.
+    /// Where the run ends as far as is known, or FrameInput::endless.
     std::optional<std::int64_t> runEnd() noexcept override { return toDevice(passes_.end()); }
 
-    /// What rounding to whole frames takes from the run, −0.5 to 0.5.
+    /// Frames lost by rounding the run's length to device frames, −0.5 to 0.5.
     double framesCut() const noexcept;
 
-    /// The pass that begins after the run and its pause; absent if the segment ends with the run.
+    /// The pass that begins after this run and a pause; absent if nothing follows.
     std::optional<Pass> afterEnd() const noexcept { return passes_.afterEnd(); }
 
-    /// Silence before the run, in seconds.
+    /// The pause before the run, in seconds.
     double pauseSeconds() const noexcept { return pauseSeconds_; }
 
-    /// Which pass the run's frame `frame` belongs to, and where in it that lies.
+    /// The pass that frame `frame` of the run belongs to, and the position in it.
     RunTimeline::Place placeAt(double frame) const noexcept {
         return passes_.timeline().placeAt(frame * ratio_);
     }
@@ -101,7 +101,7 @@ class RunSource final : public FrameInput {
 
     std::optional<Resampler> converter_; ///< none where the rates are equal
     std::int64_t position_ = 0;          ///< device frames read of the run
-    std::int64_t toSkip_ = 0;            ///< of what the converter makes next
+    std::int64_t toSkip_ = 0;            ///< output frames of the converter to skip
     std::array<float, 2 * inputFrames> input_{};
     std::size_t inputDone_ = 0, inputCount_ = 0; ///< frames
 };

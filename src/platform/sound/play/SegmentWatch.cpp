@@ -8,7 +8,7 @@
 namespace ambrel {
 
 namespace {
-/// Between two looks at the output while the last frames are on their way to the loudspeaker.
+/// Polling interval while the last frames are on their way to the loudspeaker.
 constexpr std::chrono::milliseconds lookAgainAfter{2};
 } // namespace
 
@@ -78,7 +78,7 @@ bool SegmentWatch::isEndOnItsWay() const {
     return progress.ended && progress.epoch >= firstEpoch_ && active_;
 }
 
-/// Looks which passes have begun for the listener.
+/// Finds out which boundaries have been heard.
 void SegmentWatch::hearBoundaries() {
     const std::int64_t heard = wiring_.framesHeard();
     while (const OutputStage::Boundary* boundary = wiring_.stage.oldestBoundary()) {
@@ -89,11 +89,11 @@ void SegmentWatch::hearBoundaries() {
         }
         wiring_.stage.dropBoundary();
     }
-    // What is paused completes nothing before it goes on.
+    // No completion while paused.
     if (newest_ && newest_->number > pass_ && active_)
         due_.splice(due_.end(), current_);
     if (isEndOnItsWay() && heard >= wiring_.stage.endFrame()) {
-        // What went by unwatched ended with it.
+        // Passes that were not adopted ended with it.
         due_.splice(due_.end(), current_);
         newest_.reset();
         active_ = false;

@@ -14,49 +14,49 @@
 
 namespace ambrel {
 
-/// Calls the completion of each pass that is watched, once, on a thread of its own: when its last
-/// frame has been heard, when it is dropped, or at the end of the watch. The same thread notices
-/// that nothing has been playing for a while. What a completion throws is dropped.
+/// Calls the completion of the current pass once, on its own thread: when its last frame has been
+/// heard, when it is dropped, or when the watch is destroyed. It also reports when nothing has
+/// played for a while. Exceptions from completions are ignored. Owned by the graph.
 ///
-/// A pass that follows another without being told to is watched from adopt() on. Those that go by
-/// before that count as one.
+/// A pass that has followed an announcement is watched once it is adopted; those that pass
+/// unadopted are not reported.
 ///
-/// It is apart from the decode thread, which a slow disk may hold up, and from the render thread,
-/// which a completion must not hold up. add(), drop() and setActive() come from the client.
+/// The thread is neither the decode thread, which a slow disk may delay, nor the render thread,
+/// which a completion must not delay. add(), drop(), adopt() and setActive() are for the client.
 class SegmentWatch {
   public:
     using Completion = std::function<void()>;
 
     struct Wiring {
-        WakeUp& wake; ///< what the thread sleeps on; the stage signals a run's end here
+        WakeUp& wake; ///< the thread waits for this; signalled by the stage at boundaries
         OutputStage& stage;
         std::function<std::int64_t()> framesHeard;
-        std::function<void()> idle; ///< called when nothing has been active for idleAfter
-        bool isPaced = false;       ///< by a device: what it reports must not come late
+        std::function<void()> idle; ///< called after idleAfter without playback
+        bool isPaced = false;       ///< driven by a device: run at real-time priority
     };
 
     explicit SegmentWatch(Wiring wiring);
     ~SegmentWatch();
 
-    /// How long nothing plays before the output may rest.
+    /// How long nothing plays before the output is stopped.
     static constexpr std::chrono::seconds idleAfter{5};
 
-    /// A segment whose runs have epochs from `firstEpoch` on. The one before is dropped.
+    /// Watches a segment, whose epochs start at `firstEpoch`. The previous one is dropped.
     void add(std::int64_t firstEpoch, Completion completion);
     void drop();
 
-    /// The pass that began when the watched one had been heard; absent as long as that has not
-    /// been, or if the sound ended there.
+    /// The newest pass that has begun since the watched one was heard to its end; absent before
+    /// that, and if playback ended there.
     std::optional<Pass> following() const;
 
-    /// Watches the newest pass that has begun, instead of the one before, and gives it. Absent if
-    /// it was not played for this announcement.
+    /// Watches that pass from now on, and returns it. Absent if there is none or it was not played
+    /// for this announcement.
     std::optional<Pass> adopt(std::int64_t announcement, Completion completion);
 
-    /// The number of the pass watched, counted from the segment's first.
+    /// Number of the watched pass, counted from the segment's first.
     std::int64_t watchedPass() const;
 
-    /// Whether something is to be heard.
+    /// Whether playback is on (not paused or stopped).
     void setActive(bool active);
     bool isActive() const noexcept { return active_; }
 
@@ -71,10 +71,10 @@ class SegmentWatch {
     Wiring wiring_;
     mutable std::mutex mutex_;
     std::int64_t firstEpoch_ = 0;
-    // Lists, so that a completion can be handed on where memory has run out.
-    std::list<Completion> current_; ///< none or one
-    std::int64_t pass_ = 0;         ///< watched
-    std::optional<Pass> newest_;    ///< that began behind it
+    // Lists, because moving an element between them cannot run out of memory.
+    std::list<Completion> current_; ///< at most one
+    std::int64_t pass_ = 0;         ///< number of the watched pass
+    std::optional<Pass> newest_;    ///< newest pass that began after it
     std::list<Completion> due_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;

@@ -8,35 +8,37 @@
 
 namespace ambrel {
 
-/// What a stretcher is fed beyond the ends of a run, for half its window.
+/// Makes up the frames that a stretcher is fed before and after a run, for half its window.
 ///
-/// Silence there would be a step in the sound, which a stretcher spreads into a click, and the
-/// file's own sound would let an attack behind the region's end be heard ahead of itself. So the
-/// sound next to the end goes on as it was: repeated with the lag at which it is most like itself.
+/// Silence there would be a step in the signal, which the stretcher spreads into a click. The
+/// file's own sound would let an attack just after the region be heard early. Instead, the sound
+/// next to the edge is repeated at its best autocorrelation lag.
 ///
-/// One thread. Allocates in the constructor only.
+/// Owned by TimePitchUnit; render thread only. Allocates in the constructor only.
 class EdgeFiller {
   public:
-    /// Looks at up to `span` frames next to an end.
+    /// `span`: frames next to an edge that are analysed.
     EdgeFiller(const InputHistory& input, std::size_t span);
 
-    /// Another run begins.
+    /// Begins another run.
     void begin() noexcept;
 
-    /// Frames of the run from `frame` on are replaced.
+    /// Frames of the run from `frame` on are about to change.
     void rewind(std::int64_t frame) noexcept;
 
-    /// Frames that must have been taken, in a run that long, before copy() of one before its first.
+    /// Frames from the start of the run (or all of a shorter one) that must be in the history
+    /// before frames ahead of the run are copied.
     std::size_t span() const noexcept { return span_; }
 
-    /// Frames from `from` on of a run that ends at `end`; it has at least one.
+    /// Copies frames from `from` on, inside or outside a run of at least one frame that ends at
+    /// `end`.
     void copy(std::int64_t from, std::int64_t end, float* stereo, std::size_t frames) noexcept;
 
   private:
     struct Edge {
-        std::int64_t at = -1;   ///< the run's end that it was found for
+        std::int64_t at = -1;   ///< the end of the run for which it was computed
         std::int64_t lag = 1;   ///< frames
-        float step[2] = {0, 0}; ///< from what would come to what the run has, per channel
+        float step[2] = {0, 0}; ///< offset that joins the repetition to the run, per channel
     };
 
     void findBegin(std::int64_t end) noexcept;
@@ -48,7 +50,7 @@ class EdgeFiller {
 
     const InputHistory& input_;
     std::size_t span_;
-    std::vector<float> near_; ///< mono, from the end inwards
+    std::vector<float> near_; ///< mono, from the edge inwards
     Edge begin_, end_;
 };
 

@@ -12,24 +12,24 @@
 
 namespace ambrel {
 
-/// The newest frames that were taken from a source, by their number in the run. One thread;
-/// allocates in the constructor only.
+/// The most recent input frames of a run, by their number in it. Owned by TimePitchUnit; render
+/// thread only. Allocates in the constructor only.
 class InputHistory {
   public:
-    /// Keeps `frames` frames at least.
+    /// Keeps at least `frames` frames.
     explicit InputHistory(std::size_t frames) : span_(std::bit_ceil(frames)), frames_(2 * span_) {}
 
     std::size_t span() const noexcept { return span_; }
 
-    /// Frames taken of the run.
+    /// Frames taken from the source in this run.
     std::int64_t taken() const noexcept { return taken_; }
 
     void begin() noexcept { taken_ = 0; }
 
-    /// Frames from `frame` on count as not taken.
+    /// Frames from `frame` on will be taken again.
     void rewind(std::int64_t frame) noexcept { taken_ = std::min(taken_, frame); }
 
-    /// Takes what is missing up to frame `upTo`; false if the source has no more now.
+    /// Takes frames up to `upTo`; false if the source has no more now.
     bool take(FrameInput& source, std::int64_t upTo) noexcept {
         while (taken_ < upTo) {
             const std::size_t at = place(taken_);
@@ -42,7 +42,7 @@ class InputHistory {
         return true;
     }
 
-    /// Frames from `from` on that were taken and are still there.
+    /// Copies frames from `from` on, which must still be in the history.
     void copy(std::int64_t from, float* stereo, std::size_t frames) const noexcept {
         for (std::size_t i = 0; i < frames; ++i) {
             const std::size_t at = 2 * place(from + static_cast<std::int64_t>(i));
@@ -51,8 +51,8 @@ class InputHistory {
         }
     }
 
-    /// How alike the sum of both channels from `from` on, a frame that is still there, is to
-    /// `mono`: as Crossfade::likenessOf().
+    /// Similarity of `mono` to the sum of both channels from `from` on, which must still be in the
+    /// history; as Crossfade::likenessOf().
     double likeness(std::int64_t from, std::span<const float> mono) const noexcept {
         double aa = 0, bb = 0, ab = 0;
         for (std::size_t i = 0; i < mono.size(); ++i) {

@@ -6,12 +6,12 @@
 
 namespace ambrel {
 
-/// Which input frame an output frame of a stretch is made of: straight pieces, a new one wherever
-/// the rate changed. Also says how many output frames there must be, which is what the stretcher
-/// is held to.
+/// Maps output frames of a stretch to input frames, linearly between changes of rate, and gives the
+/// number of output frames due, from which the stretcher must not drift. Render thread only;
+/// allocates nothing.
 class StretchMap {
   public:
-    /// Output frame 0 is input frame `input`.
+    /// Starts with output frame 0 at input frame `input`.
     void begin(double input, double rate) noexcept {
         newest_ = 0;
         pieces_[0] = {0, input, rate};
@@ -27,16 +27,16 @@ class StretchMap {
         output_ += inputFrames / rate;
     }
 
-    /// Output frames that all input so far makes.
+    /// Output frames due for all input so far.
     double output() const noexcept { return output_; }
 
-    /// The input frame that output frame `output` is made of.
+    /// The input frame at output frame `output`.
     double inputAt(double output) const noexcept {
         const Piece& in = pieceOf(&Piece::output, output);
         return in.input + (output - in.output) * in.rate;
     }
 
-    /// The output frame that input frame `input` comes to lie at.
+    /// The output frame at input frame `input`.
     double outputAt(double input) const noexcept {
         const Piece& in = pieceOf(&Piece::input, input);
         return in.output + (input - in.input) / in.rate;
@@ -48,7 +48,7 @@ class StretchMap {
         double input = 0;
         double rate = 1;
     };
-    /// The newest piece that begins at or before a frame.
+    /// The newest piece that starts at or before `frame`.
     const Piece& pieceOf(double Piece::*begin, double frame) const noexcept {
         const std::size_t oldest = newest_ < pieces_.size() ? 0 : newest_ - pieces_.size() + 1;
         std::size_t i = newest_;
@@ -58,7 +58,7 @@ class StretchMap {
     }
     const Piece& piece(std::size_t i) const noexcept { return pieces_[i % pieces_.size()]; }
 
-    /// Far more rate changes than the stretcher holds blocks at a time.
+    /// Far more changes of rate than input blocks fit into the stretcher.
     std::array<Piece, 512> pieces_{};
     std::size_t newest_ = 0;
     double output_ = 0;

@@ -16,12 +16,12 @@ constexpr RubberBandStretcher::Options options = RubberBandStretcher::OptionProc
                                                  RubberBandStretcher::OptionEngineFiner |
                                                  RubberBandStretcher::OptionPitchHighConsistency;
 
-/// The engine answers in hops, so it is ahead of its course by up to one; how far it is behind at
-/// worst within this span of output is what counts.
+/// The engine works in hops, so it is ahead of the exact position by up to one. The largest lag
+/// within this period is what counts.
 constexpr double observedSeconds = 0.1;
 constexpr double correctAboveSeconds = 0.003;
 constexpr double rightBelowSeconds = 0.001;
-/// A correction aims to be done in this time, and is never so strong that it could be noticed.
+/// A correction aims to be done within this time, and is too small to be noticed.
 constexpr double correctedInSeconds = 0.5;
 constexpr double strongestCorrection = 0.05;
 constexpr double weakestCorrection = 0.01;
@@ -47,7 +47,7 @@ void Stretcher::warmUp(const std::stop_token& stop) {
             feedSine(phase, stop);
         }
     }
-    // Under way, which is when the engine's resampler begins to keep sound.
+    // While running: that is when the engine's resampler starts to retain sound.
     setCents(-maxCents);
     feedSine(phase, stop);
     measureKept();
@@ -67,8 +67,8 @@ void Stretcher::feedSine(double& phase, const std::stop_token& stop) {
     }
 }
 
-/// Once the pitch has changed under way, the engine's reset leaves its resampler full: every start
-/// from then on comes late by what it kept. How much that is shows where a click comes out.
+/// Once the pitch has changed while running, the engine's reset leaves its resampler filled, which
+/// delays every later start. A click shows by how much.
 void Stretcher::measureKept() {
     reset(1, 0);
     discard(startDelay());
@@ -85,7 +85,7 @@ void Stretcher::measureKept() {
     keptFrames_ = (std::ranges::max_element(heard) - heard.begin()) / 2;
 }
 
-/// Until the engine has seen nothing else.
+/// Until nothing of the earlier sound is left.
 void Stretcher::feedSilence() {
     constexpr std::array<float, 2 * feedFrames> silence{};
     while (ready() == 0)
@@ -93,8 +93,8 @@ void Stretcher::feedSilence() {
 }
 
 void Stretcher::reset(double rate, double cents) {
-    // The engine's reset leaves it its view of the sound before, by which it would set the first
-    // phases; silence at normal speed gives it another in one hop.
+    // The engine's reset keeps its analysis of the earlier sound, from which it would set the first
+    // phases; a hop of silence at normal speed replaces that.
     begin(1, 0);
     feedSilence();
     begin(rate, cents);

@@ -10,23 +10,23 @@ namespace ambrel {
 namespace {
 
 constexpr std::size_t blockFrames = 64;
-/// While it takes over, a stretcher is fed this many times the frames that pass: it has caught up
-/// after 10 ms, for which what lies ready in the device suffices on a machine half as fast.
+/// While catching up, a stretcher is fed at this multiple of real time: it is there after 10 ms,
+/// which the frames ready for the device cover even on a machine half as fast.
 constexpr double catchUpSpeed = 12;
-/// More past than the stretcher must have heard to sound like what is being played.
+/// Enough earlier input for the stretcher to sound like what is being played.
 constexpr std::int64_t settleFrames = 1024;
 constexpr int takeOverFadeMs = 5;
-/// What the end of a run is faded out in, behind this unit.
+/// Length of the fade at the end of a run, which is applied after this unit.
 constexpr int endFadeMs = 3;
 
-/// Back at normal, the stretcher is heard a while longer: it takes time to come to rest, and the
+/// After the return to normal the stretcher stays for a while: it needs time to settle, and the
 /// next change may be near.
 constexpr int neutralMs = 500;
-/// What it is given meanwhile: at exactly 1 the engine draws its phases to those of its input, band
-/// by band, and a tone loses up to 6 dB on the way.
+/// Its rate meanwhile: at exactly 1 the engine pulls its phases to those of the input, band by
+/// band, and a tone drops by up to 6 dB on the way.
 constexpr double nearlyNormal = 1.0001;
 constexpr int leaveFadeMs = 10;
-/// The stretcher keeps to its course within this.
+/// The stretcher drifts no further than this.
 constexpr int mostLagMs = 3;
 
 std::size_t framesIn(int ms, int sampleRateHz) {
@@ -85,8 +85,8 @@ void TimePitchUnit::refreshLength(FrameInput& source) noexcept {
     length_ = source.runEnd().value_or(length_);
 }
 
-/// Takes input up to frame `upTo` or the run's end, wherever that comes to lie on the way; false if
-/// there is no more now.
+/// Takes input up to `upTo` or the end of the run, which may move meanwhile; false if there is no
+/// more now.
 bool TimePitchUnit::pull(FrameInput& source, std::int64_t upTo) noexcept {
     for (;;) {
         const std::int64_t until = std::min(upTo, length_);
@@ -119,7 +119,7 @@ std::size_t TimePitchUnit::make(FrameInput& source, float* stereo, std::size_t f
     return count;
 }
 
-/// A change of speed leaves the run's end the time to fade out.
+/// A change of speed leaves enough of the run for its fade-out.
 void TimePitchUnit::setLines() {
     const double rate = leading().rateLeaving(framesIn(endFadeMs, sampleRateHz_) + blockFrames,
                                               length_, neutral() ? nearlyNormal : rate_);
@@ -155,7 +155,7 @@ std::size_t TimePitchUnit::stretch(FrameInput& source, float* stereo, std::size_
                     static_cast<std::size_t>(std::min(static_cast<std::int64_t>(frames), left)));
 }
 
-/// Beyond the run's end too.
+/// May go beyond the end of the run.
 std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float* stereo,
                                     std::size_t frames) {
     std::size_t done = 0;
@@ -170,7 +170,7 @@ std::size_t TimePitchUnit::takeFrom(StretchLine& line, FrameInput& source, float
 
 bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) {
     std::array<float, 2 * Stretcher::feedFrames> stereo{};
-    // What goes before the run follows from how it begins.
+    // What precedes the run is made from how it begins.
     const auto span = static_cast<std::int64_t>(line.next() < 0 ? edges_.span() : 0);
     const auto until = line.next() + static_cast<std::int64_t>(Stretcher::feedFrames);
     if (!pull(source, std::max(until, span)) || length_ <= 0)
@@ -180,8 +180,8 @@ bool TimePitchUnit::feed(StretchLine& line, FrameInput& source) {
     return true;
 }
 
-/// The stretcher is brought to what is passed through, at normal speed, where it follows the
-/// waveform; only then the change is made.
+/// The stretcher first catches up with the input at normal speed, where it follows the waveform;
+/// only then is the change applied.
 void TimePitchUnit::beginJoining() {
     mode_ = Mode::joining;
     fadeFrames_ = framesIn(takeOverFadeMs, sampleRateHz_);
@@ -199,7 +199,7 @@ void TimePitchUnit::beginSwitching() {
     incoming().begin(from, rate_, cents_);
 }
 
-/// What is heard goes on while the other stretcher catches up, and is then faded into that.
+/// Playback continues while the other stretcher catches up, and is then crossfaded into it.
 std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo, std::size_t frames) {
     const bool isJoining = mode_ == Mode::joining;
     if (!isJoining)
@@ -217,7 +217,7 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo, std::size
     if (!fading_)
         faded_ = 0;
     fading_ = true;
-    // What is faded in is made already, so the change that it is for need not wait any longer.
+    // The frames to fade in have been rendered, so the change need not wait any longer.
     setLines();
     std::array<float, 2 * blockFrames> beside{};
     const std::size_t taken = incoming().take(beside.data(), count);
@@ -228,7 +228,7 @@ std::size_t TimePitchUnit::takeOver(FrameInput& source, float* stereo, std::size
     return count;
 }
 
-/// Nothing is faded that would not be over before the run's own end fades out.
+/// A crossfade must be complete before the fade at the end of the run.
 bool TimePitchUnit::mayFade(std::int64_t framesLeft) const noexcept {
     return framesLeft >= static_cast<std::int64_t>(fadeFrames_ + blockFrames +
                                                    framesIn(endFadeMs, sampleRateHz_));
@@ -246,8 +246,8 @@ void TimePitchUnit::catchUp(FrameInput& source, std::size_t frames) {
     }
 }
 
-/// Throws away what the incoming stretcher makes of frames that were heard before; false if it has
-/// not come that far.
+/// Discards output that would be heard before `position`; false if the incoming stretcher has not
+/// caught up.
 bool TimePitchUnit::dropTo(double position) {
     const double rate = mode_ == Mode::joining ? 1 : rate_;
     std::array<float, 2 * blockFrames> old{};
@@ -279,7 +279,7 @@ void TimePitchUnit::watchForReturn(const float* stereo, std::size_t frames) noex
         beginLeaving();
 }
 
-/// Finds the input frame that continues what the stretcher gave last.
+/// Finds the input frame that continues the last output of the stretcher.
 void TimePitchUnit::beginLeaving() noexcept {
     const auto most = static_cast<std::int64_t>(framesIn(mostLagMs, sampleRateHz_));
     const std::int64_t here = std::llround(line().position());

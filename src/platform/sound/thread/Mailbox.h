@@ -5,11 +5,10 @@
 
 namespace ambrel {
 
-/// Hands the newest of many values from one thread to another; neither ever waits, and values that
-/// the reader was too late for are lost. (A triple buffer: one slot is being written, one is being
-/// read, and the third is exchanged between them.)
+/// Passes the newest value from one thread to another without waiting; values not read in time are
+/// lost. (A triple buffer: one slot is written, one is read, the third is exchanged.)
 ///
-/// One thread writes at a time, one thread reads.
+/// One thread at a time may write, one may read.
 template <typename Value> class Mailbox {
   public:
     void put(const Value& value) {
@@ -17,7 +16,7 @@ template <typename Value> class Mailbox {
         writing_ = shared_.exchange(writing_ | isNew, std::memory_order_acq_rel) & slot;
     }
 
-    /// The newest value, if it was not taken before; valid until the next take().
+    /// The newest value, or nullptr if it has been taken. Valid until the next take().
     const Value* take() noexcept {
         if (!(shared_.load(std::memory_order_relaxed) & isNew))
             return nullptr;
@@ -29,8 +28,8 @@ template <typename Value> class Mailbox {
     static constexpr unsigned slot = 3, isNew = 4;
 
     std::array<Value, 3> slots_{};
-    unsigned writing_ = 0; ///< the writer's
-    unsigned reading_ = 1; ///< the reader's
+    unsigned writing_ = 0; ///< used by the writer only
+    unsigned reading_ = 1; ///< used by the reader only
     std::atomic<unsigned> shared_{2};
 };
 

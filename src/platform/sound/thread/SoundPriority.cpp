@@ -10,16 +10,17 @@
 namespace ambrel {
 namespace {
 
-/// Low ones of 1 to 99: what drives the device itself should come first.
+/// Low, of 1 to 99: what drives the hardware must come first.
 int realTimePriority(SoundUrgency urgency) {
     return urgency == SoundUrgency::onDemand ? 3 : 2;
 }
 
-/// What a user's own threads are granted where anything is.
+/// Commonly granted to a user's own threads.
 constexpr int wantedNice = -11;
 
 bool makeRealTime(SoundUrgency urgency) noexcept {
-    // A thread that went beyond such a limit, in a slow seek, would end the program.
+    // The kernel would kill the program if a thread exceeded this limit, in a slow seek for
+    // example.
     rlimit running{};
     if (getrlimit(RLIMIT_RTTIME, &running) != 0 || running.rlim_cur != RLIM_INFINITY)
         return false;
@@ -45,7 +46,7 @@ void makeLessNice() noexcept {
 void raiseSoundPriority(SoundUrgency urgency) noexcept {
     int policy = SCHED_OTHER;
     sched_param current{};
-    // What a sound system has already raised stays as it is.
+    // A priority already raised by the sound system is kept.
     if (pthread_getschedparam(pthread_self(), &policy, &current) == 0 && policy != SCHED_OTHER)
         return;
     if (!makeRealTime(urgency))

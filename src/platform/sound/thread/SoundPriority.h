@@ -2,16 +2,16 @@
 
 namespace ambrel {
 
-/// How soon a thread of the sound must run once it has something to do.
+/// How urgently a sound thread must run.
 enum class SoundUrgency {
-    ahead,   ///< it works well ahead, or tells what was heard: the decode thread, the watch
-    onDemand ///< a device waits for it: the render thread and the device's own
+    ahead,   ///< works ahead, or reports what was heard: decode thread, watch
+    onDemand ///< a device waits for it: render thread, device callback, stand-in clock
 };
 
-/// Asks for the calling thread to run before ordinary programs: real-time scheduling, or a better
-/// nice value where that is refused. A refusal of both is no error: the thread runs as it did.
+/// Requests real-time scheduling for the calling thread, or a better nice value if that is refused.
+/// If both are refused it keeps its priority; that is no error.
 ///
-/// Not for a thread that works without a pause, which would keep others from a processor.
+/// Not for a thread that never rests: it would starve others of a processor.
 void raiseSoundPriority(SoundUrgency urgency) noexcept;
 
 } // namespace ambrel

@@ -9,9 +9,9 @@
 
 namespace ambrel {
 
-/// What a sleeping thread is woken with: any number of signals before a wait count as one.
+/// A semaphore for waking a thread: any number of signals before a wait count as one.
 ///
-/// signal() may be called from any thread, a device callback included: it is one atomic exchange
+/// signal() may be called on any thread, the device callback included: it is one atomic exchange
 /// and at most one sem_post(), neither of which waits. One thread waits.
 class WakeUp {
   public:
@@ -20,7 +20,7 @@ class WakeUp {
     WakeUp(const WakeUp&) = delete;
     WakeUp& operator=(const WakeUp&) = delete;
 
-    /// What was written before signal() is seen after the wait that it ends.
+    /// What was written before signal() is visible after the wait.
     void signal() noexcept {
         if (!pending_.exchange(true, std::memory_order_acq_rel))
             sem_post(&semaphore_);
@@ -32,7 +32,7 @@ class WakeUp {
         pending_.exchange(false, std::memory_order_acq_rel);
     }
 
-    /// Waits no longer than `limit`.
+    /// Waits for at most `limit`.
     void waitFor(std::chrono::milliseconds limit) noexcept {
         timespec until{};
         clock_gettime(CLOCK_MONOTONIC, &until);
