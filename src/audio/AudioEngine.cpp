@@ -14,11 +14,10 @@ namespace {
 constexpr std::chrono::milliseconds kPositionInterval{50};
 constexpr float kBandwidthOctaves = 1;
 
-/// Files on a disk that does not answer may be opening for ever; there is room for others.
+/// Opening a file may hang on a disk that does not answer; others must still be able to open.
 constexpr int kOpenThreads = 64;
 
-/// The frame at `seconds`, fractions cut off towards zero. Far beyond any file it stays at a bound
-/// whose sums and differences fit the type.
+/// The frame at `seconds`, truncated. Limited so that sums and differences fit the type.
 std::int64_t frameAt(double seconds, int sampleRateHz) {
     constexpr double bound = std::int64_t{1} << 48;
     return static_cast<std::int64_t>(std::clamp(seconds * sampleRateHz, -bound, bound));
@@ -76,7 +75,7 @@ QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
     const auto thisLoad = ++newestLoad_;
     stop();
     auto open = [open = open_, url] { return open(url); };
-    auto opening = opens_.run(std::move(open), thisLoad); // the newest first
+    auto opening = opens_.run(std::move(open), thisLoad); // the newest starts first
 
     std::shared_ptr<AudioFile> file;
     std::exception_ptr error;
@@ -86,7 +85,7 @@ QCoro::Task<std::shared_ptr<AudioFile>> AudioEngine::load(QUrl url) {
         error = std::current_exception();
     }
     if (thisLoad == newestLoad_) {
-        stop(); // the earlier file may have been started in the meantime
+        stop(); // the previous file may have been started meanwhile
         if (file)
             audioFile_ = file;
     }
@@ -113,7 +112,7 @@ bool AudioEngine::play(double start, double end) {
     return true;
 }
 
-/// The frames from `start` to `end`; none if there is not one.
+/// The frames from `start` to `end`; absent if there is none.
 std::optional<Announcement> AudioEngine::segment(double start, double end) const {
     const auto startFrame = frameAt(start, audioFile_->sampleRate());
     const auto frameCount = frameAt(end, audioFile_->sampleRate()) - startFrame;
@@ -123,7 +122,8 @@ std::optional<Announcement> AudioEngine::segment(double start, double end) const
 }
 
 AudioEngine::Completion AudioEngine::completionOf(std::int64_t segment) {
-    // The hop comes first: a reference held on the graph's thread could be the last one there.
+    // Post to the main thread first: a reference held on the graph's thread could be the last one,
+    // and destroy the engine there.
     return [weak = weak_from_this(), &mainQueue = mainQueue_, segment] {
         mainQueue.async([weak, segment] {
             if (const auto self = weak.lock())
@@ -132,7 +132,7 @@ AudioEngine::Completion AudioEngine::completionOf(std::int64_t segment) {
     };
 }
 
-/// What follows a pass that ends now. It has no id yet.
+/// What would follow if the pass ended now. It has no id yet.
 std::optional<Announcement> AudioEngine::following() const {
     const auto appState = appState_.lock();
     if (!appState || !audioFile_ || !appState->loopEnabled())
@@ -143,7 +143,7 @@ std::optional<Announcement> AudioEngine::following() const {
     return next;
 }
 
-/// False if the graph was told already.
+/// False if the graph already has this announcement.
 bool AudioEngine::renewAnnouncement() {
     auto next = following();
     if (next && announced_)
@@ -161,12 +161,13 @@ void AudioEngine::announce() {
         engine_->announce(announced_);
 }
 
-/// Plays on at the end of a pass: what runs on already, if it is this, and anew otherwise.
+/// Continues at the end of a pass: adopts the pass already playing if it is the right one,
+/// otherwise starts anew.
 void AudioEngine::playNext(double start, double end, std::int64_t announcement) {
     if (engine_->adopt(announcement, completionOf(generation_ + 1))) {
         ++generation_;
         fileStart_ = start;
-    } else if (!play(start, end)) { // the region has become empty
+    } else if (!play(start, end)) { // the region is empty now
         stopAndRewind();
     }
 }
@@ -201,7 +202,7 @@ void AudioEngine::setEQGain(double gain, int band) {
         engine_->setEqualiserGain(band, static_cast<float>(gain));
 }
 
-/// Whether the segment goes on: neither stopped nor replaced, nor resting until the next start.
+/// Whether the segment is still current: not stopped, replaced or paused.
 bool AudioEngine::isPlaying(std::int64_t generation) const {
     return generation == generation_ && !isPaused_;
 }
@@ -230,9 +231,9 @@ void AudioEngine::repeat(std::int64_t generation, const PlaybackModel& appState)
         playNext(start, end, announcement);
         return;
     }
-    // The timer runs on: the position rests at the region's end.
+    // The timer keeps running: the position stays at the region's end.
     if (engine_->runningOn() != announcement) {
-        writePosition(); // the end, which the graph forgets
+        writePosition(); // the end; the graph no longer knows it later
         stopWhatRunsOn();
     }
     mainQueue_.asyncAfter(std::chrono::duration<double>(pause),
@@ -247,7 +248,7 @@ void AudioEngine::finish(std::int64_t generation, const std::shared_ptr<Playback
     positionTimer_.reset();
     stopWhatRunsOn();
     appState->setPlaybackPosition(appState->regionEnd());
-    // The play head is seen at the end before it goes back.
+    // Shows the play head at the end before it goes back.
     mainQueue_.async([weak = weak_from_this(), generation, appState] {
         const auto self = weak.lock();
         if (self && self->isPlaying(generation))
@@ -267,7 +268,7 @@ void AudioEngine::rewind() {
     }
 }
 
-/// It was announced before the rules came to say something else.
+/// Stops a pass that was announced but is no longer wanted.
 void AudioEngine::stopWhatRunsOn() {
     if (engine_->runningOn())
         engine_->stop();

@@ -35,7 +35,7 @@ void RunSource::prepare(const PlayRequest& request) {
         try {
             converter_.emplace(request.fileHz, deviceHz_);
         } catch (const std::exception&) {
-            // A rate that cannot be converted: nothing of it can be heard, so it ends at once.
+            // The rate cannot be converted: end the segment at once.
             converterHz_ = 0;
             converter_.reset();
             request_.first.frameCount = 0;
@@ -102,7 +102,7 @@ double RunSource::framesCut() const noexcept {
 std::optional<std::int64_t> RunSource::update(double changeable) {
     cache_.update();
     if (std::exchange(decidedEnd_, passes_.timeline().end()) != passes_.timeline().end())
-        cache_.forgetBroken(); // another pass: the file may be whole again
+        cache_.forgetBroken(); // new pass: the file may be intact again
     wantAhead();
     if (!isNew_ || !hasStart(announced_))
         return std::nullopt;
