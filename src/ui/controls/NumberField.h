@@ -18,7 +18,7 @@ class NumberField : public NumberEdit {
   public:
     enum class AfterReturn {
         leave,      ///< give up the focus
-        leaveWhole, ///< give up the focus, rounding the value as shown
+        leaveWhole, ///< give up the focus, truncating the value to a whole number
         stay        ///< keep the focus with the text selected, to be committed again
     };
 
