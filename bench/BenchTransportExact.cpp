@@ -77,7 +77,7 @@ void playLoops(const Recording& recording) {
     const int second = recording.file->sampleRate();
     std::int64_t different = 0;
     double sharpest = 0;
-    // The material of a seam is the end of the region and what lies before its start.
+    // The material of a crossfade is the end of the region and what lies before its start.
     const auto own = test::channelOf(recording.decoded, 0);
     for (int i = 0; i < regions; ++i) {
         const std::int64_t count = std::uniform_int_distribution(second / 25, second)(random);

@@ -1,5 +1,5 @@
 // Loops of up to a thousand passes: whether each begins where it should, whether they drift, and
-// what is heard of the seams. Offline. Prints rows for bench/transport.
+// how clean the boundaries sound. Offline. Prints rows for bench/transport.
 
 #include "TransportRow.h"
 #include "support/PulledGraph.h"
@@ -147,10 +147,10 @@ double mean(std::span<const double> values) {
 
 /// A loop against the same sound without a loop.
 struct Beside {
-    double passMs = 0;          ///< how far a pass is heard beside where it is without a loop
-    double driftMs = 0;         ///< the last passes beside the tenth
-    double differenceDb = -200; ///< of the two sounds, beside full scale
-    double courseMs = 0;        ///< how far the stretcher itself puts a burst beside the course
+    double passMs = 0;          ///< pass onset error, against playing without a loop
+    double driftMs = 0;         ///< drift: the last passes against the tenth
+    double differenceDb = -200; ///< between the two sounds, relative to full scale
+    double courseMs = 0;        ///< onset error of the stretcher itself
 };
 
 std::vector<float> stretched(Course course, double rate, bool looped) {
@@ -181,7 +181,7 @@ void stretchedLoop(Course course, double rate, Beside& beside) {
     const int together = std::max(1, course.passes / 100);
     const auto places = burstPlaces(loop, perPass, together);
     const auto own = burstPlaces(line, perPass, together);
-    // The first and the last stand beside silence.
+    // The first and the last pass border on silence.
     const std::size_t edge = 2;
     for (std::size_t i = edge; i + edge < std::min(places.size(), own.size()); ++i) {
         beside.passMs = std::max(beside.passMs, std::abs(milliseconds(places[i] - own[i])));
@@ -208,7 +208,7 @@ void steadyTone(std::int64_t count, double rate, double& drop, double& bend) {
     bend = std::max(bend, test::sharpestBend(steady) / own);
 }
 
-/// Of a tone with a pause before each pass: how far a pass's first frame is heard beside its place.
+/// Pass onset error of a tone with a pause before each pass.
 void pausedLoop(Course course, double rate, double pauseSeconds, double& beside) {
     test::PulledGraph pulled(rateHz);
     const std::int64_t count = course.passFrames;

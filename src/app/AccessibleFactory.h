@@ -4,13 +4,13 @@
 
 namespace ambrel {
 
-/// From here on screen readers are told of every `Widget` what an `Interface` made for it says.
-/// Call it in the widget's constructor, before anybody can ask.
+/// Makes an `Interface` describe every `Widget` to screen readers. Call it in the widget's
+/// constructor, before anyone can ask.
 template <typename Widget, typename Interface> void describeBy() {
     static const bool installed = [] {
         QAccessible::installFactory(
             [](const QString& className, QObject* object) -> QAccessibleInterface* {
-                // Asked for every class above the object's own as well, down to QObject.
+                // Called for every class of the object, up to QObject.
                 auto* widget = qobject_cast<Widget*>(object);
                 if (!widget || className != QLatin1String(Widget::staticMetaObject.className()))
                     return nullptr;
@@ -21,7 +21,7 @@ template <typename Widget, typename Interface> void describeBy() {
     Q_UNUSED(installed)
 }
 
-/// From here on every `Widget` has that role, and is otherwise described as other widgets are.
+/// Gives every `Widget` this role; the rest of its description stays Qt's.
 template <typename Widget, QAccessible::Role kRole> void describeAs() {
     struct Interface : QAccessibleWidget {
         explicit Interface(Widget* widget) : QAccessibleWidget(widget, kRole) {}

@@ -37,7 +37,7 @@ AmbrelApp::AmbrelApp()
     makeMainWindow();
 }
 
-/// The window goes first: its views and the loader use all the rest.
+/// The window is destroyed first: its views and the loader use everything else.
 AmbrelApp::~AmbrelApp() {
     keyHandler_.stop();
     mainWindow_.reset();
@@ -47,7 +47,7 @@ void AmbrelApp::makeMainWindow() {
     mainWindow_ = std::make_unique<QMainWindow>();
     mainWindow_->setWindowTitle(QStringLiteral("Ambrel"));
     mainWindow_->resize(Theme::windowSize(kFirstSize, mainWindow_->screen()));
-    mainWindow_->winId(); // its window is there from now on
+    mainWindow_->winId(); // creates the native window
     const auto limitSize = [window = mainWindow_.get()] {
         window->setMinimumSize(Theme::windowSize(kMinimumSize, window->screen()));
     };
@@ -72,8 +72,8 @@ void AmbrelApp::makeMainWindow() {
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
         content_->commitTyping();
-        settingsScene_.reset();         // a clear that is under way must not take what is saved now
-        URLDownloader::shared().stop(); // helpers take a moment to end
+        settingsScene_.reset(); // finishes a clear, so that it cannot delete what is saved below
+        URLDownloader::shared().stop(); // early, because helpers take a moment to end
         appDelegate_.applicationWillTerminate();
     });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });

@@ -16,16 +16,17 @@ namespace ambrel {
 class AudioEngine;
 class ContentView;
 
-/// The application put together: one state, one delegate, the main window and the settings window
-/// on the shared services.
-/// Lives on the main thread, inside the QApplication's life.
+/// The assembled application: one state, one delegate, the main window and the settings window, on
+/// the shared services.
+///
+/// Main thread only, within the life of the QApplication.
 class AmbrelApp {
   public:
     AmbrelApp();
     ~AmbrelApp();
 
     /// Shows the main window, opens `file` as the open panel would, and runs the main loop until
-    /// the application quits. Gives the exit status.
+    /// the application quits. Returns the exit status.
     int run(const std::optional<QUrl>& file);
 
   private:

@@ -33,10 +33,10 @@ void addSettings(QMenu& menu, const std::function<void()>& open) {
 
 void addQuit(QMenu& menu) {
     QAction* quit = menu.addAction(QStringLiteral("Quit"));
-    quit->setShortcutContext(Qt::ApplicationShortcut); // also while an alert is open
+    quit->setShortcutContext(Qt::ApplicationShortcut); // works while an alert is open
     quit->setShortcut(Qt::CTRL | Qt::Key_Q);
     quit->setMenuRole(QAction::QuitRole);
-    // Not QCoreApplication::quit(), which asks every window first: nothing may hold it up.
+    // Not QCoreApplication::quit(), which would ask every window first: nothing may delay quitting.
     QObject::connect(quit, &QAction::triggered, quit, [] { QCoreApplication::exit(0); });
 }
 

@@ -10,14 +10,15 @@ class NotificationCenter;
 class RecentFilesMenu;
 class RecentFilesStore;
 
-/// The menus. Their items know neither model nor window: each posts its notification, and the main
-/// window carries it out. Only "Settings" and "Quit" act by themselves.
+/// The menus. Each item posts its notification, which the main window carries out, and knows
+/// neither model nor window. Only "Settings" and "Quit" act directly.
 ///
-/// The keys shown beside the items of playback, speed and pitch are taken by the key monitor while
-/// that runs; it does the same.
+/// The shortcuts shown for playback, speed and pitch are handled by the key monitor while it runs,
+/// with the same effect.
 namespace commands {
 
-/// Store and notifications outlive the menu bar. Gives the submenu of recent files.
+/// Adds the menus and returns the submenu of recent files. Store and notifications must outlive the
+/// menu bar.
 RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles,
                           NotificationCenter& notifications,
                           const std::function<void()>& openSettings);

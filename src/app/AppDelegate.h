@@ -6,16 +6,17 @@ namespace ambrel {
 
 class AppState;
 
-/// What happens at the bounds of the application's life. Main thread only.
+/// Actions at the start and the end of the application. Main thread only.
 class AppDelegate {
   public:
     /// Called when the main window appears; kept alive for the final save.
     void setAppState(std::shared_ptr<AppState> appState);
 
-    /// Names the application, and lets it end with its last window. Before any window exists.
+    /// Names the application and makes it quit with its last window. Call before creating any
+    /// window.
     void applicationWillFinishLaunching();
 
-    /// Saves the settings, if they are a file's, before it returns.
+    /// Saves the settings of the open file, if there is one, before it returns.
     void applicationWillTerminate();
 
   private:

@@ -8,7 +8,7 @@
 namespace ambrel {
 namespace {
 
-/// How long the settings rest after a change before they are saved.
+/// Delay from the last change to the save.
 constexpr std::chrono::duration<double> kSaveDelay{0.3};
 
 } // namespace

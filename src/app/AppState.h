@@ -20,16 +20,16 @@ class MainQueue;
 class SettingsStore;
 class WorkItem;
 
-/// The one model: what every view shows and edits. Main thread only.
+/// The application's one model, which every view shows and edits. Main thread only.
 ///
-/// Each setter stores the value and emits changed(), also for an equal value; the eight settings
-/// other than the region then call settingsDidChange(). Setters do not clamp: every writer keeps
-/// the ranges (speed 5 to 300 %, pitch ±1200 cents, gains ±12 dB). The model never drives the
-/// engine: who changes speed, pitch or equaliser pushes the value there too.
+/// Each setter stores the value and emits changed(), even for an equal value; setters of the eight
+/// settings other than the region also call settingsDidChange(). Setters do not clamp: callers keep
+/// to the ranges (speed 5 to 300 %, pitch ±1200 cents, gains ±12 dB). The model never drives the
+/// engine: whoever changes speed, pitch or equaliser also sets it there.
 ///
-/// The ten settings belong to one file, or to none. While another file opens, audioFileURL() names
-/// that one already, but what is set is still the earlier file's and is saved as such, until
-/// beginSettings() says otherwise.
+/// The ten settings belong to one file or to none. While another file opens, audioFileURL() already
+/// names it, but the settings are still the previous file's, and are saved as such, until
+/// beginSettings() is called.
 class AppState : public QObject,
                  public PlaybackModel,
                  public std::enable_shared_from_this<AppState> {
@@ -88,12 +88,13 @@ class AppState : public QObject,
     std::shared_ptr<void> observeLoop(std::function<void()> notify) override;
 
     void setLoadingState(const LoadingState& value);
-    void setAudioFileURL(const std::optional<QUrl>& value); ///< none: the settings are no file's
+    void
+    setAudioFileURL(const std::optional<QUrl>& value); ///< absent: the settings belong to no file
     void setAudioDuration(double value);
     void setWaveformSamples(std::vector<float> value);
     void setRegionStart(double value); ///< schedules no save by itself
     void setRegionEnd(double value);   ///< schedules no save by itself
-    /// Both ends at once: nobody sees one of them with the earlier other. Schedules no save.
+    /// Sets both ends at once, so that no observer sees one without the other. Schedules no save.
     void setRegion(double start, double end);
     void setIsPlaying(bool value) override;
     void setPlaybackPosition(double value) override;
@@ -110,30 +111,30 @@ class AppState : public QObject,
     void setRecentFiles(const QList<QUrl>& value);
     void setIsShowingHelp(bool value);
 
-    /// Copies of the ten settings of the open file.
+    /// A copy of the ten settings.
     FileSettings currentSettings() const;
 
-    /// Assigns the ten settings in their order, as they are.
+    /// Assigns the ten settings in order, unchanged.
     void applySettings(const FileSettings& settings);
 
-    /// The defaults for a file of `duration` seconds: whole file, normal speed, nothing shaped,
-    /// zoomed out, at rest at its start.
+    /// Sets the defaults for a file of `duration` seconds: whole file, normal speed and pitch,
+    /// equaliser off, zoomed out, play head at the start.
     void resetToDefaults(double duration);
 
-    /// From here on the settings are those of `file`; saves what was still to be saved of the file
-    /// before.
+    /// The settings belong to `file` from now on. First saves what is still unsaved for the
+    /// previous file.
     void beginSettings(const std::optional<QUrl>& file);
 
-    /// Saves the settings 0.3 s after the last call; nothing while they are no file's.
+    /// Saves the settings 0.3 s after the last call; no effect if they belong to no file.
     void settingsDidChange();
 
-    /// Saves the settings now; nothing while they are no file's.
+    /// Saves the settings now; no effect if they belong to no file.
     void saveSettings();
 
   Q_SIGNALS:
     void changed(ambrel::AppState::Field field);
 
-    /// What is played after the region's end may be something else: once for each change.
+    /// Emitted once for each change that may affect what follows the region's end.
     void loopChanged();
 
   private:
@@ -144,7 +145,7 @@ class AppState : public QObject,
 
     SettingsStore& store_;
     MainQueue& mainQueue_;
-    std::shared_ptr<WorkItem> settingsSaveTask_; ///< while a save is due
+    std::shared_ptr<WorkItem> settingsSaveTask_; ///< set while a save is due
     std::optional<QUrl> settingsFile_;           ///< the file that the settings belong to
 
     LoadingState loadingState_;

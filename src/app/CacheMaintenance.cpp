@@ -36,9 +36,9 @@ QCoro::Task<> CacheMaintenance::work() {
         auto counting = queue_.run(job);
         try {
             const Stats counted = co_await counting;
-            if (!isClearWanted_) // or they are about to be out of date
+            if (!isClearWanted_) // otherwise they are about to be outdated
                 Q_EMIT statsRefreshed(counted);
-        } catch (const BackgroundQueue::Ended&) { // this is ending: see the destructor
+        } catch (const BackgroundQueue::Ended&) { // being destroyed, see the destructor
             if (clears || isClearWanted_)
                 clear();
             co_return;
@@ -47,7 +47,7 @@ QCoro::Task<> CacheMaintenance::work() {
     isWorking_ = false;
 }
 
-/// The settings first, which are gone before the open file's next change can be saved.
+/// Settings first: they are deleted before the next change of the open file can be saved.
 void CacheMaintenance::clear() {
     settings_.clearAll();
     cache_.clearAll();

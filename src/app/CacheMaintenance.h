@@ -13,9 +13,9 @@ class MainQueue;
 class SettingsStore;
 class WaveformCache;
 
-/// Counts what the waveform cache holds, and clears it together with every file's settings. With
-/// thousands of waveforms either takes longer than a frame of the screen lasts, so both are done
-/// off the main thread. Made, called and ended on the main thread.
+/// Measures the waveform cache, and clears it together with the settings of all files. With
+/// thousands of waveforms both take longer than a screen refresh, so they run off the main thread.
+/// Create, call and destroy on the main thread.
 class CacheMaintenance : public QObject {
     Q_OBJECT
 
@@ -25,17 +25,16 @@ class CacheMaintenance : public QObject {
         std::int64_t totalBytes = 0; ///< as stored
     };
 
-    /// All three outlive it.
+    /// All three must outlive it.
     CacheMaintenance(WaveformCache& cache, SettingsStore& settings, MainQueue& mainQueue);
 
-    /// Carries out a clear that has not begun, and waits for one that has.
+    /// Completes a clear that is queued or running.
     ~CacheMaintenance() override;
 
-    /// Counts, and then emits statsRefreshed(). Calls that come while it counts are answered by one
-    /// more count.
+    /// Measures, then emits statsRefreshed(). Calls made meanwhile result in one more measurement.
     void refreshStats();
 
-    /// Clears, then counts. Figures from before are never emitted after those.
+    /// Clears, then measures. Figures from before the clear are not emitted after it.
     void clearAll();
 
   Q_SIGNALS:
@@ -51,7 +50,7 @@ class CacheMaintenance : public QObject {
     bool isWorking_ = false;
     bool isCountWanted_ = false;
     bool isClearWanted_ = false;
-    BackgroundQueue queue_; ///< last: it waits for work that uses the rest
+    BackgroundQueue queue_; ///< last: its destructor waits for work that uses the rest
 };
 
 } // namespace ambrel

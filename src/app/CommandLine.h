@@ -8,13 +8,13 @@
 
 namespace ambrel {
 
-/// What the arguments of the program ask for: `ambrel [FILE]`, `--help` or `--version`.
+/// The parsed command line: `ambrel [FILE]`, `--help` or `--version`.
 struct CommandLine {
-    std::optional<QUrl> file; ///< a local file, with its whole path
-    QString answer;           ///< to be printed instead of starting, when not empty
-    QString error;            ///< one sentence, when the arguments cannot be followed
+    std::optional<QUrl> file; ///< a local file, with an absolute path
+    QString answer;           ///< if not empty, to be printed instead of starting
+    QString error;            ///< one sentence, if the arguments are invalid
 
-    /// `arguments` with the program's name first; a path that is not absolute starts in `folder`.
+    /// `arguments` starts with the program's name; relative paths are resolved from `folder`.
     static CommandLine parse(const QStringList& arguments, const QString& folder);
 };
 

@@ -123,8 +123,8 @@ class MenuInterface : public QAccessibleWidget {
   private:
     DescribedMenu* menu() const { return static_cast<DescribedMenu*>(widget()); }
 
-    /// An item's interface keeps its identity for as long as the item is there. A new item may lie
-    /// where one that is gone lay, whose interface is no longer valid then.
+    /// An item keeps its interface for its lifetime. A new item may have the address of a deleted
+    /// one, whose interface is then invalid.
     QAccessibleInterface* interfaceOf(QAction* action) const {
         if (const auto known = items_.constFind(action); known != items_.cend()) {
             QAccessibleInterface* item = QAccessible::accessibleInterface(*known);

@@ -4,9 +4,9 @@
 
 namespace ambrel {
 
-/// A menu that shows its items' tooltips, and tells their status tips to screen readers as
-/// descriptions: Qt's own menus give items a name only. When a screen reader presses an item the
-/// menu closes, as it does after a click.
+/// A menu that shows its items' tooltips, and gives their status tips to screen readers as
+/// descriptions (Qt's menus give names only). It closes when a screen reader presses an item, as
+/// after a click.
 class DescribedMenu : public QMenu {
     Q_OBJECT
 

@@ -16,7 +16,7 @@
 namespace ambrel {
 namespace {
 
-/// Older loads finish their waveforms; with some threads to spare the newest need not wait for one.
+/// Older loads finish computing their waveforms; with several threads the newest need not wait.
 int generatorThreads() {
     return static_cast<int>(std::thread::hardware_concurrency()) + 2;
 }
@@ -61,12 +61,12 @@ void FileLoader::loadFile(const QUrl& url, bool restoreSettings) {
 
 auto FileLoader::startWaveform(const Load& load) {
     auto work = [this, load] { return waveform(load); };
-    // The newest begins before all that still wait.
+    // The newest starts before all that are waiting.
     return generators_.run(std::move(work), ++loadCount_);
 }
 
-/// On a background thread, all of it: what this sends to the main thread, its result included,
-/// arrives there in the order it was sent.
+/// Runs completely on a background thread, so that all it posts to the main thread, its result
+/// included, arrives in order.
 std::vector<float> FileLoader::waveform(const Load& load) {
     if (auto peaks = waveformCache_.get(load.url)) {
         postMessage(load, QStringLiteral("Loading cached waveform..."));
@@ -79,13 +79,13 @@ std::vector<float> FileLoader::waveform(const Load& load) {
             postMessage(load, QString::fromStdString(message));
     };
     auto peaks = extract_(load.url, progress, ending_);
-    if (!ending_) // or there may be more of it
+    if (!ending_) // otherwise it may be incomplete
         waveformCache_.set(peaks, load.url);
     return peaks;
 }
 
 QCoro::Task<> FileLoader::perform(Load load) {
-    // After every co_await the loader may be gone: then nothing but `load` may be touched.
+    // The loader may be gone after any co_await; then only `load` may be used.
     QString failure;
     try {
         auto opening = engine_->load(load.url);
@@ -110,7 +110,7 @@ QCoro::Task<> FileLoader::perform(Load load) {
 }
 
 void FileLoader::prepare(const Load& load, double duration) {
-    state_->beginSettings(load.url); // what was changed while it opened is the earlier file's
+    state_->beginSettings(load.url); // changes made while it opened belong to the previous file
     state_->setAudioDuration(duration);
     state_->resetToDefaults(duration);
     if (load.restoreSettings) {

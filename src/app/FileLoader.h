@@ -23,21 +23,21 @@ class RecentFilesStore;
 class SettingsStore;
 class WaveformCache;
 
-/// Opens a file from beginning to end: saves the settings of the one it replaces, opens it in the
-/// engine, checks its length, sets the defaults or the saved settings, fetches the waveform from
-/// the cache or makes it, and puts the file first among the recent ones.
+/// Opens a file completely: saves the settings of the previous one, opens it in the engine, checks
+/// its length, applies saved or default settings, gets the waveform from the cache or computes it,
+/// and adds the file to the recent ones. Owned by ContentView.
 ///
-/// The newest load wins: each carries an identifier, and the steps of an older one that would
-/// change what is seen are skipped. Main thread only; opening and reading run off it.
+/// The newest load wins: each has an identifier, and an older one changes nothing visible any more.
+/// Main thread only; opening and reading run on other threads.
 class FileLoader {
   public:
-    /// The longest file that is accepted, in seconds.
+    /// The longest file accepted, in seconds.
     static constexpr double maximumDuration = 59999.999;
 
-    /// Receives the sentence for the error alert.
+    /// Receives the message for the error alert.
     using ErrorHandler = std::function<void(const QString& message)>;
 
-    /// How the waveform is made; as WaveformGenerator::extract.
+    /// Computes the waveform; as WaveformGenerator::extract.
     using Extract = std::function<std::vector<float>(const QUrl& url,
                                                      const WaveformGenerator::Progress& progress,
                                                      const std::atomic<bool>& ending)>;
@@ -47,19 +47,19 @@ class FileLoader {
                MainQueue& mainQueue, ErrorHandler showError,
                Extract extract = WaveformGenerator::extract);
 
-    /// Stops generators at their next read and waits for them. No load does anything afterwards,
-    /// and half a waveform is not kept.
+    /// Stops generators at their next read and waits for them. Loads do nothing afterwards, and
+    /// incomplete waveforms are not cached.
     ~FileLoader();
 
     FileLoader(const FileLoader&) = delete;
     FileLoader& operator=(const FileLoader&) = delete;
 
-    /// Starts a load and returns at once. With `restoreSettings` the saved settings are applied,
-    /// otherwise the file starts with the defaults. Errors are shown later, never from this call.
+    /// Starts a load and returns at once. `restoreSettings` applies the saved settings instead of
+    /// the defaults. Errors are reported later, never from this call.
     void loadFile(const QUrl& url, bool restoreSettings);
 
   private:
-    /// One load, as its steps carry it. The loader may be gone when a step comes to run.
+    /// One load in progress. The loader may be gone by the time a step runs.
     struct Load {
         QUrl url;
         bool restoreSettings = false;

@@ -5,7 +5,7 @@
 
 namespace ambrel {
 
-/// A folder's path as users read it: their home is "~".
+/// A folder's path for display, with "~" for the user's home.
 QString folderText(const QUrl& folder);
 
 } // namespace ambrel

@@ -4,12 +4,12 @@
 
 namespace ambrel {
 
-/// How far the loading of a file has come.
+/// Progress of loading a file.
 struct LoadingState {
     enum class Kind {
-        idle,    ///< nothing loaded and nothing being loaded
-        loading, ///< under way; message says what is being done
-        loaded   ///< the file and its waveform are there
+        idle,    ///< no file is loaded or being loaded
+        loading, ///< in progress; see message
+        loaded   ///< the file and its waveform are ready
     };
 
     Kind kind = Kind::idle;

@@ -4,11 +4,10 @@
 
 namespace ambrel {
 
-/// `text` as a label, button or menu item in which "&" marks a mnemonic must be given it, to show
-/// it as it is.
+/// Escapes `text` for a label, button or menu item, where "&" would mark a mnemonic.
 QString withoutMnemonics(QString text);
 
-/// `text` as a tooltip must be given it, which takes what looks like markup for markup.
+/// Escapes `text` for a tooltip, which would interpret markup.
 QString plainToolTip(const QString& text);
 
 } // namespace ambrel

@@ -6,14 +6,14 @@
 
 namespace ambrel {
 
-/// What menus and lists call a file: its name with its ending, on one line. What follows a tab in a
-/// menu item would be taken for its shortcut.
+/// The name of a file in menus and lists: with extension, on one line, without tabs (which would
+/// start a shortcut in a menu item).
 inline QString recentFileTitle(const QUrl& file) {
     static const QRegularExpression breaks(QStringLiteral("[\\n\\r\\t]"));
     return file.fileName().replace(breaks, QStringLiteral(" "));
 }
 
-/// Tells files of the same name apart.
+/// The folder, to distinguish files of the same name.
 inline QString recentFileFolder(const QUrl& file) {
     return QDir::toNativeSeparators(
         file.adjusted(QUrl::RemoveFilename | QUrl::StripTrailingSlash).toLocalFile());

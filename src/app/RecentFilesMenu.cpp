@@ -14,7 +14,7 @@ RecentFilesMenu::RecentFilesMenu(const QString& title, const RecentFilesStore& r
                                  NotificationCenter& notifications, QWidget* parent)
     : DescribedMenu(title, parent), recentFiles_(recentFiles), notifications_(notifications) {
     connect(this, &QMenu::aboutToShow, this, &RecentFilesMenu::build);
-    build(); // a menu without items would not open
+    build(); // an empty menu would not open
 }
 
 void RecentFilesMenu::build() {

@@ -7,14 +7,14 @@
 namespace ambrel {
 
 std::int64_t wholeMilliseconds(double seconds) {
-    // Any larger number of milliseconds no longer fits the integer.
+    // Larger numbers of milliseconds do not fit the integer.
     constexpr double largest = 9e18;
     return std::int64_t(std::min(std::max(0.0, seconds * 1000), largest));
 }
 
 double secondsOf(std::int64_t milliseconds) {
     const double nearest = double(milliseconds) / 1000;
-    // A thousand times 1.001 is a little less than 1001.
+    // 1000 × 1.001 is slightly less than 1001 in floating point.
     return wholeMilliseconds(nearest) == milliseconds
                ? nearest
                : std::nextafter(nearest, std::numeric_limits<double>::infinity());

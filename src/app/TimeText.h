@@ -8,14 +8,13 @@ namespace ambrel {
 
 /// A time as minutes, seconds and milliseconds: "1:23.045", or "01:23.045" with two minute digits.
 ///
-/// Milliseconds are truncated and minutes never fold into hours. What is no time (negative, not a
-/// number) reads as zero.
+/// Milliseconds are truncated and minutes never fold into hours. Negative times and NaN give zero.
 QString timeText(double seconds, int minuteDigits = 1);
 
-/// The time in whole milliseconds, truncated, and zero for what is no time.
+/// The time in whole milliseconds, truncated; zero for negative times and NaN.
 std::int64_t wholeMilliseconds(double seconds);
 
-/// The time that many milliseconds are: wholeMilliseconds() gives them back.
+/// The inverse: wholeMilliseconds() gives back `milliseconds`.
 double secondsOf(std::int64_t milliseconds);
 
 } // namespace ambrel

@@ -5,8 +5,8 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// The transport sequences and the steps of speed and pitch: menu, keys, buttons and waveform all
-/// call these. Main thread only.
+/// The transport commands and the steps of speed and pitch, shared by menus, keys, buttons and
+/// waveform. Main thread only.
 namespace transport {
 
 constexpr double lowestSpeed = 5;     ///< percent
@@ -14,21 +14,22 @@ constexpr double highestSpeed = 300;  ///< percent
 constexpr double lowestPitch = -1200; ///< cents
 constexpr double highestPitch = 1200; ///< cents
 
-/// From the region's start, if the region is not empty.
+/// Plays from the region's start, if the region is not empty.
 void start(AppState& state, AudioEngine& engine);
-/// Leaves the play head where it is; the next start begins at the region's start again.
+/// Stops the sound and leaves the play head where it is; the next start begins at the region's
+/// start.
 void pause(AppState& state, AudioEngine& engine);
 void togglePlayPause(AppState& state, AudioEngine& engine);
-/// The play head goes back to the region's start.
+/// Stops and moves the play head to the region's start.
 void stopAndRewind(AppState& state, AudioEngine& engine);
-/// The model alone: what plays reads the switch at the region's end.
+/// Changes the model only: the engine reads it at the region's end.
 void toggleLoop(AppState& state, AudioEngine& engine);
-/// Plays the region as it now is; stops and rewinds when it has become empty.
+/// Plays the region as it is now; stops and rewinds if it has become empty.
 void restartRegion(AppState& state, AudioEngine& engine);
 
-/// Kept within 5 to 300 %; 300 for what is not a number.
+/// Clamped to 5 to 300 %; NaN gives 300.
 void setSpeed(AppState& state, AudioEngine& engine, double percent);
-/// Kept within ±1200 cents; 1200 for what is not a number.
+/// Clamped to ±1200 cents; NaN gives 1200.
 void setPitch(AppState& state, AudioEngine& engine, double cents);
 
 void decreaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, down to 5 %
@@ -36,11 +37,11 @@ void increaseSpeed(AppState& state, AudioEngine& engine); ///< by speedStep, up 
 void pitchDown(AppState& state, AudioEngine& engine);     ///< by 1 cent, down to −1200
 void pitchUp(AppState& state, AudioEngine& engine);       ///< by 1 cent, up to 1200
 
-/// Hands the value of the model to the engine again.
+/// Sets the model's speed in the engine.
 void pushSpeed(const AppState& state, AudioEngine& engine);
 void pushPitch(const AppState& state, AudioEngine& engine);
 
-/// Pushes speed, pitch and equaliser of the model into the engine.
+/// Sets the model's speed, pitch and equaliser in the engine.
 void pushSettings(const AppState& state, AudioEngine& engine);
 
 } // namespace transport

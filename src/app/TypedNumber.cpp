@@ -25,7 +25,7 @@ locale_t neutralLocale() {
 
 std::optional<double> typedNumber(const QString& text) {
     const QByteArray bytes = text.toUtf8();
-    // What strtod would take as well: blanks before the number, hexadecimal, nan(...).
+    // Rejects what strtod also accepts: leading blanks, hexadecimal, nan(...).
     if (bytes.isEmpty() || std::isspace(static_cast<unsigned char>(bytes[0])) ||
         bytes.contains('x') || bytes.contains('X') || bytes.contains('('))
         return {};
@@ -74,7 +74,7 @@ double clampedNumber(double value, double lowest, double highest) {
 }
 
 QString wholePart(double value) {
-    // A number between -1 and 0 has no sign left.
+    // Numbers between -1 and 0 must not give "-0".
     return QString::number(std::trunc(value) + 0.0, 'f', 0);
 }
 

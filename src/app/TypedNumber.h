@@ -7,30 +7,30 @@
 
 namespace ambrel {
 
-/// What a user types as a number. The user's locale never matters: the decimal sign is a point.
+/// Parsing and formatting of numbers as typed by users. Independent of locale: the decimal
+/// separator is a point.
 
-/// As strtod of the C locale, which must take the whole text: sign, decimals, exponent, also inf,
-/// infinity and nan. Absent for an empty text and one that begins with white space.
+/// As strtod in the C locale, for the whole text: sign, decimals, exponent, inf, infinity and nan.
+/// Absent for empty text or leading white space.
 std::optional<double> typedNumber(const QString& text);
 
-/// A change against `anchor`: "+" or "-", and then what typedNumber() takes. Absent for every other
-/// text.
+/// A value relative to `anchor`: "+" or "-" followed by what typedNumber() accepts. Absent for any
+/// other text.
 std::optional<double> typedChange(const QString& text, double anchor);
 
-/// An optional sign and decimal digits, nothing else. Absent also beyond 64 bits.
+/// An optional sign and decimal digits. Absent for other text, and beyond 64 bits.
 std::optional<std::int64_t> typedWholeNumber(const QString& text);
 
-/// Without the blanks and tabs around it; line breaks stay.
+/// Removes surrounding blanks and tabs, but not line breaks.
 QString trimmedBlanks(const QString& text);
 
-/// `value` kept between two bounds; the upper one for what is not a number.
+/// `value` clamped to the bounds; NaN gives the upper one.
 double clampedNumber(double value, double lowest, double highest);
 
-/// The whole part in decimal, for any number that a stored record can hold.
+/// The integer part in decimal, for any number in a stored record.
 QString wholePart(double value);
 
-/// As "%.1f" of the C locale, exactly: 6.25, which lies in the middle, is 6.2, and not 6.3 as Qt
-/// has it.
+/// As "%.1f" in the C locale, exactly: 6.25 gives 6.2 (Qt gives 6.3).
 QString oneDecimal(double value);
 
 } // namespace ambrel

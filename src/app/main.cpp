@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kBadUse = 2;
 
-/// What the end may take after everything has been saved.
+/// Time for quitting after everything has been saved.
 constexpr std::chrono::milliseconds kEndTime{650};
 
 void print(std::FILE* stream, const QString& text) {
@@ -23,7 +23,8 @@ void print(std::FILE* stream, const QString& text) {
     std::fflush(stream);
 }
 
-/// Without a display Qt explains at length and aborts. One sentence and a status say it better.
+/// Without a display Qt prints a long explanation and aborts; one sentence and an exit status are
+/// better.
 void leaveWithoutDisplay(QtMsgType type, const QMessageLogContext&, const QString&) {
     if (type != QtFatalMsg)
         return;
@@ -47,7 +48,7 @@ void useNeutralNumbers() {
 } // namespace
 
 int main(int argc, char** argv) {
-    static ambrel::ExitDeadline deadline; // goes after all other static objects
+    static ambrel::ExitDeadline deadline; // destroyed after all other static objects
     const auto commandLine = ambrel::CommandLine::parse(decoded(argc, argv), QDir::currentPath());
     if (!commandLine.error.isEmpty()) {
         print(stderr, QStringLiteral("ambrel: %1\n").arg(commandLine.error));
@@ -59,7 +60,7 @@ int main(int argc, char** argv) {
     }
 
     const QtMessageHandler usual = qInstallMessageHandler(leaveWithoutDisplay);
-    argc = std::min(argc, 1); // the rest is read already, and Qt would take some of it for its own
+    argc = std::min(argc, 1); // the rest has been parsed, and Qt would interpret some of it
     QApplication application(argc, argv);
     qInstallMessageHandler(usual);
     useNeutralNumbers();

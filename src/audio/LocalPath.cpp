@@ -17,7 +17,7 @@ QUrl localFile(const QUrl& url) {
 std::filesystem::path localPath(const QUrl& url) {
     const QUrl file = localFile(url);
     const QString name = file.host().isEmpty() ? file.toLocalFile() : QString();
-    // A name with a null would be cut there and open another file.
+    // A name with a null byte would be truncated and open another file.
     if (name.isEmpty() || name.contains(QChar(0))) {
         const QString sentence =
             QStringLiteral("“%1” could not be opened: it is not a file on this computer.");

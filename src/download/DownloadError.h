@@ -7,22 +7,22 @@
 
 namespace ambrel {
 
-/// Why a download gave no file.
+/// Why a download failed.
 class DownloadError : public std::exception {
   public:
     enum class Reason {
-        processFailed,  ///< the helper ended with a status other than 0, or by a signal
-        helperNotFound, ///< no executable file beside the program
+        processFailed,  ///< the helper ended with a non-zero status, or by a signal
+        helperNotFound, ///< no executable file next to the program
         ffmpegNotFound,
         noOutputFile,   ///< the helper reported success, but no path
-        notAWebAddress, ///< or the helper would take it for an option
+        notAWebAddress, ///< or it would be taken for an option
     };
 
     /// For every reason but processFailed.
     explicit DownloadError(Reason reason);
 
-    /// `exitCode`: the helper's exit status, or the number of the signal that ended it.
-    /// `standardError`: what it said, without white space around it.
+    /// `exitCode`: the helper's exit status, or the signal that ended it. `standardError`: its
+    /// output there, trimmed.
     static DownloadError processFailed(int exitCode, const QString& standardError);
 
     Reason reason() const { return reason_; }

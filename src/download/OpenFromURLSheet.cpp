@@ -27,14 +27,14 @@ namespace {
 constexpr int kWidth = 440;
 constexpr int kPadding = 20;
 
-/// Invalid for a text that is no address. An address that begins with "-" would reach the helper as
-/// an option.
+/// Invalid for text that is not an address, or that begins with "-", which the helper would take
+/// for an option.
 QUrl addressFrom(const QString& text) {
     const QString trimmed = trimmedBlanks(text);
     return trimmed.startsWith(QLatin1Char('-')) ? QUrl() : QUrl(trimmed);
 }
 
-/// A field or a row with what it is for above it.
+/// A field or row with its label above.
 QVBoxLayout* labelled(const QString& label) {
     auto* stack = new QVBoxLayout;
     stack->setSpacing(Theme::length(4));
@@ -110,7 +110,7 @@ void OpenFromURLSheet::takeAddressFromClipboard() {
                       text.startsWith(QLatin1String("https://"), Qt::CaseInsensitive))) {
         address_->setText(text);
         address_->end(false);
-        address_->home(true); // selected, and seen from its start: which site it is matters most
+        address_->home(true); // selected, and scrolled to its start, which names the site
     }
 }
 
@@ -124,7 +124,7 @@ void OpenFromURLSheet::startDownload() {
 }
 
 QCoro::Task<> OpenFromURLSheet::perform(QUrl source) {
-    // The sheet may be gone when the download reports.
+    // The sheet may be gone when the download finishes.
     const QPointer self(this);
     setErrorMessage({});
     setDownloading(true);
@@ -177,7 +177,7 @@ void OpenFromURLSheet::chooseDirectory() {
     SheetBlocker::present(folderPanel_, this);
 }
 
-/// Grown, it must not reach beyond the lower edge of the screen: its buttons are there.
+/// After growing, the sheet must stay above the lower edge of the screen, where its buttons are.
 void OpenFromURLSheet::fitHeight() {
     layout()->activate();
     setFixedSize(Theme::windowSize({kWidth, 0}, screen()).width(), layout()->sizeHint().height());
@@ -192,7 +192,7 @@ void OpenFromURLSheet::reject() {
         onCancel_();
 }
 
-/// A request that is not the user's is that of a program that ends, which nothing holds up.
+/// A request not made by the user comes from quitting, which nothing may delay.
 void OpenFromURLSheet::closeEvent(QCloseEvent* event) {
     if (event->spontaneous())
         QDialog::closeEvent(event);

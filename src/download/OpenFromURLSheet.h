@@ -20,19 +20,18 @@ class PushButton;
 class Spinner;
 class URLDownloader;
 
-/// Asks for a web address, downloads its sound into a folder that can be changed here, and hands
-/// the file to its owner. What went wrong is told in the sheet, which then is as it was before, to
-/// be corrected. While a download runs, nothing can be changed and the sheet does not close, unless
-/// the whole program does. Main thread only.
+/// Asks for a web address, downloads its audio into a folder that can be changed here, and passes
+/// the file to its owner. Errors are shown in the sheet, where the input can then be corrected.
+/// During a download nothing can be changed and the sheet stays open, unless the application quits.
+/// Main thread only.
 ///
-/// An address on the clipboard is there already when the sheet opens, selected, to be taken with
-/// Return or typed over.
+/// An address on the clipboard is filled in and selected when the sheet opens.
 class OpenFromURLSheet : public QDialog {
     Q_OBJECT
 
   public:
-    /// `onLoad` is called with the file, `onCancel` when the user leaves; the owner then closes the
-    /// sheet. Downloader and settings outlive it.
+    /// `onLoad` is called with the file, `onCancel` when the user cancels; the owner then closes
+    /// the sheet. Downloader and settings must outlive it.
     OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsStore& settings,
                      std::function<void(const QUrl& file)> onLoad, std::function<void()> onCancel,
                      QWidget* parent = nullptr);

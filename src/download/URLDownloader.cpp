@@ -14,10 +14,10 @@
 namespace ambrel {
 namespace {
 
-/// Nobody starts so many downloads; threads are made only when there is work for them.
+/// More than anyone starts; threads are created on demand.
 constexpr int kMostAtOnce = 64;
 
-/// The path of `name` in `folder`; throws for `missing` when there is no executable file.
+/// The path of `name` in `folder`; throws `missing` if it is not an executable file.
 QString executable(const QString& folder, const QString& name, DownloadError::Reason missing) {
     const QFileInfo file(folder + QLatin1Char('/') + name);
     if (!file.isFile() || !file.isExecutable())
@@ -25,7 +25,7 @@ QString executable(const QString& folder, const QString& name, DownloadError::Re
     return file.filePath();
 }
 
-/// Empty for bytes that are no UTF-8.
+/// Empty for invalid UTF-8.
 QString trimmedText(const std::string& bytes) {
     const QByteArrayView view(bytes);
     return view.isValidUtf8() ? QString::fromUtf8(view).trimmed() : QString();

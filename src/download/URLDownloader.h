@@ -13,34 +13,33 @@ namespace ambrel {
 
 class MainQueue;
 
-/// Fetches the sound of a web address into a folder: runs the download helper, which lies beside
-/// the program together with the ffmpeg it converts with, and reports the file that the helper
-/// names.
+/// Downloads the audio of a web address into a folder: runs the download helper, installed next to
+/// the program with the ffmpeg that it uses, and returns the file that the helper names.
 ///
-/// Main thread only; a helper is waited for on a background thread of its own, so that one download
-/// never waits for another. There is no time limit and no way to cancel one of them.
+/// Main thread only; each helper runs and is waited for on its own background thread. There is no
+/// timeout, and a single download cannot be cancelled.
 class URLDownloader {
   public:
-    /// The one beside the running program.
+    /// The instance that uses the helper next to the running program.
     static URLDownloader& shared();
 
-    /// `folder` holds the helper, "my-executable", and "ffmpeg"; empty when it is not known. `home`
-    /// outlives the downloader.
+    /// `folder` contains the helper, "my-executable", and "ffmpeg"; empty if unknown. `home` must
+    /// outlive the downloader.
     URLDownloader(MainQueue& home, const QString& folder);
 
-    /// Stops what is running and waits for its end, at most 0.6 s.
+    /// Stops all downloads and waits for them, at most 0.6 s.
     ~URLDownloader();
 
-    /// The address goes to the helper as it is, whatever its scheme. Gives the URL of the file that
-    /// the helper printed, without a look at whether there is one.
+    /// Passes the address to the helper unchanged, whatever its scheme. Returns the URL of the file
+    /// that the helper printed, without checking that it exists.
     ///
-    /// Throws DownloadError; std::system_error when the helper cannot be started;
-    /// BackgroundQueue::Ended when the downloader ends first.
+    /// Throws DownloadError; std::system_error if the helper cannot be started;
+    /// BackgroundQueue::Ended if the downloader is destroyed first.
     QCoro::Task<QUrl> download(QUrl source, QUrl directory);
 
-    /// For the end of the program: ends every helper with all that it started, and of what they
-    /// wrote into their folders removes everything. Returns at once. The downloads never report,
-    /// and no other can be started.
+    /// For quitting: ends every helper with all its child processes, and removes every file they
+    /// wrote into their folders. Returns at once. Running downloads never report, and no new one
+    /// can be started.
     void stop();
 
   private:

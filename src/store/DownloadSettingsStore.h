@@ -6,20 +6,19 @@ namespace ambrel {
 
 class Preferences;
 
-/// The folder into which downloads go: its path as a text under "AMB.downloadDirectory", or without
-/// one the Downloads folder of the user's home. Whether there is such a folder is for whoever uses
-/// it to find out. Main thread only.
+/// The download folder: its path under "AMB.downloadDirectory", by default the Downloads folder in
+/// the user's home. Does not check that the folder exists. Main thread only.
 class DownloadSettingsStore {
   public:
     explicit DownloadSettingsStore(Preferences& defaults);
 
     static DownloadSettingsStore& shared();
 
-    /// As stored now.
+    /// The current value.
     QUrl downloadDirectory() const;
     void setDownloadDirectory(const QUrl& folder);
 
-    /// From now on it is the default again.
+    /// Returns to the default.
     void resetDownloadDirectory();
 
   private:

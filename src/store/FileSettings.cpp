@@ -12,7 +12,7 @@
 namespace ambrel {
 namespace {
 
-/// Brings a record's members and the fields they stand for together, for both directions.
+/// Maps a record's members to fields, for both directions.
 template <typename Settings, typename Visitor>
 bool forEachMember(Settings& settings, const Visitor& visit) {
     return visit(QStringLiteral("regionStart"), settings.regionStart) &&

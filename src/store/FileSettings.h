@@ -8,7 +8,7 @@
 
 namespace ambrel {
 
-/// How a file is practised: region, speed, pitch, equaliser and loop.
+/// The settings of a file: region, speed, pitch, equaliser and loop.
 struct FileSettings {
     double regionStart = 0; ///< seconds from the file's start
     double regionEnd = 0;   ///< seconds from the file's start
@@ -19,15 +19,15 @@ struct FileSettings {
     std::vector<double> eqGains = {0, 0, 0, 0, 0}; ///< dB, for 60, 250, 1000, 4000, 12000 Hz
     bool loopEnabled = false;
     std::int64_t loopDelaySeconds = 0;      ///< whole seconds of the pause between passes
-    std::int64_t loopDelayMilliseconds = 0; ///< the pause's milliseconds
+    std::int64_t loopDelayMilliseconds = 0; ///< milliseconds of the pause, added to the seconds
 
     bool operator==(const FileSettings&) const = default;
 
-    /// The record as compact JSON; absent when a number is not finite.
+    /// Encodes as compact JSON; absent if a number is not finite.
     std::optional<QByteArray> encoded() const;
 
-    /// Reads a record back. All ten members must be there with their types; others are ignored and
-    /// values are taken without limits. Absent when it is no record.
+    /// Decodes a record. All ten members must be present with their types; others are ignored, and
+    /// values are not range-checked. Absent if the record is invalid.
     static std::optional<FileSettings> decoded(const QByteArray& json);
 };
 

@@ -7,18 +7,18 @@ namespace ambrel {
 
 class Preferences;
 
-/// The files that were opened last, newest first, under "recentFiles": at most ten paths, none
-/// twice. A file that has gone stays in the list. Main thread only.
+/// The recent files, newest first, under "recentFiles": at most ten paths, no duplicates. Files
+/// that no longer exist stay in the list. Main thread only.
 class RecentFilesStore {
   public:
     explicit RecentFilesStore(Preferences& defaults);
 
     static RecentFilesStore& shared();
 
-    /// As stored now; empty when what is stored is no list of texts.
+    /// The current list; empty if the stored value is not a list of strings.
     QList<QUrl> all() const;
 
-    /// Makes the file the newest entry; the eleventh drops out.
+    /// Makes the file the newest entry; an eleventh is removed.
     void push(const QUrl& file);
 
     void clear();

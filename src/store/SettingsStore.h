@@ -10,21 +10,21 @@ namespace ambrel {
 
 class Preferences;
 
-/// One FileSettings per file, under "settings." + the file's path. Main thread only,
-/// but for clearAll().
+/// One FileSettings per file, under "settings." + the file's path. Main thread only, except
+/// clearAll().
 class SettingsStore {
   public:
     explicit SettingsStore(Preferences& defaults);
 
     static SettingsStore& shared();
 
-    /// Stores the record, or leaves the earlier one when it cannot be encoded.
+    /// Stores the settings; the previous record stays if they cannot be encoded.
     void save(const FileSettings& settings, const QUrl& file);
 
-    /// Absent when nothing is stored or what is stored is no record.
+    /// Absent if there is no record or it is invalid.
     std::optional<FileSettings> load(const QUrl& file) const;
 
-    /// Removes every record; nothing else. Any thread.
+    /// Removes all settings records. Any thread.
     void clearAll();
 
   private:

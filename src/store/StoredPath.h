@@ -5,8 +5,7 @@
 
 namespace ambrel {
 
-/// The path under which every store keeps what belongs to a file: decoded, as the URL gives it,
-/// without scheme, host or query.
+/// The path under which every store keeps a file's data: decoded, without scheme, host or query.
 inline QString storedPath(const QUrl& file) {
     return file.path(QUrl::FullyDecoded);
 }

@@ -14,43 +14,43 @@ namespace ambrel {
 
 class Preferences;
 
-/// The peaks of every file that was opened, one record each under "waveformCache." + the file's
-/// path (docs/storage.md). A record is trusted while the file has the size and, to a second, the
-/// modification date that it had when the record was written.
+/// The cached peaks of every file opened, one record each under "waveformCache." + the file's path
+/// (docs/storage.md). A record is valid while the file has the size and, to the second, the
+/// modification date recorded.
 ///
-/// get() and set() look at the file and may wait for the store: they belong off the main thread.
-/// Any thread may call everything. Nothing reports an error: what cannot be read is a miss, what
-/// cannot be written is not kept.
+/// Any thread may call everything. get() and set() access the file and may wait for the store, so
+/// call them off the main thread. Errors are not reported: what cannot be read is a miss, what
+/// cannot be written is not cached.
 class WaveformCache {
   public:
-    /// Reads the limits, or takes 180 days and 100 MB, and stores them.
+    /// Reads the limits, or stores the defaults of 180 days and 100 MB.
     explicit WaveformCache(Preferences& defaults);
 
     static WaveformCache& shared();
 
-    /// The file's peaks; none when there is no record. Its record counts as used now; when it does
-    /// not match the file, it goes.
+    /// The file's peaks; absent if there is no valid record. Updates the record's last use, or
+    /// removes it if it does not match the file.
     std::optional<std::vector<float>> get(const QUrl& file);
 
-    /// Stores the file's peaks, then removes what lies beyond the limits.
+    /// Stores the file's peaks, then evicts records beyond the limits.
     void set(const std::vector<float>& peaks, const QUrl& file);
 
-    /// Removes every record, readable or not.
+    /// Removes all records, valid or not.
     void clearAll();
 
-    /// The size of all records as stored, in bytes. It is a third larger than what the size limit
-    /// compares, which is the peaks alone.
+    /// Size of all records as stored, in bytes: a third more than the peaks alone, to which the
+    /// size limit applies.
     std::int64_t totalBytes() const;
 
-    /// The key of every record.
+    /// The keys of all records.
     QStringList entryKeys() const;
 
-    /// A record that was not used for longer goes; absent for no limit. Takes effect with the next
-    /// set(), as the size limit does.
+    /// Records unused for longer are evicted; absent for no limit. Takes effect at the next set(),
+    /// as does the size limit.
     std::optional<double> maxAgeSeconds() const;
     void setMaxAgeSeconds(std::optional<double> seconds);
 
-    /// The peaks of all records, 4 bytes each; absent for no limit.
+    /// Limit for the peaks of all records, 4 bytes each; absent for no limit.
     std::optional<std::int64_t> maxTotalBytes() const;
     void setMaxTotalBytes(std::optional<std::int64_t> bytes);
 

@@ -12,30 +12,31 @@
 
 namespace ambrel {
 
-/// What eviction wants to know of every record. Decoding thousands of them takes seconds, so what
-/// was found is remembered with a hash of the record's bytes, and only those that have changed
-/// since, by whichever program, are decoded again. Used by one thread at a time.
+/// Size and last use of every record, for eviction. Decoding thousands of records takes seconds, so
+/// results are kept with a hash of the record, and only changed records are decoded again. One
+/// thread at a time.
 class WaveformCacheIndex {
   public:
-    /// Takes in a new snapshot: the records that note() is called for between the two calls.
+    /// Starts a snapshot: call note() for every record, then endSnapshot().
     void beginSnapshot();
     void note(const QString& key, QByteArrayView json);
     void endSnapshot();
 
-    /// The keys of all records used last before `cutoff`, which are forgotten here.
+    /// Removes and returns the keys of all records last used before `cutoff`.
     QStringList takeOlderThan(double cutoff);
 
-    /// The keys of the records used longest ago (among equals the first) that have to go for the
-    /// samples of the rest to take `bytes` at most, which are forgotten here.
+    /// Removes and returns the keys of the least recently used records (among equals the first)
+    /// until the peaks of the rest take at most `bytes`.
     QStringList takeBeyond(std::int64_t bytes);
 
   private:
     struct Record {
         std::uint64_t hash = 0;
-        qsizetype length = 0;                       ///< of the JSON
-        std::uint64_t snapshot = 0;                 ///< the last one it was in
-        std::size_t place = 0;                      ///< in that one
-        std::optional<WaveformCacheEntry::Use> use; ///< none: neither counted nor evicted
+        qsizetype length = 0;       ///< of the JSON
+        std::uint64_t snapshot = 0; ///< the last snapshot that contained it
+        std::size_t place = 0;      ///< its position in that snapshot
+        std::optional<WaveformCacheEntry::Use>
+            use; ///< absent: invalid, neither counted nor evicted
     };
 
     std::map<QString, Record> records_;

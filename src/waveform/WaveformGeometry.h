@@ -2,16 +2,16 @@
 
 namespace ambrel {
 
-/// A zoom factor and the pan that goes with it, in points.
+/// A zoom factor and the matching pan, in points.
 struct ZoomAndPan {
     double zoomLevel = 1;
     double panOffset = 0;
 };
 
-/// Where a time of the file lies in the view, and the reverse.
+/// Converts between times in the file and x positions in the view.
 ///
-/// The whole file spans width × zoomLevel points of content; the view shows those from panOffset
-/// to panOffset + width. Bears any numbers: what cannot be computed falls back to the file's start.
+/// The whole file spans width × zoomLevel points; the view shows those from panOffset to panOffset
+/// + width. Accepts any numbers: where the result is undefined, the file's start is used.
 struct WaveformGeometry {
     static constexpr double minimumZoom = 1;
     static constexpr double maximumZoom = 50;
@@ -21,19 +21,19 @@ struct WaveformGeometry {
     double zoomLevel = 1;
     double panOffset = 0; ///< points
 
-    /// The view's x of a time in seconds; outside 0 to width when the time is out of sight.
+    /// The x position of a time in seconds; outside 0 to width if it is not visible.
     double toX(double time) const;
 
-    /// The time at x, within the file.
+    /// The time at x, limited to the file.
     double toTime(double x) const;
 
-    /// The zoom nearest to `zoom` that is allowed, with the content under x staying in its place
-    /// as far as the file's ends allow.
+    /// The allowed zoom nearest to `zoom`, and the pan that keeps the content under x in place, as
+    /// far as the ends of the file allow.
     ZoomAndPan zoomedAbout(double x, double zoom) const;
 
     static double clampedZoom(double zoom);
 
-    /// Keeps the view within the file.
+    /// Limits the pan so that the view stays within the file.
     static double clampedPan(double pan, double width, double zoom);
 };
 

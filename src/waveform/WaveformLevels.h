@@ -6,17 +6,17 @@
 
 namespace ambrel {
 
-/// The peaks of a file, and the same peaks in ever coarser groups, so that what it takes to draw a
-/// file depends on the width of the picture and not on the number of its peaks.
+/// The peaks of a file at several resolutions, so that the cost of drawing depends on the width of
+/// the view and not on the number of peaks.
 ///
 /// An ordinary file has a few thousand peaks and no coarser level; a file that claims an enormous
 /// sample rate can have millions.
 class WaveformLevels {
   public:
-    /// Peaks that one value of a level stands for in the next coarser one.
+    /// Values of a level that become one in the next coarser level.
     static constexpr std::size_t groupSize = 4;
 
-    /// Neighbouring peaks, each group reduced to its largest.
+    /// One resolution: each value is the largest of neighbouring peaks.
     struct Level {
         std::span<const float> values;
         std::size_t peaksPerValue = 1;
@@ -28,8 +28,8 @@ class WaveformLevels {
     bool empty() const { return peaks_.empty(); }
     std::size_t count() const { return peaks_.size(); }
 
-    /// The coarsest level that still has at least `wanted` values; the peaks themselves when none
-    /// has. Valid as long as this object is neither assigned to nor destroyed.
+    /// The coarsest level with at least `wanted` values, or the peaks themselves. Valid until this
+    /// object is assigned to or destroyed.
     Level withAtLeast(double wanted) const;
 
   private:

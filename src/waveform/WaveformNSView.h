@@ -16,38 +16,39 @@ namespace ambrel {
 /// Draws the waveform with the region's markers and the play head, and turns drags, horizontal
 /// scrolling, pinches and Ctrl + wheel into proposals for a new region, zoom or pan.
 ///
-/// It owns no state of the application: its fields are copies, which whoever owns the state keeps
-/// up to date, also between the proposals of one drag. Main thread only; the callbacks run inside
-/// the event handlers. Any numbers are borne, also a region that is reversed or not a number.
+/// It owns no application state: its fields are copies that the owner of the state keeps up to
+/// date, also during a drag. Accepts any numbers, including a reversed region or NaN. Main thread
+/// only; callbacks run inside the event handlers.
 class WaveformNSView : public QWidget {
     Q_OBJECT
 
   public:
-    static constexpr double handleHitRadius = 8.0;     ///< points
-    static constexpr double markerLineWidth = 1.5;     ///< points
-    static constexpr double playheadLineWidth = 2.0;   ///< points
-    static constexpr double shortestHandleDrag = 0.01; ///< seconds a region keeps at least
+    static constexpr double handleHitRadius = 8.0;   ///< points
+    static constexpr double markerLineWidth = 1.5;   ///< points
+    static constexpr double playheadLineWidth = 2.0; ///< points
+    static constexpr double shortestHandleDrag =
+        0.01; ///< seconds; shortest region left by dragging a marker
 
     explicit WaveformNSView(QWidget* parent = nullptr);
 
-    /// Peaks from 0 to 1 in time order. Drops a drag that is under way, as does a new duration:
-    /// it belongs to the file that was there before.
+    /// Peaks from 0 to 1 in time order. Cancels a drag, as a new duration does, since the drag
+    /// belongs to the previous file.
     void setSamples(std::vector<float> samples);
     void setDuration(double seconds);
     void setRegionStart(double seconds);
     void setRegionEnd(double seconds);
-    /// Costs the repainting of two narrow strips while playing and nothing otherwise.
+    /// Repaints two narrow strips while playing, otherwise nothing.
     void setPlaybackPosition(double seconds);
     void setIsPlaying(bool playing); ///< whether the play head is shown
     void setZoomLevel(double zoom);
     void setPanOffset(double points);
 
-    /// Rounds the corners of what is drawn, to fit a backdrop with such corners.
+    /// Corner radius of the drawing, to match a rounded background.
     void setCornerRadius(double points);
 
-    std::function<void(double start, double end)> onRegionChange; ///< proposes a region, seconds
+    std::function<void(double start, double end)> onRegionChange; ///< proposed region, in seconds
     std::function<void()> onDragEnded;   ///< a press has ended, with or without a drag
-    std::function<void()> onResignFocus; ///< asks that the focus leave any text field
+    std::function<void()> onResignFocus; ///< text fields should give up the focus
     std::function<void(double zoom, double pan)> onZoomChange;
 
   protected:

@@ -5,16 +5,16 @@
 
 namespace ambrel {
 
-/// What belongs to the running program: where its helpers lie, and which version it is.
-/// Needs the QCoreApplication.
+/// Facts about the running program: where its helpers are, and its version. Requires the
+/// QCoreApplication.
 struct ApplicationBundle {
-    /// The absolute path of the folder that holds the executable, links resolved.
+    /// The absolute path of the executable's folder, symbolic links resolved.
     static QString executableFolder();
 
     /// For example "0.1.0".
     static QString shortVersion();
 
-    /// Where users can thank its makers; empty when whoever packaged the program named no page.
+    /// The donation page; empty if the packager set none.
     static QUrl donationPage();
 };
 

@@ -19,28 +19,27 @@ namespace ambrel {
 
 class MainQueue;
 
-/// Runs work off the main thread and hands its result back through a MainQueue, so that the result
-/// arrives behind every message the work itself sent there before.
+/// Runs work off the main thread and returns its result through a MainQueue, so that the result
+/// arrives after every message the work has posted there.
 ///
 ///     auto work = [url] { return open(url); };
 ///     auto file = co_await opens.run(work);    // resumes on the main thread
 ///
-/// Made, called, awaited and ended on the main thread. With one thread and equal priorities, work
-/// runs one at a time in the order in which it was started. What the work throws is thrown from
-/// the co_await.
+/// Create, call, await and destroy on the main thread. With one thread and equal priorities, work
+/// runs in the order in which it was started. Exceptions of the work are thrown from the co_await.
 ///
 /// The threads are the queue's own, so that ThreadSanitizer sees every lock between them.
 class BackgroundQueue {
   public:
-    /// Thrown from the co_await of work whose queue has ended. No std::exception: nothing failed,
-    /// so there is nothing to tell the user.
+    /// Thrown from the co_await if the queue is destroyed first. Not a std::exception: nothing
+    /// failed, so there is nothing to report to the user.
     struct Ended {};
 
-    /// `home` outlives the queue. Threads are made when there is work for them, at most `threads`.
+    /// `home` must outlive the queue. Threads are created on demand, at most `threads`.
     BackgroundQueue(MainQueue& home, int threads);
 
-    /// Drops work that has not begun, waits for what is running, and resumes whoever still awaits a
-    /// result, with Ended: no coroutine stays behind.
+    /// Drops work that has not begun, waits for running work, and resumes every pending co_await
+    /// with Ended.
     ~BackgroundQueue();
 
     BackgroundQueue(const BackgroundQueue&) = delete;
@@ -48,22 +47,22 @@ class BackgroundQueue {
 
     template <typename Work> class Awaitable;
 
-    /// Starts `work` as soon as a thread is free, whether or not the result is ever awaited. Of
-    /// what is waiting for a thread the highest `priority` begins first.
+    /// Starts `work` as soon as a thread is free, whether or not the result is awaited. Waiting
+    /// work with the highest `priority` starts first.
     template <typename Work> [[nodiscard]] auto run(Work work, std::int64_t priority = 0) {
         return Awaitable<Work>(*this, std::move(work), priority);
     }
 
   private:
-    /// Work and its result on their way: the working thread's while it performs, otherwise the main
-    /// thread's, which also releases them.
+    /// Work with its result. Used by the worker thread while it runs, otherwise by the main thread,
+    /// which also destroys it.
     struct Delivery : std::enable_shared_from_this<Delivery> {
         virtual ~Delivery() = default;
         virtual void perform() noexcept = 0;
         void complete();
         void resumeWaiting();
 
-        BackgroundQueue* queue = nullptr; ///< absent once the queue has ended
+        BackgroundQueue* queue = nullptr; ///< null once the queue has been destroyed
         bool done = false;
         std::coroutine_handle<> waiting;
     };
@@ -75,17 +74,17 @@ class BackgroundQueue {
     const std::size_t threadLimit_;
     std::unordered_set<std::shared_ptr<Delivery>> outstanding_;
 
-    std::mutex mutex_; ///< guards what follows, but for the threads
+    std::mutex mutex_; ///< guards the following, except the threads
     std::condition_variable wake_;
     bool ending_ = false;
     std::size_t idleThreads_ = 0;
     std::int64_t nextTicket_ = 0;
-    /// What waits for a thread, in the order in which it will begin.
+    /// Waiting work, in the order in which it will start.
     std::map<std::pair<std::int64_t, std::int64_t>, std::shared_ptr<Delivery>> waiting_;
     std::vector<std::thread> threads_;
 };
 
-/// The result on its way. Move it nowhere but into a co_await.
+/// The pending result; pass it straight to co_await.
 template <typename Work> class BackgroundQueue::Awaitable {
   public:
     using Result = std::invoke_result_t<Work&>;

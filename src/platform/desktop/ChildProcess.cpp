@@ -26,7 +26,7 @@ constexpr std::chrono::milliseconds kLookInterval(100);
     throw std::system_error(errno, std::generic_category(), call);
 }
 
-/// Numbered 3 or higher, which leaves 0 to 2 to the standard streams, open or not.
+/// Numbered 3 or higher: 0 to 2 are the standard streams, open or not.
 Descriptor aboveStandardStreams(int number) {
     Descriptor opened(number);
     if (number < 0 || number > STDERR_FILENO)
@@ -71,7 +71,7 @@ ChildProcess::~ChildProcess() {
     ::waitpid(keeper_, nullptr, 0);
 }
 
-/// Signals are blocked meanwhile: our handlers are none of the keeper's.
+/// Signals are blocked meanwhile: the supervisor must not run our handlers.
 void ChildProcess::startKeeper(const Command& command) {
     Pipe control;
     Pipe reports;
@@ -137,7 +137,7 @@ ChildProcess::Outcome ChildProcess::wait(const std::stop_token& stop, WrittenFil
     return outcome;
 }
 
-/// Whatever ends the keeper itself ends the program too, with this signal.
+/// If the supervisor is killed, this signal ends the program too.
 void ChildProcess::takeReports(Outcome& outcome) {
     keeper::Report report{};
     if (::read(reports_.number(), &report, sizeof report) != sizeof report) {
@@ -155,10 +155,10 @@ void ChildProcess::takeReports(Outcome& outcome) {
     outcome.signal = WIFSIGNALED(report.value) ? WTERMSIG(report.value) : 0;
     output_.takeRest();
     errors_.takeRest();
-    control_.close(); // ends what it left running
+    control_.close(); // ends processes it left running
 }
 
-/// For when there is something: at most one pipeful.
+/// Reads what is available, at most a pipe buffer.
 std::size_t ChildProcess::Stream::takeSome() {
     std::array<char, 65536> text;
     const ssize_t length = ::read(pipe.number(), text.data(), text.size());
@@ -170,7 +170,8 @@ std::size_t ChildProcess::Stream::takeSome() {
     return std::size_t(length);
 }
 
-/// What the pipe holds now is the program's; what comes later is that of others, and may never end.
+/// The program's output is in the pipe by now; anything later is from other processes, and may
+/// never end.
 void ChildProcess::Stream::takeRest() {
     int left = 0;
     ::ioctl(pipe.number(), FIONREAD, &left);

@@ -14,44 +14,43 @@ namespace ambrel {
 
 class WrittenFiles;
 
-/// Another program, run from its start to its end: started directly, without a shell, with an empty
-/// standard input, in a session and process group of its own. Both its outputs are read while it
-/// runs, so that it never waits for room in a pipe, and of each only a part is kept. It leaves the
-/// processor to us where there is too little for both.
+/// Runs another program from start to end: without a shell, with empty standard input, in its own
+/// session and process group. Its outputs are read while it runs, so that it never blocks on a
+/// pipe; of each only a part is kept. It runs at lower priority than the application.
 ///
-/// It has ended when its own process has. What it started and left running is ended with it: it
-/// neither keeps the result back by holding the pipes open nor goes on writing behind our back. The
-/// same happens when the run is stopped, and when the application is killed; see ProcessKeeper.h.
+/// It has ended when its own process has. Processes that it leaves running are ended too, so that
+/// they can neither delay the result by holding the pipes open nor go on writing unseen. The same
+/// happens when the run is stopped or the application is killed; see ProcessKeeper.h.
 ///
-/// Any thread, but one alone: run() blocks. The thread outlives the run.
+/// run() may be called on any thread and blocks it. The thread must outlive the run.
 class ChildProcess {
   public:
     static constexpr std::size_t kOutputLimitBytes = 1024 * 1024; ///< the beginning is kept
     static constexpr std::size_t kErrorsLimitBytes = 64 * 1024;   ///< the end is kept
 
     struct Command {
-        std::string executable; ///< its path
+        std::string executable; ///< path
         std::vector<std::string> arguments;
     };
 
     struct Outcome {
-        bool wasStopped = false; ///< before it had ended by itself
-        int exitStatus = 0;      ///< 0 also when a signal ended it
-        int signal = 0;          ///< which one ended it; 0 when none did
+        bool wasStopped = false; ///< stopped before it had ended by itself
+        int exitStatus = 0;      ///< also 0 if ended by a signal
+        int signal = 0;          ///< signal that ended it, or 0
         std::string output;
         std::string errors;
 
         bool isSuccess() const { return !wasStopped && exitStatus == 0 && signal == 0; }
     };
 
-    /// Runs it, and returns when nothing of it is left; or, what a process cannot be rid of,
-    /// kLongestEndMs after it was stopped or has ended. `files` takes note of what it writes.
+    /// Runs the program and returns when all its processes are gone, or at the latest kLongestEndMs
+    /// after it was stopped or ended. `files` records what it writes.
     ///
-    /// Throws std::system_error, with the executable's path, when it cannot be started.
+    /// Throws std::system_error, with the executable's path, if it cannot be started.
     static Outcome run(const Command& command, const std::stop_token& stop, WrittenFiles& files);
 
   private:
-    /// One output of the program.
+    /// One output stream of the program.
     struct Stream {
         Descriptor pipe;
         KeptText kept;

@@ -6,7 +6,7 @@
 
 namespace ambrel {
 
-/// Owns an open descriptor and closes it. A closed one has the number -1, which poll() passes over.
+/// Owns a file descriptor and closes it. A closed one is -1, which poll() ignores.
 class Descriptor {
   public:
     Descriptor() = default;

@@ -4,21 +4,21 @@
 
 namespace ambrel {
 
-/// Ends the process when its regular end takes too long: a thread inside a read from a disk that
-/// does not answer can be neither ended nor waited for.
+/// Ends the process if quitting takes too long: a thread in a read from a disk that does not answer
+/// can be neither stopped nor joined.
 ///
-/// One in a process, made before everything whose end may take long. Main thread only.
+/// One per process, created before everything that may take long to end. Main thread only.
 class ExitDeadline {
   public:
     ExitDeadline() = default;
 
-    /// The end was reached in time.
+    /// Quitting has finished in time.
     ~ExitDeadline();
     ExitDeadline(const ExitDeadline&) = delete;
     ExitDeadline& operator=(const ExitDeadline&) = delete;
 
-    /// In `time` from now the process ends with `status`, whatever its threads are doing: what is
-    /// to be kept must have been saved.
+    /// Ends the process with `status` after `time`, whatever its threads are doing. Save everything
+    /// first.
     void set(std::chrono::milliseconds time, int status);
 };
 

@@ -11,7 +11,7 @@ bool continuesCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
-/// How many bytes the character has that begins with this one.
+/// Bytes of the UTF-8 character that begins with this one.
 std::size_t characterLength(char first) {
     const auto byte = static_cast<unsigned char>(first);
     return byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;

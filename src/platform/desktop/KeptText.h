@@ -6,8 +6,7 @@
 
 namespace ambrel {
 
-/// What a program writes, of which no more is kept than a limit: its beginning or its end. Where it
-/// was cut it is cut at a whole UTF-8 character.
+/// Output of a program up to a limit: its beginning or its end, cut at a whole UTF-8 character.
 class KeptText {
   public:
     enum class Part { beginning, end };
@@ -22,7 +21,7 @@ class KeptText {
     Part part_;
     std::size_t limitBytes_;
     bool isCut_ = false;
-    std::string kept_; ///< of an end up to twice the limit, so that it is seldom moved
+    std::string kept_; ///< when keeping the end, up to twice the limit, so that it is seldom moved
 };
 
 } // namespace ambrel

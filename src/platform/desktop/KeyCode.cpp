@@ -25,7 +25,7 @@ constexpr std::array kKeys = {
     Key{KeyCode::upArrow, KEY_UP, Qt::Key_Up},
 };
 
-/// X11, and Wayland after it, number keys this much higher than the kernel.
+/// X11 and Wayland key codes are this much higher than the kernel's.
 constexpr quint32 kScanCodeOffset = 8;
 
 } // namespace

@@ -6,8 +6,8 @@ class QKeyEvent;
 
 namespace ambrel {
 
-/// The keys that act on the practice, by where they lie on the keyboard and not by what the layout
-/// prints on them. The numbers are Ambrel's own constants.
+/// The keys used as shortcuts, by position on the keyboard and not by what the layout prints on
+/// them. The numbers are Ambrel's own.
 enum class KeyCode : int {
     r = 15,
     l = 37,
@@ -18,8 +18,8 @@ enum class KeyCode : int {
     upArrow = 126,
 };
 
-/// The key of an event, by its scan code; by its Qt key when it has none, as events made by
-/// programs may. Absent for every other key.
+/// The key of an event, by scan code, or by Qt key if it has none (events made by programs). Absent
+/// for all other keys.
 std::optional<KeyCode> keyCodeOf(const QKeyEvent& event);
 
 } // namespace ambrel

@@ -8,17 +8,17 @@ class QKeyEvent;
 
 namespace ambrel {
 
-/// Sees every key press of the application, each auto-repeat included, before any view or menu
-/// does, in whichever window it falls. Main thread only, while the QApplication lives.
+/// Sees every key press of the application, in any window and including auto-repeat, before any
+/// view or menu does. Main thread only, within the life of the QApplication.
 class KeyEventMonitor : public QObject {
     Q_OBJECT
 
   public:
-    /// What is to be done about a key press; empty to let it pass on unchanged. Asked more than
-    /// once for one press, so it must not act by itself.
+    /// Returns the action for a key press; empty to pass the key on. May be called more than once
+    /// per press, so it must have no effect itself.
     using Handler = std::function<std::function<void()>(const QKeyEvent& event)>;
 
-    /// Monitors for as long as it lives.
+    /// Monitors for its lifetime.
     explicit KeyEventMonitor(Handler handler);
 
   protected:

@@ -19,18 +19,17 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-/// Nobody waits for longer than a delay of this length; it keeps the clock's arithmetic in range.
+/// Longer delays are cut to this, to keep clock arithmetic in range.
 constexpr std::chrono::duration<double> kLongestDelay = std::chrono::hours(24 * 365 * 10);
 
-/// The timer is wound again on the way to a deadline that lies further off.
+/// The timer is restarted on the way to a more distant deadline.
 constexpr milliseconds kLongestWait = std::chrono::hours(24);
 
 } // namespace
 
-/// The receiver of one event per step. An event runs the oldest step, whichever event it is, so
-/// that the order is that of the queue under our own mutex. Qt delivers events that were posted
-/// during a pass in the next one: hence the "later turn". A step that runs a nested loop holds
-/// nothing up.
+/// Receives one event per call. Each event runs the oldest call, so that the order is that of the
+/// queue under our own mutex. Qt delivers events posted during a turn of the loop in the next one,
+/// hence the "later turn". A call that runs a nested loop delays no others.
 class MainQueue::Impl : public QObject {
   public:
     Impl() {
@@ -49,7 +48,7 @@ class MainQueue::Impl : public QObject {
 
     /// Owner thread only.
     void enqueueAt(Clock::time_point deadline, Step step) {
-        const auto at = delayed_.emplace(deadline, std::move(step)); // behind its equals
+        const auto at = delayed_.emplace(deadline, std::move(step)); // after equal deadlines
         if (at == delayed_.begin())
             wind();
     }
@@ -62,7 +61,7 @@ class MainQueue::Impl : public QObject {
         const std::lock_guard lock(mutex_);
         Step step = std::move(steps_.front());
         steps_.pop_front();
-        // A nested loop that the step opens would sleep on events posted before it began.
+        // A nested event loop would not wake for events posted before it began.
         if (!steps_.empty())
             QAbstractEventDispatcher::instance()->wakeUp();
         return step;
@@ -84,7 +83,7 @@ class MainQueue::Impl : public QObject {
     std::mutex mutex_;
     std::deque<Step> steps_;                         ///< under mutex_, oldest first
     std::multimap<Clock::time_point, Step> delayed_; ///< owner thread
-    QTimer timer_{this};                             ///< wound for the first of delayed_
+    QTimer timer_{this};                             ///< set for the first of delayed_
 };
 
 MainQueue::MainQueue() : impl_(std::make_shared<Impl>()) {}
@@ -92,7 +91,7 @@ MainQueue::MainQueue() : impl_(std::make_shared<Impl>()) {}
 MainQueue::~MainQueue() = default;
 
 MainQueue& MainQueue::shared() {
-    // Never destroyed: threads may still hand steps over while the program ends.
+    // Never destroyed: threads may still add calls while the program quits.
     static auto* const queue = new MainQueue;
     return *queue;
 }

@@ -7,16 +7,16 @@
 
 namespace ambrel {
 
-/// A step for the main thread that can be cancelled until it runs.
+/// A call on the main thread that can be cancelled until it runs.
 class WorkItem {
   public:
     explicit WorkItem(std::function<void()> step) : step_(std::move(step)) {}
 
-    /// Any thread. A cancelled item never begins to run.
+    /// Any thread. A cancelled item never starts.
     void cancel() noexcept { cancelled_.store(true); }
     bool isCancelled() const noexcept { return cancelled_.load(); }
 
-    /// Runs the step unless cancelled.
+    /// Runs the call unless cancelled.
     void perform() const {
         if (!isCancelled())
             step_();
@@ -27,12 +27,12 @@ class WorkItem {
     std::atomic<bool> cancelled_{false};
 };
 
-/// Steps that run on the main thread, one after the other, in the order in which they were handed
-/// over, from whatever thread. What is added by a running step runs in a later turn of the main
-/// loop, so a step that adds itself again never starves input or painting.
+/// Runs calls on the main thread, in the order in which they were added from any thread. A call
+/// added by a running call runs in a later turn of the main loop, so that a call that re-adds
+/// itself never starves input or painting.
 ///
-/// A queue belongs to the thread that made it, which must run an event loop. Any thread may call
-/// everything. Steps still waiting when the queue ends never run.
+/// A queue belongs to the thread that created it, which must run an event loop. Any thread may call
+/// everything. Calls still waiting when the queue is destroyed never run.
 class MainQueue {
   public:
     using Step = std::function<void()>;
@@ -42,13 +42,13 @@ class MainQueue {
     MainQueue(const MainQueue&) = delete;
     MainQueue& operator=(const MainQueue&) = delete;
 
-    /// The application's queue; made on the main thread by its first call there.
+    /// The application's queue; the first call, on the main thread, creates it.
     static MainQueue& shared();
 
-    /// Runs `step` after everything handed over before it.
+    /// Runs `step` after everything added before.
     void async(Step step);
 
-    /// Runs `step` (or the item) once `delay` has passed, to the millisecond, never early.
+    /// Runs `step` (or the item) after `delay`, to the millisecond, never early.
     void asyncAfter(std::chrono::duration<double> delay, Step step);
     void asyncAfter(std::chrono::duration<double> delay, std::shared_ptr<WorkItem> item);
 

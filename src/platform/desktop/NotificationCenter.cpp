@@ -42,7 +42,7 @@ NotificationCenter& NotificationCenter::shared() {
 }
 
 void NotificationCenter::post(const QString& name, const QVariant& object) {
-    // A copy: handlers may begin and end observations, their own included.
+    // A copy, because handlers may create and destroy observations, including their own.
     const Impl::Observers observers = impl_->observersByName.value(name);
     for (const auto& observer : observers) {
         if (observer->isObserving)

@@ -8,15 +8,15 @@
 
 namespace ambrel {
 
-/// Publish and subscribe by name, in process. Main thread only; post() returns when every observer
-/// of that name has run.
+/// Publish and subscribe by name, within the process. Main thread only; post() returns after all
+/// observers of the name have run.
 class NotificationCenter {
   public:
-    /// Called with the object of the notification; an invalid QVariant when there is none.
+    /// Receives the object of the notification, or an invalid QVariant.
     using Handler = std::function<void(const QVariant& object)>;
 
-    /// Observes for as long as it lives. May end before or after the centre, also while a
-    /// notification is being delivered.
+    /// Observes for its lifetime. May be destroyed before or after the centre, and during a
+    /// notification.
     class Observation {
       public:
         virtual ~Observation() = default;

@@ -17,9 +17,9 @@
 namespace ambrel::keeper {
 namespace {
 
-constexpr int kCannotRun = 127; // as shells have it
+constexpr int kCannotRun = 127; // as in shells
 constexpr int kRoundMs = 50;
-constexpr int kNiceness = 10; // conversions take all the time they get, and there may be sound
+constexpr int kNiceness = 10; // conversions use all processor time, and audio may be playing
 
 long long nowMs() {
     timespec now{};
@@ -33,7 +33,7 @@ void tell(int pipe, Report::Kind kind, int value) {
     }
 }
 
-/// The application's descriptors are none of ours: its connections would stay open with us.
+/// Closes the application's descriptors, whose connections would otherwise stay open here.
 void closeAllBut(std::array<int, 4> kept) {
     std::sort(kept.begin(), kept.end());
     unsigned next = 0;
@@ -59,7 +59,7 @@ void forgetSignalHandlers() {
         ::sigaction(number, &usual, nullptr);
 }
 
-/// A session of its own makes a group of its own, and leaves no terminal to ask a question on.
+/// A new session also has its own process group, and no terminal to prompt on.
 [[noreturn]] void becomeProgram(const Job& job, pid_t keeper) {
     ::setsid();
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -76,7 +76,7 @@ void forgetSignalHandlers() {
     ::_exit(kCannotRun);
 }
 
-/// Every process whose parent we are, by birth or by adoption.
+/// All child processes, by birth or adoption.
 class Children {
   public:
     Children(pid_t program, int report) : program_(program), report_(report) {
@@ -89,7 +89,7 @@ class Children {
     /// Readable when a child has ended.
     int changes() const { return changes_; }
 
-    /// Takes note of those that have ended, and whether any are left.
+    /// Reaps those that have ended; finds out whether any are left.
     bool areLeft() {
         signalfd_siginfo signal{};
         while (::read(changes_, &signal, sizeof signal) > 0) {
@@ -103,7 +103,7 @@ class Children {
         return ended == 0 || errno != ECHILD;
     }
 
-    /// To all of them. One that was asked to end is not asked again: it may be tidying up.
+    /// Signals all of them. SIGTERM is sent only once to each: it may be cleaning up.
     void send(int signal) {
         const int list = ::open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC);
         std::array<char, 4096> text{};
@@ -125,13 +125,13 @@ class Children {
     }
 
   private:
-    /// The program's whole group with it, once it has one.
+    /// Signals the program's whole group, once it has one.
     void sendTo(pid_t child, int signal) const {
         if (child != program_ || ::kill(-child, signal) != 0)
             ::kill(child, signal);
     }
 
-    /// Only so many are remembered; the first of more is asked a second time.
+    /// Only this many are remembered; more are signalled again.
     bool isAskedFirst(pid_t child) {
         if (std::find(asked_.begin(), asked_.end(), child) != asked_.end())
             return false;
@@ -146,7 +146,7 @@ class Children {
     std::size_t nextAsked_ = 0;
 };
 
-/// Again and again: each that ends may leave us its own children.
+/// Repeatedly: each that ends may leave its own children to us.
 bool end(Children& children, int signal) {
     const long long deadline = nowMs() + kPatienceMs;
     while (children.areLeft()) {
@@ -170,7 +170,7 @@ void run(const Job& job) noexcept {
     forgetSignalHandlers();
 
     const pid_t keeper = ::getpid();
-    const pid_t program = ::_Fork(); // the one of the two that a signal handler may call
+    const pid_t program = ::_Fork(); // unlike fork(), async-signal-safe
     if (program == 0)
         becomeProgram(job, keeper);
     if (program < 0) {

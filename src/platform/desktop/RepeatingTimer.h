@@ -7,12 +7,13 @@
 
 namespace ambrel {
 
-/// A precise timer on the main loop that calls its step until it is invalidated or destroyed.
+/// A precise timer on the main loop that repeats its call until invalidated or destroyed. Main
+/// thread only.
 class RepeatingTimer {
   public:
     RepeatingTimer(std::chrono::milliseconds interval, std::function<void()> step);
 
-    /// No call follows.
+    /// Stops it; no call follows.
     void invalidate() { timer_.stop(); }
     bool isValid() const { return timer_.isActive(); }
 

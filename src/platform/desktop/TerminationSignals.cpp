@@ -15,7 +15,7 @@ namespace {
 std::atomic<int> wakeDescriptor = -1;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
 
-/// Does what a signal handler may: no allocation, no lock, errno as it was.
+/// Async-signal-safe: no allocation, no lock, errno preserved.
 void wakeMainLoop(int) {
     const int saved = errno;
     const std::uint64_t one = 1;

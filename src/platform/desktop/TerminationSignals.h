@@ -8,16 +8,16 @@
 
 namespace ambrel {
 
-/// Turns the system's requests to end (SIGTERM, SIGINT, SIGHUP) into a call on the main loop, where
-/// the program can save and quit. Signals that the starter of the program had ignored stay ignored.
+/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main loop, where the program can save and
+/// quit. Signals that were ignored when the program started stay ignored.
 ///
-/// One at a time in a process; made and ended on the main thread. Throws std::system_error when the
-/// system gives no descriptor.
+/// At most one at a time; create and destroy on the main thread. Throws std::system_error if no
+/// descriptor is available.
 class TerminationSignals {
   public:
     explicit TerminationSignals(std::function<void()> requested);
 
-    /// Puts the former handlers back.
+    /// Restores the previous signal handlers.
     ~TerminationSignals();
     TerminationSignals(const TerminationSignals&) = delete;
     TerminationSignals& operator=(const TerminationSignals&) = delete;

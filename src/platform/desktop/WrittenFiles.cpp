@@ -37,7 +37,7 @@ void appendChildren(pid_t process, std::vector<pid_t>& children) {
     });
 }
 
-/// Where the file lies that a descriptor stands for; empty when that cannot be said.
+/// The path of an open file; empty if unknown.
 fs::path target(const fs::path& link) {
     std::error_code gone;
     return fs::read_symlink(link, gone);
@@ -47,7 +47,7 @@ fs::path target(const fs::path& link) {
 
 WrittenFiles::WrittenFiles(fs::path folder)
     : folder_(std::move(folder)), events_(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {
-    ::clock_gettime(CLOCK_REALTIME_COARSE, &start_); // the clock that files are dated by
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &start_); // the clock used for file dates
     watchFolder();
 }
 
@@ -90,8 +90,7 @@ void WrittenFiles::note(const fs::path& open) {
     Descriptor reference(::open(open.c_str(), O_PATH | O_CLOEXEC));
     if (::lstat(open.c_str(), &link) != 0 || ::fstat(reference.number(), &file) != 0)
         return;
-    const bool isWritten =
-        (link.st_mode & S_IWUSR) != 0; // the link's own mode tells how it is open
+    const bool isWritten = (link.st_mode & S_IWUSR) != 0; // the link's mode tells the open mode
     if (S_ISREG(file.st_mode) && (isWritten || isMadeSince(reference)))
         files_.try_emplace({file.st_dev, file.st_ino}, std::move(reference));
 }
@@ -109,7 +108,7 @@ bool WrittenFiles::isMadeSince(const Descriptor& file) const {
            std::tuple(start_.tv_sec, start_.tv_nsec);
 }
 
-/// So that a file that the processes deleted takes no more room on the disk.
+/// Frees the disk space of files that the processes have deleted.
 void WrittenFiles::forgetDeleted() {
     std::erase_if(files_, [](const auto& entry) {
         struct stat status {};

@@ -11,31 +11,30 @@
 
 namespace ambrel {
 
-/// Which files of one folder some processes wrote: every file that one of them was seen to hold
-/// open for writing, and every file, made since the watch began, that one of them was seen to read.
-/// A file is known as itself, not by its name, which may change as often as it likes and says
-/// nothing about whose it is.
+/// Finds out which files in a folder were written by certain processes: every file that one of them
+/// was seen to hold open for writing, and every file created since the watch began that one was
+/// seen to read. Files are identified by device and inode, because names may change and say nothing
+/// about who wrote them.
 ///
-/// The system tells an ordinary program that a file was made, but not by whom. So the open files of
-/// the processes are looked at (/proc/PID/fd), whenever something in the folder is opened or made
-/// (inotify) and several times a second besides. What a process opens, writes and closes again in
-/// less time than a look takes, and never touches afterwards, is not noticed: it stays, which is
-/// the better of the two mistakes. (A filter on system calls would see it, but takes from the
-/// processes the right to gain privileges, which some packages' start needs.)
+/// The system reports that a file was created, but not by whom. So the open files of the processes
+/// (/proc/PID/fd) are checked whenever something in the folder is opened or created (inotify), and
+/// several times a second. A file written and closed again between two checks is missed and stays,
+/// which is the lesser evil. (Filtering system calls would catch it, but then the processes could
+/// not gain privileges, which some packages need to start.)
 ///
-/// One thread at a time. Never throws: what it cannot see is not there.
+/// One thread at a time. Never throws: what cannot be seen is treated as absent.
 class WrittenFiles {
   public:
     /// The folder need not exist yet.
     explicit WrittenFiles(std::filesystem::path folder);
 
-    /// To be polled for reading: then a look is worth it. -1 when there is nothing to poll.
+    /// Poll this for reading and call look() when ready; -1 if there is nothing to poll.
     int events() const { return events_.number(); }
 
-    /// Looks at every process below `ancestor`, which itself is passed over.
+    /// Checks all processes below `ancestor`, except `ancestor` itself.
     void look(pid_t ancestor);
 
-    /// Removes those that lie in the folder now, or below it, under whatever name.
+    /// Removes the files found that are now in the folder or below it, under any name.
     void remove();
 
   private:
@@ -48,12 +47,12 @@ class WrittenFiles {
     bool isMadeSince(const Descriptor& file) const;
     void forgetDeleted();
 
-    std::filesystem::path folder_; ///< links resolved, once it exists
+    std::filesystem::path folder_; ///< symbolic links resolved, once it exists
     timespec start_{};
     Descriptor events_;
     bool isWatching_ = false;
-    /// Held by reference, neither for reading nor for writing: a number is not given to another
-    /// file meanwhile, and the system tells where the file is now.
+    /// Opened with O_PATH: keeps the inode number from being reused, and tells where the file is
+    /// now.
     std::map<Identity, Descriptor> files_;
 };
 

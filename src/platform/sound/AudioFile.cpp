@@ -7,7 +7,7 @@
 namespace ambrel {
 
 std::shared_ptr<AudioFile> AudioFile::open(const std::filesystem::path& path, Layout layout) {
-    // What the libraries have to say about a file goes into no one's terminal.
+    // Keeps the libraries' messages about files off the terminal.
     static const bool silenced = [] {
         av_log_set_level(AV_LOG_QUIET);
         return true;

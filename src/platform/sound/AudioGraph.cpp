@@ -76,7 +76,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::int64_t epoch_ = 0;
     std::optional<Segment> segment_;
     PlayRequest request_;               ///< the newest
-    std::weak_ptr<AudioFile> lastFile_; ///< that was played
+    std::weak_ptr<AudioFile> lastFile_; ///< the last file played
     std::int64_t fileNumber_ = 0;       ///< its number
     int rateHz_ = 0;                    ///< the device's; 0 before it is known
 
@@ -84,7 +84,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     bool resting_ = false;
 
     const bool isPaced_;      ///< for prepare(), when the output may be ending
-    std::stop_source ending_; ///< what is being prepared for a device is given up
+    std::stop_source ending_; ///< abandons preparing for a device
 
     // Members are destroyed in reverse: each joins its threads before what they use is destroyed.
     PlayGate gate_;
@@ -92,12 +92,12 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::atomic<std::size_t> demand_{0};
     OutputStage stage_;
     FileReader reader_;
-    FrameCache cache_; ///< the render thread's
+    FrameCache cache_; ///< used by the render thread only
     Mailbox<PlayRequest> requests_;
-    std::size_t largestRequest_ = 0;             ///< the opening thread's
-    std::unique_ptr<RenderThread> renderThread_; ///< the opening thread's, between renders
+    std::size_t largestRequest_ = 0;             ///< used by the thread that opens the device
+    std::unique_ptr<RenderThread> renderThread_; ///< the same; also in awaitFrames()
     std::unique_ptr<AudioOutput> output_;
-    SegmentWatch watch_; ///< asks all of them
+    SegmentWatch watch_; ///< uses all of them
 };
 
 SoundGraph::SoundGraph(std::unique_ptr<AudioOutput> output)

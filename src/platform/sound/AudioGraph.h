@@ -25,15 +25,15 @@ struct Announcement {
     bool operator==(const Announcement&) const = default;
 };
 
-/// The sound engine: plays segments of a file, with speed, pitch and equaliser, through an
-/// AudioOutput. An interface, so that the engine's rules can be tested without it.
+/// Plays segments of a file, with speed, pitch and equaliser, through an AudioOutput. An interface,
+/// so that AudioEngine can be tested without it.
 ///
 /// Threads: all functions are for one client thread (the main thread); none of them waits for a
 /// device, a file or another thread. Completions are called on one of the graph's own threads.
 class AudioGraph {
   public:
-    /// Called once for each scheduled segment and each adopted pass, when its last frame has been
-    /// heard or it was dropped.
+    /// Called once for the first pass of each scheduled segment and once for each adopted pass,
+    /// when its last frame has been heard or it was dropped.
     using Completion = std::function<void()>;
 
     /// Number of equaliser bands.

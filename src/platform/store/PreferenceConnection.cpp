@@ -37,7 +37,7 @@ void PreferenceConnection::setBusyTimeout(std::chrono::milliseconds timeout) {
 }
 
 bool PreferenceConnection::perform(const std::function<void(PreferenceDatabase&)>& operation) {
-    constexpr int kTries = 3; // on the damaged file, on its successor, on that of another thread
+    constexpr int kTries = 3; // damaged file, its replacement, one by another thread
     for (int i = 0; i < kTries && !file_.isAbandoned(); ++i) {
         try {
             operation(opened());
@@ -50,7 +50,7 @@ bool PreferenceConnection::perform(const std::function<void(PreferenceDatabase&)
                 replaceDamaged();
                 continue;
             }
-            // What never opened will not; what did may find space or a lock again.
+            // A file that never opened will not later; one that did may regain space or its lock.
             if (!isHeldLock(error) && !file_.hasOpened())
                 file_.abandon();
             return false;
@@ -67,7 +67,7 @@ PreferenceDatabase& PreferenceConnection::opened() {
     generation_ = file_.generation();
     identity_ = file_.identity();
     database_ = std::make_unique<PreferenceDatabase>(file_.path(), busyTimeout_);
-    identity_ = file_.identity(); // it may just have been made
+    identity_ = file_.identity(); // it may have just been created
     if (logGrown_)
         database_->deferCheckpoints(logGrown_);
     file_.noteOpened();

@@ -11,23 +11,23 @@ namespace ambrel {
 
 class PreferenceFile;
 
-/// A connection that opens itself when it is needed, and again when the file has been replaced. It
-/// is where the database's errors end. Used by one thread at a time.
+/// A database connection that opens on demand, and again when the file has been replaced. It
+/// handles all database errors. One thread at a time.
 class PreferenceConnection {
   public:
-    /// Receives what can still be read of a damaged database before it is moved aside.
+    /// Receives the readable rows of a damaged database before it is moved aside.
     using Salvage = std::function<void(const QString& key, const Preferences::Value& value)>;
 
-    /// With `logGrown`, checkpoints are left to another connection: see
+    /// With `logGrown`, another connection makes the checkpoints: see
     /// PreferenceDatabase::deferCheckpoints().
     PreferenceConnection(PreferenceFile& file, std::chrono::milliseconds busyTimeout,
                          Salvage salvage, std::function<void()> logGrown = {});
 
     void setBusyTimeout(std::chrono::milliseconds timeout);
 
-    /// Runs `operation` on the open database. False when it was not done: the lock was held, the
-    /// disk refused, or the store goes on in memory. May run it again on the new file when the old
-    /// one proves damaged.
+    /// Runs `operation` on the open database. False if it failed: the lock was held, the disk
+    /// failed, or the store works in memory only. May run it again on the new file if the old one
+    /// is damaged.
     bool perform(const std::function<void(PreferenceDatabase&)>& operation);
 
   private:

@@ -18,7 +18,7 @@ constexpr int kLongLog = 250;
 
 constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 
-/// Commits that another program left behind when it was killed.
+/// Commits left in the log by a program that was killed.
 bool hasLog(const std::filesystem::path& file) {
     std::error_code absent;
     const auto size = std::filesystem::file_size(file.string() + "-wal", absent);
@@ -31,17 +31,17 @@ PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file,
                                        std::chrono::milliseconds busyTimeout)
     : hadLog_(hasLog(file)), database_(file, kOpenFlags, int(busyTimeout.count())) {
     if (version() > kVersion) {
-        // Closing would move a later program's log into its database.
+        // Closing would checkpoint the log of a later program version.
         sqlite3_db_config(database_.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, int(hadLog_),
                           nullptr);
         throw NewerVersion("the preferences were written by a later version");
     }
-    // Overwriting what is removed, as some builds of SQLite do, is half the work of removing it.
+    // Overwriting deleted data, the default of some SQLite builds, doubles the cost of deleting.
     database_.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; "
                    "PRAGMA secure_delete = FAST");
     if (version() < kVersion)
         layOut();
-    value({}); // a table that is not ours shows now
+    value({}); // fails here if the table is not ours
 }
 
 int PreferenceDatabase::version() {
@@ -67,7 +67,7 @@ void PreferenceDatabase::deferCheckpoints(std::function<void()> grown) {
             static_cast<PreferenceDatabase*>(self)->logGrown_();
         return SQLITE_OK;
     };
-    sqlite3_wal_hook(database_.getHandle(), hook, this); // takes the place of SQLite's own
+    sqlite3_wal_hook(database_.getHandle(), hook, this); // replaces SQLite's own hook
 }
 
 void PreferenceDatabase::checkpoint() {
@@ -91,7 +91,7 @@ void PreferenceDatabase::visitRows(
     while (rows.executeStep()) {
         const std::string key = rows.getColumn(0).getString();
         if (!key.starts_with(first))
-            break; // keys with the prefix lie together
+            break; // keys with the prefix are adjacent
         visitor(QString::fromStdString(key), rows);
     }
 }
@@ -113,7 +113,7 @@ void PreferenceDatabase::visitData(const QString& prefix, const Preferences::Vis
 
 std::int64_t PreferenceDatabase::dataSize(const QString& prefix, const Changes& others) {
     std::int64_t size = 0;
-    // A blob's length stands in its row's head; a text has to be read for its bytes.
+    // A blob's length is in the row header; the length of a text in bytes needs the text.
     visitRows("SELECT key, CASE typeof(value) WHEN 'blob' THEN length(value) "
               "WHEN 'text' THEN length(CAST(value AS BLOB)) END "
               "FROM preference WHERE key >= ? AND type = 'data' ORDER BY key",
@@ -142,7 +142,7 @@ void PreferenceDatabase::write(const std::function<Changes()>& changes) {
 }
 
 void PreferenceDatabase::salvage(const std::function<void(const QString&, const Value&)>& row) {
-    // From both ends towards the damage.
+    // Reads from both ends up to the damage.
     for (const char* order : {"ASC", "DESC"}) {
         try {
             SQLite::Statement query(
@@ -152,7 +152,7 @@ void PreferenceDatabase::salvage(const std::function<void(const QString&, const 
                 if (const auto value = PreferenceRow::read(query.getColumn(1), query.getColumn(2)))
                     row(QString::fromStdString(query.getColumn(0).getString()), *value);
             }
-            return; // nothing was in the way
+            return; // all rows were readable
         } catch (const SQLite::Exception&) {
             continue;
         }

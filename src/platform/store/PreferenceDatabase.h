@@ -15,52 +15,53 @@
 
 namespace ambrel {
 
-/// One connection to a preference database: the only place that knows its table and its types.
+/// One connection to a preference database; the only place that knows its table and types.
 ///
-/// Used by one thread at a time. Every operation throws SQLite::Exception when the database does
-/// not answer, with SQLITE_BUSY in it when another connection held the lock for the whole time-out.
+/// One thread at a time. Every operation throws SQLite::Exception on failure, with SQLITE_BUSY if
+/// another connection held the lock for the whole timeout.
 class PreferenceDatabase {
   public:
     using Value = Preferences::Value;
 
-    /// A value by key; without a value the key is removed.
+    /// Values by key; no value removes the key.
     using Changes = std::map<QString, std::optional<Value>>;
 
-    /// The database was written by a later program: it has been left as it was.
+    /// The database was written by a later version; it is left untouched.
     struct NewerVersion : std::runtime_error {
         using std::runtime_error::runtime_error;
     };
 
-    /// Opens the file, making it when missing, and brings it to the current layout. Throws
-    /// NewerVersion when it has a later one.
+    /// Opens or creates the file, and updates it to the current layout. Throws NewerVersion for a
+    /// later one.
     PreferenceDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
 
     void setBusyTimeout(std::chrono::milliseconds timeout);
 
-    /// From now on commits leave the log to checkpoint(); `grown` is called, on the writing thread,
-    /// by each commit that leaves it longer than about 1 MB.
+    /// Leaves checkpoints to checkpoint(). `grown` is called, on the writing thread, by each commit
+    /// that leaves the log longer than about 1 MB.
     void deferCheckpoints(std::function<void()> grown);
 
-    /// Copies the log into the database as far as nobody reads it. Waits for no lock, but for disk.
+    /// Copies the log into the database as far as no reader prevents it. Waits for the disk but not
+    /// for locks.
     void checkpoint();
 
-    /// Absent when the key is, or its row does not read.
+    /// Absent if there is no such key or its row is invalid.
     std::optional<Value> value(const QString& key);
 
-    /// Every key that begins with `prefix`, byte for byte, in the order of their bytes.
+    /// All keys that begin with `prefix`, in byte order.
     QStringList keys(const QString& prefix);
 
     /// As Preferences::visitData().
     void visitData(const QString& prefix, const Preferences::Visitor& visitor);
 
-    /// The length of those values together, without the keys in `others`.
+    /// Total size of those data values in bytes, except the keys in `others`.
     std::int64_t dataSize(const QString& prefix, const Changes& others);
 
-    /// Writes all changes as one transaction, or none of them. `changes` is called once the lock is
-    /// held, so that what it answers cannot be older than what another connection wrote.
+    /// Writes all changes in one transaction, or none. `changes` is called once the lock is held,
+    /// so that its result is never older than another connection's write.
     void write(const std::function<Changes()>& changes);
 
-    /// Hands over the rows of a damaged database that can still be read, until it throws.
+    /// Passes on the readable rows of a damaged database, until it throws.
     void salvage(const std::function<void(const QString&, const Value&)>& row);
 
   private:

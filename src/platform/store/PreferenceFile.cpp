@@ -11,7 +11,7 @@ namespace ambrel {
 namespace fs = std::filesystem;
 
 void PreferenceFile::makeFolder() const {
-    std::error_code ignored; // opening the file will say what is wrong
+    std::error_code ignored; // opening the file reports the error
     const fs::path folder = path_.parent_path();
     if (fs::create_directories(folder, ignored))
         fs::permissions(folder, fs::perms::owner_all, ignored);
@@ -34,7 +34,7 @@ void PreferenceFile::moveAside(int damagedGeneration, std::uint64_t damagedIdent
         const auto time = QDateTime::currentDateTimeUtc();
         const auto name = path_.string() + ".damaged-" +
                           time.toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")).toStdString();
-        // The log first: beside a new database it would be taken for that one's.
+        // The log first: a new database would adopt it.
         for (const char* part : {"-wal", "-shm", ""}) {
             std::error_code failure;
             fs::rename(path_.string() + part, name + part, failure);

@@ -7,29 +7,28 @@
 
 namespace ambrel {
 
-/// The database file that the connections of one store share: where it is, and what has become of
-/// it. Any thread.
+/// The database file shared by the connections of a store, and its state. Any thread.
 class PreferenceFile {
   public:
     explicit PreferenceFile(std::filesystem::path path) : path_(std::move(path)) {}
 
     const std::filesystem::path& path() const { return path_; }
 
-    /// Makes the folder, readable by the user alone, when it is missing.
+    /// Creates the folder, accessible to the user only, if missing.
     void makeFolder() const;
 
-    /// The file that lies at the path now, 0 when there is none.
+    /// Identity of the file now at the path; 0 if there is none.
     std::uint64_t identity() const;
 
-    /// Grows by one each time the file is replaced; a connection to an older one has to reopen.
+    /// Increases each time the file is replaced; older connections must reopen.
     int generation() const { return generation_; }
 
-    /// Moves a damaged file and its log aside, under names that end in ".damaged-" and the time,
-    /// unless that has been done: for this generation, or by another process. The new file is
-    /// abandoned too when it is damaged in its turn.
+    /// Moves a damaged file and its log aside, to names ending in ".damaged-" and the time, unless
+    /// already done for this generation or by another process. If the new file is damaged too, it
+    /// is abandoned.
     void moveAside(int damagedGeneration, std::uint64_t damagedIdentity);
 
-    /// The store goes on in memory, for good.
+    /// From now on the store works in memory only.
     void abandon() { isAbandoned_ = true; }
     bool isAbandoned() const { return isAbandoned_; }
 

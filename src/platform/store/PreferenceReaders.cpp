@@ -1,4 +1,4 @@
-// The readers of Preferences that want a value of one type.
+// The typed readers of Preferences.
 
 #include "platform/store/Preferences.h"
 

@@ -41,7 +41,7 @@ struct Binder {
 
     void operator()(const QByteArray& data) const {
         statement.bind(index, "data");
-        // A null pointer would bind NULL, also for an array that is merely empty.
+        // A null pointer would bind NULL, even for an empty array.
         statement.bind(index + 1, data.isNull() ? "" : data.constData(), int(data.size()));
     }
     void operator()(const QString& text) const {

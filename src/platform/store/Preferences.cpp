@@ -18,19 +18,19 @@ namespace {
 using namespace std::chrono_literals;
 using Changes = PreferenceDatabase::Changes;
 
-constexpr auto kMainBusyTimeout = 10ms; // less than a frame of the screen
+constexpr auto kMainBusyTimeout = 10ms; // less than a screen refresh
 constexpr auto kPoolBusyTimeout = 5s;
-constexpr auto kLastBusyTimeout = 500ms; // at the end
+constexpr auto kLastBusyTimeout = 500ms; // when quitting
 constexpr auto kRetryInterval = 500ms;
 
-/// In one transaction: what takes longer would keep other writers waiting.
+/// Per transaction: larger ones would delay other writers.
 constexpr qsizetype kMostRemovals = 50;
 
 } // namespace
 
-/// Every write goes to `kept_` first and leaves it once a transaction has it. A transaction takes
-/// all that is kept, and takes it under the database's lock, so that an older value never overtakes
-/// a newer one, whichever connection writes.
+/// Every write first goes to `kept_`, and leaves it once a transaction has written it. A
+/// transaction takes everything kept, under the database's lock, so that an older value never
+/// overwrites a newer one, whichever connection writes.
 class Preferences::Impl {
   public:
     explicit Impl(const std::filesystem::path& path)
@@ -100,7 +100,7 @@ class Preferences::Impl {
         return size;
     }
 
-    /// False when it is kept for later.
+    /// False if it is kept for later.
     bool write(const Changes& changes) {
         {
             const std::lock_guard lock(mutex_);
@@ -141,7 +141,7 @@ class Preferences::Impl {
         return flush(pool_);
     }
 
-    /// Writes all that is kept.
+    /// Writes everything kept.
     bool flush(PreferenceConnection& connection) {
         std::map<QString, Kept> taken;
         const auto take = [&] {
@@ -163,7 +163,8 @@ class Preferences::Impl {
         return true;
     }
 
-    /// What a damaged database still gives is written to its successor, unless it is newer here.
+    /// Values rescued from a damaged database are written to the new one, unless a newer one is
+    /// kept here.
     PreferenceConnection::Salvage salvage() {
         return [this](const QString& key, const Value& value) {
             const std::lock_guard lock(mutex_);
@@ -189,7 +190,7 @@ class Preferences::Impl {
         wake_.notify_all();
     }
 
-    /// The thread that writes what the others could not, and moves the log into the database.
+    /// Runs on the thread that retries writes and checkpoints the log.
     void keep() {
         std::unique_lock lock(mutex_);
         while (true) {
@@ -209,7 +210,7 @@ class Preferences::Impl {
 
     void serve(bool isRetrying, bool isCheckpointing) {
         const std::lock_guard lock(poolMutex_);
-        pool_.setBusyTimeout(kMainBusyTimeout); // the next try is not far, and the end may be
+        pool_.setBusyTimeout(kMainBusyTimeout); // the next retry is soon, and so may be quitting
         if (isRetrying)
             flush(pool_);
         if (isCheckpointing)
@@ -273,7 +274,7 @@ void Preferences::remove(const QStringList& keys) {
             removals.emplace(key, std::nullopt);
         first += most;
         if (!impl_->write(removals))
-            most = keys.size(); // or each few would wait for the lock anew
+            most = keys.size(); // otherwise each batch would wait for the lock again
     }
 }
 

@@ -14,24 +14,25 @@
 
 namespace ambrel {
 
-/// The user's preference store: typed values by key, one row each in an SQLite database.
+/// The user's preference store: typed values by key, one row each in an SQLite database
+/// (docs/storage.md).
 ///
-/// A write has reached the database when the call returns, unless another process holds the lock:
-/// then it is kept in memory, read from there, and tried again every half second off the calling
-/// thread. No operation throws or reports a failure: a store that cannot be opened is replaced by
-/// one in memory, a damaged one is moved aside. docs/storage.md lays down file, table and types.
+/// When a write returns, it is in the database, unless another process held the lock: then the
+/// value is kept in memory, read from there, and retried every half second on another thread. No
+/// operation throws or reports an error: a store that cannot be opened works in memory, a damaged
+/// one is moved aside.
 ///
-/// Any thread may call everything. The thread that made the store waits at most 10 ms for a lock;
-/// the others share a second connection that waits up to 5 s.
+/// Any thread may call everything. The thread that created the store waits at most 10 ms for a
+/// lock; the others share a second connection that waits up to 5 s.
 class Preferences {
   public:
-    /// The types of a value. `bool` before the numbers, so that true stays a bool.
+    /// The types of a value. `bool` comes before the numbers, so that true stays a bool.
     using Value = std::variant<QByteArray, QString, QStringList, bool, std::int64_t, double>;
 
-    /// Opens `database`, making it and its folder when missing.
+    /// Opens `database`, creating it and its folder if missing.
     explicit Preferences(const std::filesystem::path& database);
 
-    /// Writes what is still kept, for at most 0.5 s.
+    /// Writes values still pending, for at most 0.5 s.
     ~Preferences();
     Preferences(const Preferences&) = delete;
     Preferences& operator=(const Preferences&) = delete;
@@ -40,37 +41,37 @@ class Preferences {
     static Preferences& shared();
     static std::filesystem::path defaultPath();
 
-    /// The value as stored; absent when the key is, or its row does not read.
+    /// The stored value; absent if there is no such key or its row is invalid.
     std::optional<Value> value(const QString& key) const;
 
     std::optional<QByteArray> data(const QString& key) const;
-    std::optional<QString> string(const QString& key) const; ///< of a number its text
+    std::optional<QString> string(const QString& key) const; ///< a number gives its text
     std::optional<QStringList> strings(const QString& key) const;
     std::optional<bool> boolean(const QString& key) const;
 
-    /// An int is taken where a double is wanted and the reverse (a double that is whole and fits).
+    /// An int is accepted as a double, and a double that is whole and in range as an int.
     std::optional<std::int64_t> integer(const QString& key) const;
     std::optional<double> real(const QString& key) const;
 
     void set(const QString& key, const Value& value);
     void remove(const QString& key);
 
-    /// A few at a time, so that another thread's write gets in between.
+    /// Removes the keys in small transactions, so that other threads' writes get in between.
     void remove(const QStringList& keys);
 
-    /// Every key that begins with `prefix` (case-sensitive), as it stands now.
+    /// All keys that begin with `prefix` (case-sensitive).
     QStringList keys(const QString& prefix = {}) const;
 
-    /// Removes those keys, as remove() does.
+    /// Removes all keys with `prefix`, as remove() does.
     void removeAll(const QString& prefix);
 
-    /// Shows every data value whose key begins with `prefix`, one after the other and without a
-    /// copy: the view lasts for the call, which must not use the store. Starts again from the first
-    /// when it comes upon damage, so a key may be shown twice.
+    /// Visits every data value whose key begins with `prefix`, without copying: the view is valid
+    /// during the call, which must not use the store. Restarts if it meets damage, so a key may be
+    /// visited twice.
     using Visitor = std::function<void(const QString& key, QByteArrayView data)>;
     void visitData(const QString& prefix, const Visitor& visitor) const;
 
-    /// The length of those values together, in bytes. Does not read them.
+    /// Total size of those values in bytes, without reading them.
     std::int64_t dataSize(const QString& prefix) const;
 
   private:

@@ -5,11 +5,11 @@ class QPainter;
 
 namespace ambrel {
 
-/// What a borderless button draws behind its content: a shade under the pointer, darker while it is
-/// pressed, and a ring while it has the focus. Turns antialiasing on.
+/// Paints the background of a borderless button: a shade under the pointer, darker while pressed,
+/// and a focus ring. Turns antialiasing on.
 void paintButtonFace(QPainter& painter, const QAbstractButton& button, double radius);
 
-/// Lets a button act again and again while it is held, after the desktop's usual delay.
+/// Makes a button repeat while held, after the desktop's usual delay.
 void makeRepeating(QAbstractButton& button);
 
 } // namespace ambrel

@@ -9,29 +9,28 @@ namespace ambrel {
 
 class PushButton;
 
-/// The look that the control panels share: a rounded rectangle with a title on the left of its
-/// header row, followed by a check box where the panel can be off and, where it has a default to go
-/// back to, "Reset" on the right.
+/// The common look of the control panels: a rounded rectangle with a header row of a title, an
+/// optional check box that switches the panel on, and an optional "Reset" button on the right.
 class ControlPanel : public RoundedPanel {
     Q_OBJECT
 
   public:
-    /// `spacing` between the rows, in points of the standard body font.
+    /// `spacing` between rows, in points of the standard body font.
     ControlPanel(const QString& title, double spacing, QWidget* parent = nullptr);
 
-    /// The check box, for whoever says whether it is on and what it does; off at first.
+    /// Adds the check box, off at first. Its state and effect are up to the caller.
     void addSwitch(const QString& accessibleName);
     /// Emits nothing.
     void setSwitchedOn(bool isOn);
 
-    /// The button, for whoever says when it is enabled and what it does; disabled at first.
+    /// Adds the button, disabled at first. Its state and effect are up to the caller.
     void addReset(const QString& accessibleName);
     void setResetEnabled(bool enabled);
 
     void addRow(QWidget* row);
 
   Q_SIGNALS:
-    void switched(bool on); ///< by the user, be it without a click: screen readers toggle
+    void switched(bool on); ///< by the user, also through a screen reader
     void resetRequested();
 
   private:
@@ -44,8 +43,8 @@ class ControlPanel : public RoundedPanel {
     PushButton* reset_ = nullptr;
 };
 
-/// A horizontal row of widgets, `spacing` points apart: at their natural sizes and centred
-/// vertically or, with a stretch, sharing what room there is.
+/// A horizontal row of widgets, `spacing` points apart: at their natural sizes and vertically
+/// centred or, with a stretch, sharing the available width.
 class ControlRow : public QWidget {
     Q_OBJECT
 

@@ -11,8 +11,9 @@ class Divider : public QWidget {
   public:
     explicit Divider(Qt::Orientation orientation = Qt::Horizontal, QWidget* parent = nullptr);
 
-    /// Of a hairline on that widget. A point can be one or two pixels at a scale between, by where
-    /// it lies: the line is as many pixels as a point has whole ones, wherever it is.
+    /// Thickness of a hairline on that widget. At fractional scales a point may be one or two
+    /// pixels depending on its position; the line always has as many pixels as a point has whole
+    /// ones.
     static double thickness(const QWidget& widget);
 
   protected:

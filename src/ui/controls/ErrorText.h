@@ -4,8 +4,8 @@
 
 namespace ambrel {
 
-/// What went wrong, word for word: plain, red, selectable, and on as many lines as it takes. One
-/// that would not fit on the screen scrolls.
+/// An error message: plain, red, selectable, wrapped, and scrolling if it does not fit on the
+/// screen.
 class ErrorText : public QTextEdit {
     Q_OBJECT
 

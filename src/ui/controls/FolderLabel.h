@@ -6,8 +6,8 @@
 
 namespace ambrel {
 
-/// The folder for downloads on one line, the user's home as "~". Of a path that is too long the end
-/// is shown, and all of it in the tooltip.
+/// The download folder on one line, with "~" for the home. A path that is too long shows its end,
+/// and all of it in the tooltip.
 class FolderLabel : public TextLabel {
     Q_OBJECT
 

@@ -6,13 +6,13 @@ class QMenu;
 
 namespace ambrel {
 
-/// A button that opens a menu below it. Screen readers find the menu's items under the button:
-/// Qt's own buttons keep theirs to themselves.
+/// A button that opens a menu below it. Unlike with Qt's own, screen readers find the menu's items
+/// under the button.
 class MenuButton : public PushButton {
     Q_OBJECT
 
   public:
-    /// Takes the menu as its own.
+    /// Takes ownership of the menu.
     MenuButton(const QString& text, QMenu* menu, QWidget* parent = nullptr);
 };
 

@@ -7,7 +7,7 @@
 namespace ambrel {
 namespace {
 
-/// What Qt tells of a line edit, which it keeps to itself, and the number.
+/// Adds the number to Qt's description of a line edit, which is private.
 class NumberInterface : public QAccessibleWidget,
                         public QAccessibleTextInterface,
                         public QAccessibleEditableTextInterface,

@@ -6,8 +6,8 @@
 
 namespace ambrel {
 
-/// A line edit whose text stands for a number. Screen readers are given the number, its bounds and
-/// its step besides the text.
+/// A line edit for a number. Screen readers get the number, its bounds and its step as well as the
+/// text.
 class NumberEdit : public QLineEdit {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ class NumberEdit : public QLineEdit {
 
     struct Number {
         std::function<double()> value;
-        /// Does what typing that number and committing it does.
+        /// Has the effect of typing and committing the number.
         std::function<void(double)> set;
         std::function<Range()> range;
     };

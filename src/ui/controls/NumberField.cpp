@@ -9,13 +9,13 @@
 namespace ambrel {
 namespace {
 
-/// The focus comes from or goes to another window or a menu: the field is not being left.
+/// The focus moves to or from another window or a menu: the field is not being left.
 bool isPassing(const QFocusEvent& event) {
     return event.reason() == Qt::ActiveWindowFocusReason ||
            event.reason() == Qt::PopupFocusReason || event.reason() == Qt::MenuBarFocusReason;
 }
 
-/// With this one, Qt selects the text.
+/// Qt selects the text for this reason.
 constexpr Qt::FocusReason kToSelected = Qt::ShortcutFocusReason;
 
 } // namespace
@@ -76,8 +76,8 @@ void NumberField::focusInEvent(QFocusEvent* event) {
     if (isPassing(*event) || event->reason() == kToSelected)
         return;
     beginTyping(State::entered);
-    // A screen reader that hears of the text before it hears of the focus, which Qt tells after
-    // this, says nothing.
+    // The focus must be announced before the text (Qt announces it after this), or screen readers
+    // stay silent.
     QMetaObject::invokeMethod(this, &NumberField::clearForTyping, Qt::QueuedConnection);
 }
 
@@ -102,7 +102,7 @@ void NumberField::focusOutEvent(QFocusEvent* event) {
 void NumberField::hideEvent(QHideEvent* event) {
     QLineEdit::hideEvent(event);
     if (!event->spontaneous())
-        commitTyping(); // in a window that is not active no focus is lost
+        commitTyping(); // an inactive window loses no focus
 }
 
 void NumberField::changeEvent(QEvent* event) {
@@ -160,7 +160,7 @@ void NumberField::showInstead() {
         selectAll();
 }
 
-/// What was typed so far counts first, as it would for a button that takes the focus.
+/// Commits typed text first, as a button that takes the focus would.
 void NumberField::stepByKey(int direction) {
     if (state_ == State::typing && !text().isEmpty())
         rules_.commit(text(), anchor_);

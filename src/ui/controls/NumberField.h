@@ -7,27 +7,27 @@
 
 namespace ambrel {
 
-/// A field for a typed number. Gaining the focus clears it for fresh typing; Return and the loss of
-/// focus commit; Escape leaves it without. While it is typed into, refresh() leaves it alone. It
-/// takes any text: what is no number is thrown out by the commit. Coming back from another window
-/// it still has the focus and what was typed. Its accessible description is the value as it is,
-/// also while that is typed over.
+/// A field for typing a number. Gaining the focus clears it; Return and losing the focus commit the
+/// text; Escape leaves without committing. refresh() does not disturb typing. Any text can be
+/// typed; an invalid one is discarded on commit. Switching to another window and back keeps the
+/// focus and the text. The accessible description is always the current value, even while another
+/// is being typed.
 class NumberField : public NumberEdit {
     Q_OBJECT
 
   public:
     enum class AfterReturn {
         leave,      ///< give up the focus
-        leaveWhole, ///< give up the focus, with the value as whole as it is shown
+        leaveWhole, ///< give up the focus, truncating the value to a whole number
         stay        ///< keep the focus with the text selected, to be committed again
     };
 
-    /// What one field does differently from the next.
+    /// The behaviour of one field.
     struct Rules {
-        /// How the value is shown.
+        /// The text that shows the value.
         std::function<QString()> text;
-        /// Takes a text over into the model; false when it is no value. `anchor` is the value when
-        /// typing began.
+        /// Sets the model from a text; false if it is invalid. `anchor` is the value when typing
+        /// began.
         std::function<bool(const QString& text, double anchor)> commit;
         /// One step up (1) or down (-1). May be empty.
         std::function<void(int direction)> step;
@@ -38,17 +38,17 @@ class NumberField : public NumberEdit {
     NumberField(const QString& accessibleName, double width, Theme::TextStyle style, Number number,
                 Rules rules, QWidget* parent = nullptr);
 
-    /// Shows the value as it is now, unless it is being typed into.
+    /// Shows the current value, unless something is being typed.
     void refresh();
 
-    /// Selects the value as it is, to be typed over.
+    /// Shows the current value selected, ready to be typed over.
     void editSelected();
 
-    /// Takes a step, or another value, and shows it in place of what is being typed.
+    /// Makes a step, or sets another value, and shows it in place of the text being typed.
     void step(int direction);
     void setValue(double value) override;
 
-    /// Commits what is being typed, if anything is, as the loss of focus would.
+    /// Commits the text being typed, if any, as losing the focus would.
     void commitTyping();
 
     QSize sizeHint() const override;
@@ -63,10 +63,10 @@ class NumberField : public NumberEdit {
 
   private:
     enum class State {
-        shown,   ///< the text is the value's and follows it
-        entered, ///< the same text, to be cleared as soon as the focus has been told
-        typing,  ///< the text is the user's
-        leaving  ///< without a commit
+        shown,   ///< shows the value and follows it
+        entered, ///< still shows it; cleared once the focus change is announced
+        typing,  ///< shows what the user types
+        leaving  ///< losing the focus without a commit
     };
 
     void applyTheme();

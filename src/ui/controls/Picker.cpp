@@ -16,7 +16,7 @@ class PickerInterface : public QAccessibleWidget {
   public:
     explicit PickerInterface(Picker* picker) : QAccessibleWidget(picker, QAccessible::ComboBox) {}
 
-    /// The choice is the description too: some screen readers know no other way to it while the
+    /// The choice is also the description: some screen readers find it in no other way while the
     /// list is closed.
     QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Value || kind == QAccessible::Description
@@ -84,7 +84,7 @@ void Picker::fillMenu() {
     }
 }
 
-/// With the choice where it stands already.
+/// Opens with the current choice in place and selected.
 void Picker::showPopup() {
     QAction* choice = menu_->actions().value(currentIndex());
     menu_->setMinimumWidth(width());

@@ -6,10 +6,10 @@ class QMenu;
 
 namespace ambrel {
 
-/// A list of choices that drops down. It takes the focus by Tab alone, and the wheel passes over it
-/// while it has none: whoever scrolls past must not change a setting. Screen readers are given its
-/// name and, as its value, the choice: Qt's own gives them the choice as its name. What drops down
-/// is a menu: in Qt's own list a screen reader selects an item without choosing it.
+/// A drop-down list of choices. It gets the focus by Tab only, and ignores the wheel without it, so
+/// that scrolling past never changes a setting. Screen readers get its name, and the choice as its
+/// value (Qt gives the choice as the name). It drops down a menu, because in Qt's list a screen
+/// reader can select an item but not choose it.
 class Picker : public QComboBox {
     Q_OBJECT
 

@@ -60,7 +60,7 @@ void PushButton::paintEvent(QPaintEvent* event) {
         QPushButton::paintEvent(event);
 }
 
-/// Styles shade a tinted button so much that its text is hard to read, each in a way of its own.
+/// Styles shade tinted buttons so strongly, each in its own way, that the text is hard to read.
 void PushButton::paintFilled() {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

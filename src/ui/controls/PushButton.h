@@ -6,9 +6,9 @@
 
 namespace ambrel {
 
-/// A bordered button of the desktop's style. It takes the focus by Tab alone, so that after a click
-/// Space still plays. "&" in its text is shown as it is; a button that shows a symbol has its
-/// accessible name as its tooltip too.
+/// A bordered button in the desktop's style. It gets the focus by Tab only, so that Space still
+/// plays after a click. "&" in its text is shown literally; a button with a symbol shows its
+/// accessible name as tooltip.
 class PushButton : public QPushButton {
     Q_OBJECT
 
@@ -24,8 +24,8 @@ class PushButton : public QPushButton {
                         QWidget* parent = nullptr);
     PushButton(Symbol symbol, const QString& accessibleName, QWidget* parent = nullptr);
 
-    /// Disabled, a button would pass the focus on to the next one, which Space then presses: it is
-    /// given up instead.
+    /// Gives up the focus when disabled. Qt would pass it to the next button, which Space would
+    /// then press.
     void setEnabledWithoutPassingFocus(bool enabled);
 
     QSize sizeHint() const override;

@@ -4,8 +4,8 @@
 
 namespace ambrel {
 
-/// A borderless button of small print in the secondary colour, for what is seldom wanted. It takes
-/// the focus by Tab alone and then shows a ring.
+/// A borderless button with small text in the secondary colour, for rarely used actions. It gets
+/// the focus by Tab only, and then shows a ring.
 class QuietButton : public QAbstractButton {
     Q_OBJECT
 

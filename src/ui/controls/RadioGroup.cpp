@@ -25,7 +25,7 @@ RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels,
         group_.addButton(button, column->count());
         column->addWidget(button, 0, Qt::AlignLeft);
     }
-    // Not when it is clicked: screen readers toggle.
+    // Not clicked(): screen readers toggle.
     connect(&group_, &QButtonGroup::idToggled, this, [this](int index, bool isChosen) {
         if (isChosen)
             Q_EMIT chosen(index);

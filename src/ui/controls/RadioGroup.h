@@ -5,8 +5,8 @@
 
 namespace ambrel {
 
-/// Radio buttons one below the other, of which one is chosen. Screen readers are told that they
-/// belong together, and to what. Tab leads to the chosen one, the arrow keys to the others.
+/// Radio buttons in a column. Screen readers get them as one named group. Tab leads to the chosen
+/// button, the arrow keys to the others.
 class RadioGroup : public QWidget {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ class RadioGroup : public QWidget {
     bool holdsFocus() const;
 
   Q_SIGNALS:
-    void chosen(int index); ///< by the user, another than before
+    void chosen(int index); ///< by the user, if different
 
   private:
     QButtonGroup group_;

@@ -4,7 +4,7 @@
 
 namespace ambrel {
 
-/// The rounded rectangle in the panels' colour that groups what lies on it.
+/// A rounded rectangle in the panel colour that groups its contents.
 class RoundedPanel : public QWidget {
     Q_OBJECT
 

@@ -6,13 +6,13 @@
 
 namespace ambrel {
 
-/// Shows and hides a row smoothly, or at once where the desktop has animations off. While it goes,
-/// and once it is gone, nothing in it has the focus.
+/// Shows and hides a row with an animation, or at once if the desktop has animations off. Nothing
+/// in it has the focus while it is being hidden or is hidden.
 class SlidingRow : public QWidget {
     Q_OBJECT
 
   public:
-    /// Takes the row; hidden at first.
+    /// Takes ownership of the row, which is hidden at first.
     explicit SlidingRow(QWidget* row, QWidget* parent = nullptr);
 
     void setShown(bool shown);
@@ -28,7 +28,7 @@ class SlidingRow : public QWidget {
 
     QWidget* row_;
     QVariantAnimation animation_;
-    double share_ = 0; ///< of the row's height that is seen, 0 to 1
+    double share_ = 0; ///< visible fraction of the row's height, 0 to 1
     bool isShown_ = false;
 };
 

@@ -13,7 +13,7 @@ namespace {
 constexpr int kSpokes = 10;
 constexpr int kTurnMs = 1000;
 
-/// A progress bar that knows no progress.
+/// Described as an indeterminate progress bar.
 class SpinnerInterface : public QAccessibleWidget {
   public:
     explicit SpinnerInterface(Spinner* spinner)

@@ -5,7 +5,7 @@
 
 namespace ambrel {
 
-/// Turns for as long as something of unknown length goes on. Nothing runs while it is not shown.
+/// An activity indicator for work of unknown length. Uses no timer while hidden.
 class Spinner : public QWidget {
     Q_OBJECT
 

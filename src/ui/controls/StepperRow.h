@@ -8,7 +8,7 @@ namespace ambrel {
 
 class NumberField;
 
-/// A field between a button that takes a step down and one that takes a step up; held, they repeat.
+/// A field between a button that steps down and one that steps up; both repeat while held.
 class StepperRow : public ControlRow {
     Q_OBJECT
 

@@ -7,17 +7,17 @@
 
 namespace ambrel {
 
-/// A borderless button that shows one symbol. Its name is its tooltip and what screen readers say.
-/// It takes the focus by Tab alone and then shows a ring.
+/// A borderless button with one symbol. Its name is its tooltip and accessible name. It gets the
+/// focus by Tab only, and then shows a ring.
 class SymbolButton : public QAbstractButton {
     Q_OBJECT
 
   public:
-    /// Lengths in points of the standard body font: the button, and the symbol in its middle.
+    /// Sizes of the button and of the centred symbol, in points of the standard body font.
     SymbolButton(const QSizeF& size, double symbolSize, QWidget* parent = nullptr);
 
     void setSymbol(Symbol symbol, const QString& name);
-    /// Of the symbol; primary at first.
+    /// Colour of the symbol; primary at first.
     void setColour(Theme::TextColour colour);
     Symbol symbol() const { return symbol_; }
 

@@ -7,7 +7,7 @@
 
 namespace ambrel {
 
-/// A symbol for the eye alone, in one of the text colours.
+/// A decorative symbol in one of the text colours, hidden from screen readers.
 class SymbolView : public QWidget {
     Q_OBJECT
 

@@ -8,8 +8,8 @@
 #include <QPixmapCache>
 #include <QSvgRenderer>
 
-/// A library that is linked statically keeps its resources only when somebody calls this. It stands
-/// outside every namespace, as the function that Q_INIT_RESOURCE declares does.
+/// A static library keeps its resources only if this is called. Outside every namespace, as
+/// Q_INIT_RESOURCE requires.
 static void initialiseResources() {
     Q_INIT_RESOURCE(symbols);
 }

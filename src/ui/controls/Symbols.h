@@ -9,7 +9,7 @@ class QPainter;
 
 namespace ambrel {
 
-/// Our own drawings, stored as SVG files of one colour and painted in the colour of their place.
+/// Ambrel's own symbols: SVG files of a single colour, painted in the colour of the context.
 enum class Symbol {
     play,
     pause,
@@ -26,14 +26,14 @@ enum class Symbol {
     heart
 };
 
-/// Paints `symbol` as large as fits into `box`, sharp at any scale of the screen.
+/// Paints `symbol` as large as fits into `box`, sharp at any screen scale.
 void paintSymbol(QPainter& painter, Symbol symbol, const QRectF& box, const QColor& colour);
 
-/// An icon that takes its colour, faded when disabled, from the application's palette at each
-/// painting, so that it follows a change of palette by itself.
+/// An icon that takes its colour (faded when disabled) from the application's palette on each
+/// painting, so that it follows palette changes.
 QIcon symbolIcon(Symbol symbol, QPalette::ColorRole colour = QPalette::ButtonText);
 
-/// The icon of the application.
+/// The application's icon.
 QIcon applicationIcon();
 
 } // namespace ambrel

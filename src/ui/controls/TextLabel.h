@@ -6,8 +6,8 @@
 
 namespace ambrel {
 
-/// One run of plain text in a text style of the theme. Whatever the text holds is shown as it is:
-/// no markup, no mnemonics, and a line break in a single line becomes a space.
+/// Plain text in a text style of the theme, shown literally: no markup, no mnemonics; in a single
+/// line, a line break becomes a space.
 class TextLabel : public QLabel {
     Q_OBJECT
 
@@ -22,7 +22,7 @@ class TextLabel : public QLabel {
     void setBold(bool bold);
     /// Digits of equal width.
     void setMonospaced(bool monospaced);
-    /// A text that is too long loses its middle (or another part) rather than widening the window.
+    /// Shortens a text that is too long, by default in the middle, instead of widening the window.
     void setElideMode(Qt::TextElideMode mode);
 
     QSize minimumSizeHint() const override;

@@ -9,11 +9,11 @@ class QScreen;
 
 namespace ambrel {
 
-/// The look that every view shares: text styles, lengths and colours, all derived from the
-/// desktop's body font and palette. Main thread only, while the QApplication lives.
+/// The common look: text styles, lengths and colours, derived from the desktop's body font and
+/// palette. Main thread only, within the life of the QApplication.
 ///
-/// Whoever keeps something derived from here (a font, a fixed size) derives it again on changed();
-/// colours are best asked for with the widget's palette() at each painting.
+/// Whatever keeps a derived font or size must derive it again on changed(). Colours are best taken
+/// from the widget's palette() on each painting.
 class Theme : public QObject {
     Q_OBJECT
 
@@ -31,18 +31,18 @@ class Theme : public QObject {
     };
     enum class TextColour { primary, secondary, tertiary, accent, error };
 
-    /// Ends with the QApplication.
+    /// Destroyed with the QApplication.
     static Theme& shared();
 
     static QFont font(TextStyle style);
-    /// The same size in the desktop's fixed-width family, so that changing digits do not shift.
+    /// The same size in the desktop's fixed-width family, so that changing digits do not move.
     static QFont monospacedFont(TextStyle style);
 
-    /// A length in device-independent pixels that holds at the standard body font of 10 points and
-    /// grows in proportion with a larger one.
+    /// Device-independent pixels for a length given at the standard body font of 10 points; grows
+    /// in proportion to a larger font.
     static int length(double points);
 
-    /// A window's size by the same measure, as far as `screen` has room for it.
+    /// A window's size by the same measure, limited to what fits on `screen`.
     static QSize windowSize(QSize points, const QScreen* screen);
 
     static QColor textColour(const QPalette& palette, TextColour colour);
@@ -51,7 +51,7 @@ class Theme : public QObject {
     static QColor accent(const QPalette& palette);
 
   Q_SIGNALS:
-    /// The desktop's body font or palette is another one now.
+    /// The desktop's body font or palette has changed.
     void changed();
 
   protected:

@@ -76,7 +76,7 @@ bool TimePickerField::commit(const QString& text) {
 }
 
 void TimePickerField::step(int direction) {
-    // Bounds before sums: what is stored may be any number.
+    // Clamp before adding: the stored value may be any number.
     const std::int64_t value = value_.get();
     if (direction > 0)
         value_.set(value < value_.highest ? value + 1 : value_.highest);

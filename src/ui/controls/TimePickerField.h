@@ -10,9 +10,8 @@ namespace ambrel {
 class NumberField;
 class SymbolButton;
 
-/// A whole number between bounds, with a button above it that adds one and a button below that
-/// takes one away. Shown with leading zeros: two digits when the upper bound has two, otherwise
-/// three.
+/// A whole number within bounds, with buttons above and below that add and subtract one. Shown with
+/// leading zeros: two digits if the upper bound has two, otherwise three.
 class TimePickerField : public QWidget {
     Q_OBJECT
 
@@ -22,13 +21,13 @@ class TimePickerField : public QWidget {
         std::function<void(std::int64_t)> set;
         std::int64_t lowest = 0;
         std::int64_t highest = 999;
-        /// After every change made here, and after every commit.
+        /// Called after every change made here, and after every commit.
         std::function<void()> committed;
     };
 
     TimePickerField(const QString& accessibleName, Value value, QWidget* parent = nullptr);
 
-    /// Shows the value as it is now, unless it is being typed.
+    /// Shows the current value, unless something is being typed.
     void refresh();
 
   private:

@@ -20,7 +20,7 @@ constexpr QSizeF kSize(24, 140);   // points
 constexpr double kKnobSize = 16;   // points
 constexpr double kGrooveWidth = 4; // points
 
-/// The slider counts in steps of the grid.
+/// The slider counts in steps of 0.5 dB.
 int stepsOf(double gain) {
     return int(std::lround(VerticalSlider::snapped(gain) / kGrid));
 }
@@ -58,7 +58,8 @@ VerticalSlider::VerticalSlider(const QString& accessibleName, QWidget* parent)
     setFocusPolicy(Qt::TabFocus);
     setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    // Keys and wheel; the value stands when the action is told, and is taken over after it.
+    // Keys and wheel: the new position is set when the action is signalled, and becomes the value
+    // afterwards.
     connect(this, &QAbstractSlider::actionTriggered, this, [this] {
         setValue(sliderPosition());
         Q_EMIT moved(gain());
@@ -112,7 +113,7 @@ void VerticalSlider::mousePressEvent(QMouseEvent* event) {
         return event->ignore();
     setSliderDown(true);
     grabOffset_ = event->position().y() - centreOf(gain());
-    // Beside the knob, it comes to the pointer; on it, it stays until the pointer moves.
+    // A press off the knob moves it to the pointer; a press on it waits for a move.
     isOnKnob_ = std::abs(grabOffset_) <= knobHeight() / 2;
     if (!isOnKnob_) {
         grabOffset_ = 0;
@@ -131,7 +132,7 @@ void VerticalSlider::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void VerticalSlider::mouseDoubleClickEvent(QMouseEvent* event) {
-    // Beside the knob, the first click has already brought it here, and the place is meant.
+    // Off the knob, the first click has already moved it here, which is what the user wants.
     if (event->button() == Qt::LeftButton && isOnKnob_)
         moveTo(0);
     else

@@ -4,31 +4,31 @@
 
 namespace ambrel {
 
-/// The gain of one band in dB, -12 to 12 from bottom to top on a grid of 0.5, with a thin line at
-/// 0. Arrow keys move by 0.5, Page keys by 3, Home and End to the ends, a double-click sets 0; the
-/// wheel acts while the slider has the focus. Screen readers are given value, range and step in dB.
+/// The gain of a band in dB, -12 to 12 from bottom to top in steps of 0.5, with a thin line at 0.
+/// Arrow keys step by 0.5, Page keys by 3, Home and End go to the ends, a double-click sets 0; the
+/// wheel works while the slider has the focus. Screen readers get value, range and step in dB.
 class VerticalSlider : public QAbstractSlider {
     Q_OBJECT
 
   public:
     explicit VerticalSlider(const QString& accessibleName, QWidget* parent = nullptr);
 
-    /// The gain that is shown, on the grid.
+    /// The gain shown, rounded to a step.
     double gain() const;
 
-    /// Shows any gain at the nearest point of the grid, without telling that it was moved.
+    /// Shows a gain, rounded to a step, without emitting moved().
     void showGain(double gain);
 
-    /// As the user would: tells so.
+    /// Moves as the user would, and emits moved().
     void moveTo(double gain);
 
-    /// On the grid, halves away from zero.
+    /// Rounded to a step, halves away from zero.
     static double snapped(double gain);
 
     QSize sizeHint() const override;
 
   Q_SIGNALS:
-    /// The user moved the knob, perhaps to where it already was.
+    /// The user moved the knob, possibly to the same position.
     void moved(double gain);
 
   protected:
@@ -45,8 +45,8 @@ class VerticalSlider : public QAbstractSlider {
     double centreOf(double gain) const;
     double gainAt(double y) const;
 
-    bool isOnKnob_ = false; ///< the last press was, before it moved the knob
-    double grabOffset_ = 0; ///< of the pointer from the knob's centre, while it is dragged
+    bool isOnKnob_ = false; ///< the last press hit the knob, before any move
+    double grabOffset_ = 0; ///< from the knob's centre to the pointer during a drag
 };
 
 } // namespace ambrel

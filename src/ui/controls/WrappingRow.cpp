@@ -14,7 +14,7 @@ bool expands(const QWidget* widget) {
     return widget->sizePolicy().expandingDirections().testFlag(Qt::Horizontal);
 }
 
-/// One that expands may also be narrower than it would like to be.
+/// Expanding widgets may also be narrower than their size hint.
 int neededWidth(const QWidget* widget) {
     return expands(widget) ? widget->minimumSizeHint().width() : widget->sizeHint().width();
 }
@@ -45,7 +45,7 @@ QSize WrappingRow::sizeHint() const {
     return {widthSideBySide(), layout_->sizeHint().height()};
 }
 
-/// As wide as the widest alone: it is this row that makes room by wrapping.
+/// As wide as the widest widget: the row makes room by wrapping.
 QSize WrappingRow::minimumSizeHint() const {
     int widest = 0;
     for (const QWidget* widget : widgets_) {

@@ -8,9 +8,8 @@ class QBoxLayout;
 
 namespace ambrel {
 
-/// Widgets side by side, or one below the other where the width or a large font leaves no room for
-/// that. Those that expand share what the others leave of the width; without any, the rest is
-/// empty.
+/// Widgets side by side, or in a column if the width or a large font leaves no room. Expanding
+/// widgets share the remaining width; without any it stays empty.
 class WrappingRow : public QWidget {
     Q_OBJECT
 
@@ -18,7 +17,7 @@ class WrappingRow : public QWidget {
     /// `spacing` in points of the standard body font.
     WrappingRow(double spacing, std::initializer_list<QWidget*> widgets, QWidget* parent = nullptr);
 
-    /// Side by side, whichever way they are now: rows lie in rows.
+    /// The size side by side, even while in a column, so that nested rows work.
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 

@@ -13,7 +13,7 @@ class GainLabel;
 class SlidingRow;
 class VerticalSlider;
 
-/// The equaliser: its switch, and one slider for the gain of each of five bands while it is on.
+/// The equaliser panel: a switch and, while on, a slider for each of five bands.
 class EQView : public ControlPanel {
     Q_OBJECT
 

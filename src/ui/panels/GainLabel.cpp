@@ -19,7 +19,7 @@ GainLabel::GainLabel(QWidget* parent) : TextLabel(Theme::TextStyle::caption2) {
     setAlignment(Qt::AlignCenter);
     setElideMode(Qt::ElideRight);
     setCursor(Qt::ArrowCursor);
-    // As wide as the longest gain that a slider can be at, so that no digit moves its neighbours.
+    // As wide as the longest possible gain, so that nothing moves when it changes.
     const auto applyTheme = [this] {
         setFixedWidth(QFontMetrics(Theme::monospacedFont(Theme::TextStyle::caption2))
                           .horizontalAdvance(QStringLiteral("-12.5 ")));

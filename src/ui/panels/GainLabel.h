@@ -4,8 +4,8 @@
 
 namespace ambrel {
 
-/// A gain in dB on the sliders' grid; in the accent colour while it is not 0. A double-click asks
-/// for 0.
+/// A gain in dB, rounded as the sliders; in the accent colour unless it is 0. A double-click
+/// requests 0.
 class GainLabel : public TextLabel {
     Q_OBJECT
 

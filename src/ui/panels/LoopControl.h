@@ -10,7 +10,7 @@ namespace ambrel {
 class SlidingRow;
 class TimePickerField;
 
-/// Whether the region repeats, and the pause between two passes.
+/// The loop panel: the loop switch and the pause between passes.
 class LoopControl : public ControlPanel {
     Q_OBJECT
 

@@ -10,7 +10,7 @@ namespace ambrel {
 class AudioEngine;
 class NumberField;
 
-/// The transposition in cents: typed, or stepped by one cent.
+/// The pitch panel: transposition in cents, typed or in steps of one cent.
 class PitchControl : public ControlPanel {
     Q_OBJECT
 

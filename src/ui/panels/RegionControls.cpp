@@ -17,7 +17,7 @@
 namespace ambrel {
 
 double RegionControls::Time::changed(double time) const {
-    // The fields show whole milliseconds: as long as they show this time, nothing is cut off it.
+    // The fields show whole milliseconds: while they show this time, keep its fraction.
     const std::int64_t shown = minutes * 60000 + seconds * 1000 + milliseconds;
     return shown == wholeMilliseconds(time) ? time : secondsOf(shown);
 }

@@ -13,8 +13,8 @@ namespace ambrel {
 class AudioEngine;
 class TimePickerField;
 
-/// The region's start and end as minutes, seconds and milliseconds. A committed time is kept in the
-/// file, start before end, and starts the region anew while it plays.
+/// The region's start and end in minutes, seconds and milliseconds. A committed time is limited to
+/// the file and keeps start before end; while playing, playback restarts with the new region.
 class RegionControls : public QWidget {
     Q_OBJECT
 
@@ -23,14 +23,14 @@ class RegionControls : public QWidget {
                    QWidget* parent = nullptr);
 
   private:
-    /// A time as its three fields hold it.
+    /// The three fields of a time.
     struct Time {
         std::int64_t minutes = 0;
         std::int64_t seconds = 0;
         std::int64_t milliseconds = 0;
         std::array<TimePickerField*, 3> fields = {};
 
-        double changed(double time) const; ///< what the fields make of it
+        double changed(double time) const; ///< `time` as changed by the fields
         void show(double seconds);
     };
 

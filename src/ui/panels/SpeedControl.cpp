@@ -21,7 +21,7 @@ constexpr double kHighestStep = 100; // percentage points
 constexpr std::array<double, 5> kStepPresets = {1, 2, 5, 10, 25};
 constexpr int kCustom = kStepPresets.size(); // after the presets
 
-/// The place in the picker of a step that is a preset; that of "Custom" otherwise.
+/// Index in the picker of a step that is a preset, otherwise that of "Custom".
 int placeOf(double step) {
     return int(std::ranges::find(kStepPresets, step) - kStepPresets.begin());
 }

@@ -11,7 +11,7 @@ class AudioEngine;
 class NumberField;
 class Picker;
 
-/// The speed in percent: typed, stepped, and the size of the steps.
+/// The speed panel: speed in percent, typed or in steps, and the size of the steps.
 class SpeedControl : public ControlPanel {
     Q_OBJECT
 
@@ -30,8 +30,8 @@ class SpeedControl : public ControlPanel {
 
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
-    /// "Custom" was chosen while the step was one of the presets: the field stays until a step is
-    /// committed or another choice made.
+    /// "Custom" was chosen while the step equalled a preset: the field stays until a step is
+    /// committed or another choice is made.
     bool isCustomChosen_ = false;
     NumberField* speed_;
     Picker* step_;

@@ -58,7 +58,7 @@ void TransportView::showPosition() {
         fitReadOut();
 }
 
-/// A read-out of fixed size asks for no new layout of the window with each step of the play head.
+/// A read-out of fixed size needs no new layout of the window at each step of the play head.
 void TransportView::fitReadOut() {
     readOut_->setFixedSize(readOut_->QLabel::sizeHint());
 }

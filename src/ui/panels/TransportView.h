@@ -12,7 +12,7 @@ class AudioEngine;
 class SymbolButton;
 class TextLabel;
 
-/// Starts and pauses the region, and shows the play head's position.
+/// Start and pause button, and the position of the play head.
 class TransportView : public QWidget {
     Q_OBJECT
 

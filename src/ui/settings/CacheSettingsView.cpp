@@ -181,7 +181,7 @@ void CacheSettingsView::showStats(const CacheMaintenance::Stats& stats) {
     totalMB_->setText(oneDecimal(totalMB) + QStringLiteral(" MB"));
 }
 
-/// Choosing the custom one changes nothing until a number is committed.
+/// Choosing "custom" changes nothing until a number is committed.
 void CacheSettingsView::chooseSizePreset(int place) {
     if (SizePreset(place) != SizePreset::custom)
         cache_.setMaxTotalBytes(sizePresets().at(std::size_t(place)).limit);

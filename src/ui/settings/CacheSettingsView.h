@@ -18,14 +18,14 @@ class LimitControl;
 class TextLabel;
 class WaveformCache;
 
-/// The content of the settings window: the folder for downloads, what the waveform cache holds,
-/// and its limits. It shows them as they are when it is made; the figures, which follow when they
-/// are counted, also after a clear and whenever the window becomes active. Main thread only.
+/// The content of the settings window: the download folder, the size of the waveform cache, and its
+/// limits. Settings are shown as they are at creation; the size appears once measured, and is
+/// measured again after a clear and whenever the window becomes active. Main thread only.
 class CacheSettingsView : public QWidget {
     Q_OBJECT
 
   public:
-    /// What the view works with; all of it outlives the view.
+    /// What the view uses; all of it must outlive the view.
     struct Services {
         WaveformCache& cache;
         CacheMaintenance& maintenance;

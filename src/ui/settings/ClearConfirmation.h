@@ -4,8 +4,8 @@
 
 namespace ambrel {
 
-/// Asks whether everything that was cached and set is really to go. Cancel is what Return and
-/// Escape do.
+/// Asks for confirmation before all cached waveforms and all settings are deleted. Return and
+/// Escape cancel.
 class ClearConfirmation : public QMessageBox {
     Q_OBJECT
 

@@ -24,7 +24,7 @@ FormScroller::FormScroller(QWidget* form, QWidget* parent) : QScrollArea(parent)
     });
 }
 
-/// A row that has just appeared has no place yet.
+/// A row that has just appeared has no position yet.
 void FormScroller::showOnceLaidOut(QWidget* focused) {
     const QPointer<QWidget> alive(focused);
     const auto show = [this, alive] {
@@ -35,7 +35,7 @@ void FormScroller::showOnceLaidOut(QWidget* focused) {
 }
 
 QSize FormScroller::sizeHint() const {
-    const int besideForm = Theme::length(90); // the window's frame and what stands below the form
+    const int besideForm = Theme::length(90); // window frame and what is below the form
     const QSize form = widget()->sizeHint();
     const int room = screen()->availableSize().height() - besideForm;
     return {widget()->minimumSizeHint().width(), std::clamp(form.height(), 1, std::max(room, 1))};

@@ -4,13 +4,13 @@
 
 namespace ambrel {
 
-/// As high as the form in it, which grows and shrinks, and as wide as it is told; where the screen
-/// is too low for that the form scrolls, to what has the focus.
+/// A scroll area as high as its form, which may grow and shrink, and of a given width. If the
+/// screen is too low, it scrolls to keep the focus visible.
 class FormScroller : public QScrollArea {
     Q_OBJECT
 
   public:
-    /// Takes the form.
+    /// Takes ownership of the form.
     explicit FormScroller(QWidget* form, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;

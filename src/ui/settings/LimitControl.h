@@ -7,9 +7,8 @@ namespace ambrel {
 class NumberEdit;
 class RadioGroup;
 
-/// One limit of the waveform cache: presets to choose from and, while the last of them, the custom
-/// one, is chosen, a field for a whole number. What is typed there counts when Return is pressed
-/// and stays as it is, valid or not.
+/// One limit of the waveform cache: presets and, while "custom" (the last) is chosen, a field for a
+/// whole number. Its text is applied on Return and stays as typed, valid or not.
 class LimitControl : public ControlPanel {
     Q_OBJECT
 
@@ -20,8 +19,8 @@ class LimitControl : public ControlPanel {
         QStringList presets;
         QString field; ///< accessible name
         QString placeholder;
-        QString unit;       ///< behind the field
-        double highest = 0; ///< that is taken; the lowest is 1
+        QString unit;       ///< shown after the field
+        double highest = 0; ///< highest value accepted; the lowest is 1
     };
 
     explicit LimitControl(const Texts& texts, QWidget* parent = nullptr);

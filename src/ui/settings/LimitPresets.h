@@ -9,13 +9,13 @@
 
 namespace ambrel {
 
-/// One limit that the settings window offers; absent for none, and for the custom one.
+/// One limit offered in the settings window; absent for no limit, and for the custom one.
 template <typename Limit> struct LimitPreset {
     QString label;
     std::optional<Limit> limit;
 };
 
-/// Each case is the place of its preset on screen.
+/// In the order shown on screen.
 enum class SizePreset { one, fifty, hundred, unlimited, custom };
 enum class AgePreset { seven, fourteen, oneMonth, sixMonths, oneYear, indefinite, custom };
 
@@ -28,8 +28,7 @@ const AgePresets& agePresets();
 constexpr std::int64_t kBytesPerMB = 1048576;
 constexpr double kSecondsPerDay = 86400;
 
-/// The place of the preset with exactly that limit; that of the custom one, the last, when there is
-/// none.
+/// The index of the preset with exactly that limit, or of the last (custom) if there is none.
 template <typename Presets, typename Limit>
 int placeOf(const std::optional<Limit>& limit, const Presets& presets) {
     const auto last = presets.end() - 1;

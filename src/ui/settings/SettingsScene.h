@@ -12,12 +12,12 @@ class SettingsStore;
 class SettingsWindow;
 class WaveformCache;
 
-/// The application's settings window: there is never more than one, made when it is wanted. Lives
-/// as long as the application, so that what was begun in the window is finished without it. Main
-/// thread only.
+/// The application's settings window, of which there is at most one, created on demand. Lives as
+/// long as the application, so that what was started in the window is finished after it has closed.
+/// Main thread only.
 class SettingsScene {
   public:
-    /// All of it outlives the scene.
+    /// All of it must outlive the scene.
     struct Services {
         WaveformCache& cache;
         SettingsStore& settings;
@@ -28,7 +28,7 @@ class SettingsScene {
     explicit SettingsScene(const Services& services);
     ~SettingsScene();
 
-    /// Shows the window, or brings the one that is open to the front.
+    /// Shows the window, or brings it to the front.
     void open();
 
   private:

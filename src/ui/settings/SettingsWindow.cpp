@@ -25,7 +25,7 @@ SettingsWindow::SettingsWindow(QWidget* content)
 void SettingsWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (!event->spontaneous())
-        setFocus(); // of its own: no control looks as if it had been chosen
+        setFocus(); // so that no control looks selected
 }
 
 } // namespace ambrel

@@ -4,13 +4,13 @@
 
 namespace ambrel {
 
-/// A window of its own, as large as its content and never of another size, that Escape and Ctrl+W
-/// close. It deletes itself then. It never keeps the application running.
+/// A window of fixed size, that of its content. Escape and Ctrl+W close it, and it then deletes
+/// itself. It never keeps the application running.
 class SettingsWindow : public QWidget {
     Q_OBJECT
 
   public:
-    /// Takes the content.
+    /// Takes ownership of the content.
     explicit SettingsWindow(QWidget* content);
 
   protected:

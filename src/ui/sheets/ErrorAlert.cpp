@@ -6,7 +6,7 @@
 namespace ambrel {
 namespace {
 
-/// Lets a line break inside a word that is longer than a line: file names need have no space.
+/// Allows line breaks within words longer than a line: file names may have no spaces.
 QString breakable(const QString& text) {
     constexpr int longestWord = 40;
     constexpr QChar zeroWidthSpace(0x200B);

@@ -4,8 +4,7 @@
 
 namespace ambrel {
 
-/// The alert that tells of a failure: titled "Error", with the message as plain text that can be
-/// selected, and "OK".
+/// An error alert: the title "Error", the message as selectable plain text, and "OK".
 class ErrorAlert : public QMessageBox {
     Q_OBJECT
 

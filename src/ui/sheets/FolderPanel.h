@@ -5,12 +5,12 @@
 
 namespace ambrel {
 
-/// The desktop's own dialog for choosing one folder.
+/// The desktop's dialog for choosing a folder.
 class FolderPanel : public QFileDialog {
     Q_OBJECT
 
   public:
-    /// Starts in `folder`, or in the nearest above it that exists.
+    /// Starts in `folder`, or in its nearest parent that exists.
     explicit FolderPanel(const QUrl& folder, QWidget* parent);
 
   Q_SIGNALS:

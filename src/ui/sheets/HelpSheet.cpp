@@ -88,7 +88,7 @@ HelpSheet::HelpSheet(QWidget* parent) : QDialog(parent), scroller_(new QScrollAr
     resize(Theme::windowSize({560, 560}, screen()));
 }
 
-/// A gesture that is not given back outlives its widget.
+/// Gestures must be released, or they outlive the widget.
 HelpSheet::~HelpSheet() {
     QScroller::ungrabGesture(scroller_->viewport());
 }
@@ -130,7 +130,7 @@ void HelpSheet::keyPressEvent(QKeyEvent* event) {
         QDialog::keyPressEvent(event);
 }
 
-/// "Done" would take the arrow keys for handing on the focus.
+/// "Done" would use the arrow keys to move the focus.
 bool HelpSheet::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && scroll(static_cast<QKeyEvent*>(event)->key()))
         return true;

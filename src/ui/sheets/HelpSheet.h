@@ -6,7 +6,7 @@ class QScrollArea;
 
 namespace ambrel {
 
-/// A short user guide. It scrolls by wheel, keys and touch; "Done" and Escape close it.
+/// A short user guide. Scrolls by wheel, keys and touch; "Done" and Escape close it.
 class HelpSheet : public QDialog {
     Q_OBJECT
 
@@ -21,7 +21,7 @@ class HelpSheet : public QDialog {
   private:
     QWidget* makeContent();
 
-    /// Whether the key is one that scrolls.
+    /// Scrolls for a key; false if it is not a scrolling key.
     bool scroll(int key);
 
     QScrollArea* scroller_;

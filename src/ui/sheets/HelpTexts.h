@@ -7,7 +7,7 @@
 
 namespace ambrel {
 
-/// The user guide of the help sheet, all of it.
+/// The complete text of the user guide.
 struct HelpSection {
     QString title;
     QStringList lines;

@@ -3,7 +3,7 @@
 namespace ambrel {
 namespace {
 
-/// Endings of files that hold sound and nothing else, in both cases: some desktops tell them apart.
+/// Extensions of audio files, in both cases, because some desktops distinguish them.
 QString audioPatterns() {
     static const QStringList endings = {
         QStringLiteral("mp3"),  QStringLiteral("wav"),  QStringLiteral("wave"),

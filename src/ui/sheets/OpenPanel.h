@@ -5,7 +5,7 @@
 
 namespace ambrel {
 
-/// The desktop's own file dialog, for one file with sound.
+/// The desktop's file dialog, for one audio file.
 class OpenPanel : public QFileDialog {
     Q_OBJECT
 

@@ -17,7 +17,7 @@ void SheetBlocker::present(QDialog* sheet, QWidget* window) {
 
 SheetBlocker::SheetBlocker(QDialog* sheet, QWidget* window)
     : QObject(sheet), sheet_(sheet), window_(window) {
-    // Input reaches the widgets of a window through its native window.
+    // Widgets get their input through the native window.
     if (window->windowHandle())
         window->windowHandle()->installEventFilter(this);
 }

@@ -8,17 +8,17 @@ class QDialog;
 
 namespace ambrel {
 
-/// Keeps input from a window while a dialog stands over it; an attempt brings the dialog to the
-/// front. Qt's own modality would do the same but also keep the window from being closed, and
-/// closing it must end the application at any moment.
+/// Blocks input to a window while a dialog is open over it; an attempt brings the dialog to the
+/// front. Qt's modality would also keep the window from being closed, and closing it must quit the
+/// application at any moment.
 ///
-/// Owned by the dialog, and in force for as long as that is open.
+/// Owned by the dialog, and active while that is open.
 class SheetBlocker : public QObject {
     Q_OBJECT
 
   public:
-    /// Shows `sheet` over `window`, as soon as that has its place on the screen. The sheet deletes
-    /// itself when it is closed.
+    /// Shows `sheet` over `window` as soon as that is on the screen. The sheet deletes itself when
+    /// closed.
     static void present(QDialog* sheet, QWidget* window);
 
   protected:

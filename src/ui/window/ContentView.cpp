@@ -66,11 +66,11 @@ ContentView::ContentView(const Services& services, QWidget* parent)
 }
 
 ContentView::~ContentView() {
-    // What the loader and the sheets still report finds a view whose members are going.
+    // Late reports of the loader and the sheets would find a view being destroyed.
     disconnect(state_.get(), nullptr, this, nullptr);
 }
 
-/// Escape leaves the control that has the focus, so that Space plays again.
+/// Escape removes the focus from a control, so that Space plays again.
 void ContentView::keyPressEvent(QKeyEvent* event) {
     QWidget* holder = window()->focusWidget();
     if (event->key() != Qt::Key_Escape || !holder || !isAncestorOf(holder))
@@ -114,14 +114,14 @@ void ContentView::observeNotifications(NotificationCenter& notifications) {
 void ContentView::showScreen() {
     const LoadingState& loading = state_->loadingState();
     if (!screen_ || loading.kind != shownKind_) {
-        if (screen_) { // its own button may have brought us here: it goes later
+        if (screen_) { // deleted later: this may be called from its own button
             screen_->hide();
             screen_->deleteLater();
         }
         shownKind_ = loading.kind;
         screen_ = makeScreen(loading);
         column_->addWidget(screen_, 1);
-        screen_->show(); // the layout would do so a turn later, with nothing shown in between
+        screen_->show(); // the layout would do so a turn later and show nothing until then
     }
     if (loadingScreen_)
         loadingScreen_->setMessage(loading.message);

@@ -29,14 +29,14 @@ class SettingsStore;
 class URLDownloader;
 class WaveformCache;
 
-/// The content of the main window: the header bar, and below it the screen that suits the loading
-/// state. It owns the loading of files, shows the error alert and the open panel, and carries out
-/// what the menus post. Main thread only.
+/// The content of the main window: the header bar, and below it the screen for the loading state.
+/// It owns the FileLoader, shows the error alert and the open panel, and carries out the menus'
+/// notifications. Main thread only.
 class ContentView : public QScrollArea {
     Q_OBJECT
 
   public:
-    /// What the view works with. All but the state and the engine outlive it.
+    /// What the view uses. Everything but the state and the engine must outlive it.
     struct Services {
         std::shared_ptr<AppState> state;
         std::shared_ptr<AudioEngine> engine;
@@ -48,24 +48,25 @@ class ContentView : public QScrollArea {
         DownloadSettingsStore& downloadSettings;
         URLDownloader& downloader;
         std::function<void()> openSettings = [] {};
-        QUrl donationPage = {}; ///< none: no button for it
+        QUrl donationPage = {}; ///< empty: no donation button
     };
 
-    /// From here on the engine reports to the state.
+    /// Connects the engine to the state.
     explicit ContentView(const Services& services, QWidget* parent = nullptr);
     ~ContentView() override;
 
-    /// Shows the open panel; the file chosen starts with the defaults.
+    /// Shows the open panel; the chosen file starts with the defaults.
     void openFile();
 
-    /// As FileLoader::loadFile, once what is being typed is committed for the file that goes.
+    /// As FileLoader::loadFile, after committing text being typed, which belongs to the previous
+    /// file.
     void loadFile(const QUrl& url, bool restoreSettings);
 
-    /// Commits what is being typed into a field, wherever the focus is.
+    /// Commits the text being typed into any field.
     void commitTyping();
 
-    /// Shows the recent files as they are stored now: another copy of the program may have changed
-    /// them. Done by itself whenever the window becomes active.
+    /// Shows the recent files as stored now, since another Ambrel may have changed them. Called
+    /// whenever the window becomes active.
     void refillRecentFiles();
 
   protected:
@@ -88,7 +89,7 @@ class ContentView : public QScrollArea {
     URLDownloader& downloader_;
     QBoxLayout* column_;
     QPointer<QWidget> screen_;
-    LoadingScreen* loadingScreen_ = nullptr; ///< the screen, while a file loads
+    LoadingScreen* loadingScreen_ = nullptr; ///< set while a file loads
     LoadingState::Kind shownKind_ = LoadingState::Kind::idle;
     QPointer<OpenPanel> openPanel_;
     QPointer<ErrorAlert> errorAlert_;

@@ -17,14 +17,13 @@ class RecentFilesStore;
 class Spinner;
 class TextLabel;
 
-/// The bar at the top of the window: the file commands, and the name of the open file or how far
-/// its loading has come. What its menu of recent files chooses is posted.
+/// The bar at the top of the window: the file commands, and the name of the open file or the
+/// progress of loading. Choices in its recent files menu are posted as notifications.
 class HeaderBar : public QWidget {
     Q_OBJECT
 
   public:
-    /// Store and notifications outlive the bar. The button for a donation is there only with
-    /// `takesDonations`.
+    /// Store and notifications must outlive the bar. `takesDonations` adds the donation button.
     HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
               NotificationCenter& notifications, bool takesDonations, QWidget* parent = nullptr);
 
@@ -34,7 +33,7 @@ class HeaderBar : public QWidget {
     void settingsRequested();
     void helpRequested();
     void donationRequested();
-    void recentFilesWanted(); ///< the menu is about to show them
+    void recentFilesWanted(); ///< the menu is about to open
 
   protected:
     void paintEvent(QPaintEvent* event) override;

@@ -10,15 +10,14 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// Acts on Ctrl with R, L and the four arrows, wherever the focus is and in whichever window: stop
-/// and rewind, loop, speed and pitch. The keys are found by their place on the keyboard; Shift and
-/// Alt held as well change nothing. The arrows repeat while they are held, R and L act once. Every
-/// other key passes on. Main thread only.
+/// Handles Ctrl with R, L and the arrow keys (stop and rewind, loop, speed, pitch), in any window
+/// and wherever the focus is. Keys are identified by position; Shift and Alt are ignored. Arrows
+/// repeat while held, R and L do not. All other keys pass on. Main thread only. Owned by AmbrelApp.
 class KeyHandler {
   public:
     explicit KeyHandler(std::shared_ptr<AudioEngine> engine);
 
-    /// From here on keys act on that state, for as long as it lives. Ends an earlier start.
+    /// Applies keys to that state for as long as it lives; replaces an earlier start.
     void start(const std::shared_ptr<AppState>& appState);
     void stop();
 

@@ -12,17 +12,17 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// An invisible view without size that holds the window's keyboard focus whenever no control does,
-/// and turns Space into start and pause.
+/// An invisible, empty view that has the window's keyboard focus whenever no control does, and
+/// turns Space into start and pause.
 ///
-/// A control that has the focus keeps Space for itself. When it gives the focus up, is disabled,
-/// hidden or deleted, the focus comes here and goes to no other control. Stands before all controls
-/// in the window's tab order, so that Tab leads from here to the first. Main thread only.
+/// A focused control keeps Space for itself. When it gives up the focus, or is disabled, hidden or
+/// deleted, the focus comes here and not to another control. First in the window's tab order, so
+/// that Tab leads to the first control. Main thread only.
 class KeyResponderNSView : public QWidget {
     Q_OBJECT
 
   public:
-    /// `mainQueue` outlives the view.
+    /// `mainQueue` must outlive the view.
     KeyResponderNSView(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
                        MainQueue& mainQueue, QWidget* parent);
 
@@ -37,7 +37,7 @@ class KeyResponderNSView : public QWidget {
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
     MainQueue& mainQueue_;
-    QPointer<QWidget> holder_; ///< which widget of this window had the focus last
+    QPointer<QWidget> holder_; ///< the widget of this window that had the focus last
 };
 
 } // namespace ambrel

@@ -8,7 +8,7 @@ namespace ambrel {
 
 class TextLabel;
 
-/// What the window shows while a file loads.
+/// The screen shown while a file loads.
 class LoadingScreen : public QWidget {
     Q_OBJECT
 

@@ -5,14 +5,14 @@
 
 namespace ambrel {
 
-/// A file opened before, as a borderless row that is clickable all over: a note and the file's
-/// name. Tooltip and accessible description name the folder, which tells files of one name apart.
-/// Return opens it as Space does.
+/// A recent file as a borderless row, clickable all over: a note symbol and the file name. Tooltip
+/// and accessible description give the folder, to distinguish files of the same name. Return and
+/// Space open it.
 class RecentFileRow : public QAbstractButton {
     Q_OBJECT
 
   public:
-    /// All but the first have a divider above them.
+    /// All rows but the first have a divider above them.
     RecentFileRow(const QUrl& file, bool isFirst, QWidget* parent = nullptr);
 
     QSize sizeHint() const override;
@@ -27,15 +27,15 @@ class RecentFileRow : public QAbstractButton {
     bool isFirst_;
 };
 
-/// Rows one below the other, a list for screen readers too. Tab leads to the row that had the focus
-/// last, the arrow keys to the others.
+/// A list of rows, also for screen readers. Tab leads to the row that last had the focus, the arrow
+/// keys to the others.
 class RecentFileList : public QWidget {
     Q_OBJECT
 
   public:
     explicit RecentFileList(const QList<QUrl>& files, QWidget* parent = nullptr);
 
-    /// Tab leads from here to `next`, which is in the same window.
+    /// Puts the list before `next`, in the same window, in the tab order.
     void putBefore(QWidget& next);
 
   Q_SIGNALS:

@@ -11,15 +11,15 @@ namespace ambrel {
 
 class QuietButton;
 
-/// The files opened last, one below the other, and under them the button that forgets them. Where
-/// the window is too low for all of them they scroll.
+/// The recent files in a column that scrolls if the window is too low, and below it the button that
+/// clears the list.
 class RecentFilesBox : public QWidget {
     Q_OBJECT
 
   public:
     explicit RecentFilesBox(QWidget* parent = nullptr);
 
-    /// Hidden while there are none.
+    /// Hidden if the list is empty.
     void setFiles(const QList<QUrl>& files);
 
   Q_SIGNALS:

@@ -11,7 +11,7 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// The upper part of the working screen: the waveform on its rounded backdrop, and the zoom bar.
+/// The upper part of the working screen: the waveform on a rounded background, and the zoom bar.
 class WaveformSection : public QWidget {
     Q_OBJECT
 

@@ -10,7 +10,7 @@ class QBoxLayout;
 
 namespace ambrel {
 
-/// What the window shows while nothing is open.
+/// The screen shown while no file is open.
 class WelcomeScreen : public QWidget {
     Q_OBJECT
 

@@ -12,8 +12,8 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// What the window shows while a file is open: its waveform, and below it the panels that play and
-/// change it, in a column that scrolls when the window is too low.
+/// The screen shown while a file is open: the waveform, and below it the control panels in a column
+/// that scrolls if the window is too low.
 class WorkingScreen : public QWidget {
     Q_OBJECT
 

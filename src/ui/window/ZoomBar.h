@@ -13,12 +13,12 @@ class PushButton;
 class TextLabel;
 class ZoomNavigation;
 
-/// The row below the waveform: buttons to pan and to zoom, and the zoom as a number.
+/// The row below the waveform: buttons for pan and zoom, and the zoom factor.
 class ZoomBar : public QWidget {
     Q_OBJECT
 
   public:
-    /// `navigation` carries out what the buttons say and must live longer than the bar.
+    /// `navigation` carries out the commands and must outlive the bar.
     ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QWidget* parent = nullptr);
 
   private:

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 constexpr int rateHz = 44'100;
 constexpr auto passFrames = static_cast<std::int64_t>(LoopedTones::passSeconds * rateHz);
-/// The region lies inside its file, so that the seam has frames before it.
+/// The region lies inside its file, so that there are frames before it to crossfade with.
 constexpr std::int64_t startFrame = passFrames;
 constexpr Announcement samePass{1, startFrame, passFrames};
 

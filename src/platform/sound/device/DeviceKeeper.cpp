@@ -28,7 +28,7 @@ SoundClock::time_point DeviceKeeper::step(SoundClock::time_point now) noexcept {
     try {
         return advance(now);
     } catch (...) {
-        disconnect(); // there is no device, or no memory for what it needs
+        disconnect(); // no device, or no memory
         nextTry_ = SoundClock::now() + retryInterval;
         link_->enter(DeviceState::failed);
         return nextTry_;
@@ -89,7 +89,7 @@ void DeviceKeeper::open() {
             openStream();
             return;
         } catch (const DeviceError&) {
-            disconnect(); // the server may have been restarted since: once more, afresh
+            disconnect(); // the server may have restarted: reconnect
         }
     }
     context_.emplace(backend_);

@@ -67,7 +67,7 @@ std::int64_t DeviceOutput::framesHeard() const noexcept {
 }
 
 void DeviceOutput::runClock() {
-    raiseSoundPriority(SoundUrgency::onDemand); // as the device that it stands in for
+    raiseSoundPriority(SoundUrgency::onDemand); // as the device it replaces
     NullClock clock(link_->gate, link_->heard);
     while (!closing_) {
         auto next = SoundClock::time_point::max();
@@ -121,7 +121,7 @@ bool DeviceOutput::deviceIsExpected(SoundClock::time_point now) const {
     case DeviceState::opening:
         return isSoon;
     case DeviceState::preparing:
-        return true; // our own work, a second of it on a busy machine, and the device is there
+        return true; // preparing takes up to a second on a busy machine; the device is open
     case DeviceState::playing:
         return isSoon && link_->requests < requestsOfARunningStream;
     case DeviceState::failed:

@@ -47,7 +47,7 @@ void RenderGate::prepare(int sampleRateHz, std::size_t largestRequest) {
 }
 
 void RenderGate::prepareIfNever(int sampleRateHz, std::size_t largestRequest) {
-    const Hold hold(*this); // whoever is preparing comes first
+    const Hold hold(*this); // waits for a prepare() in progress
     if (this->sampleRateHz() == 0) {
         prepareInside(sampleRateHz, largestRequest);
     }

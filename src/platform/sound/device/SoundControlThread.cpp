@@ -7,7 +7,7 @@ namespace ambrel {
 
 namespace {
 
-/// Closing a device takes some milliseconds, and the program's end must not take a second.
+/// Closing a device takes a few milliseconds, and quitting must not take a second.
 constexpr auto longestFarewell = std::chrono::milliseconds(400);
 
 } // namespace

@@ -13,9 +13,9 @@ constexpr double mostGainDb = 40;
 constexpr double leastBandwidth = 0.05;
 constexpr double mostBandwidth = 8;
 constexpr double leastHz = 5;
-/// Of the sample rate. Above, a peak would lie beyond what can be heard at that rate.
+/// As a fraction of the sample rate; a higher band is inaudible at that rate.
 constexpr double highestCentre = 0.49;
-/// Below this a state is nothing but a slow denormal number.
+/// Smaller filter states are slow denormal numbers.
 constexpr double silence = 1e-30;
 
 } // namespace
@@ -62,7 +62,7 @@ void EqualiserUnit::clearState() noexcept {
         filter.state = {};
 }
 
-// Between two stable sets of coefficients every mixture is stable, so they may be walked straight.
+// Any mixture of two stable sets of coefficients is stable, so they may be interpolated linearly.
 void EqualiserUnit::Filter::towards(const Coefficients& to, int steps) noexcept {
     target = to;
     step = {(to.b0 - now.b0) / steps, (to.b1 - now.b1) / steps, (to.b2 - now.b2) / steps,

@@ -11,13 +11,13 @@ extern "C" {
 namespace ambrel {
 namespace {
 
-/// Packets in a row that cannot be read before the file is given up.
+/// Consecutive unreadable packets before giving up the file.
 constexpr int maximumReadErrors = 64;
 
-/// How much of a file is read to find out what it holds.
+/// Amount of a file read to detect its format.
 constexpr std::int64_t probeBytes = 2'000'000;
 
-/// A file may name others (play lists do); none of them is opened.
+/// Some formats (play lists) refer to other files; these are never opened.
 int refuseOtherFiles(AVFormatContext*, AVIOContext** context, const char*, int, AVDictionary**) {
     *context = nullptr;
     return AVERROR(EPERM);
@@ -42,7 +42,7 @@ void AudioDecoder::openContainer() {
     context->pb = reader_.context();
     context->io_open = refuseOtherFiles;
     context->probesize = probeBytes;
-    // The name helps to tell formats apart that look alike; only its ending is looked at.
+    // The file extension helps to distinguish similar formats.
     const std::string name = file_.path().filename().string();
     if (avformat_open_input(&context, name.c_str(), nullptr, nullptr) < 0) {
         throw cannotOpen(file_.path(), AudioFileError::Reason::unreadable,
@@ -79,7 +79,7 @@ void AudioDecoder::openDecoder() {
     }
     decoder_->thread_count = 1;
     if (avcodec_parameters_to_context(decoder_.get(), stream_->codecpar) >= 0) {
-        // Without it the decoder does not move the stamp of a block whose start it cuts off.
+        // Otherwise the decoder keeps the stamp of a block whose start it trims.
         decoder_->pkt_timebase = stream_->time_base;
         if (avcodec_open2(decoder_.get(), codec, nullptr) >= 0) {
             return;
@@ -132,7 +132,7 @@ bool AudioDecoder::sendPacket() {
         if (firstPacket_.offset < 0) {
             firstPacket_ = {packet_->pos, packet_->pts, packet_->duration};
         }
-        // A packet that is no sound is left out; its stamp leaves a hole.
+        // A packet that cannot be decoded is skipped, leaving a gap in the stamps.
         if (avcodec_send_packet(decoder_.get(), packet_.get()) >= 0) {
             return true;
         }

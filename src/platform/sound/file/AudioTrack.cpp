@@ -13,18 +13,18 @@ extern "C" {
 namespace ambrel {
 namespace {
 
-/// Rates beyond these come out of damaged headers only.
+/// Only damaged headers give rates beyond these.
 constexpr int maximumSampleRate = 6'144'000;
 
-/// What a decoder must be fed before its output no longer depends on where it started.
+/// Pre-roll after which a decoder's output no longer depends on where it started.
 constexpr double preRollSeconds = 0.2;
 constexpr double opusPreRollSeconds = 1.0;
 
-/// Where the counting of packets ends. Nothing as long as this is played, so its exact length is of
-/// no interest.
+/// Where counting packets stops: longer files are not played, so their exact length does not
+/// matter.
 constexpr std::int64_t longestCountSeconds = 60'001;
 
-/// Places beyond this (thousands of years) come out of damaged stamps only.
+/// Only damaged stamps give positions beyond this (thousands of years).
 constexpr std::int64_t furthestPlace = std::int64_t{1} << 50;
 
 } // namespace
@@ -92,7 +92,7 @@ std::int64_t AudioTrack::findEnd() {
         const std::optional<std::int64_t> stated = statedLength();
         return stated ? *stated : scannedLength();
     }
-    // FFmpeg finds a place in an MP3 by reading every packet before it, unless it is told some.
+    // Without an index, FFmpeg seeks in an MP3 by reading every packet before the target.
     constexpr int step = 16;
     const Mp3Walk walk = walkMp3Frames(
         file_, first.offset, step, [&](std::int64_t frame, std::int64_t offset, int bytes) {
@@ -115,7 +115,7 @@ std::int64_t AudioTrack::scannedLength() {
     return std::clamp<std::int64_t>(framesOf(av_sat_sub64(end, firstStamp_)), 0, furthestPlace);
 }
 
-/// A WAV whose writer could not go back to note its length is samples to its end.
+/// If the writer of a WAV could not record its length, the samples extend to the end of the file.
 std::optional<std::int64_t> AudioTrack::framesUpToTheEndOfAWav() const {
     const AVCodecParameters& codec = *decoder_->stream().codecpar;
     const std::int64_t start = decoder_->firstPacket().offset;
@@ -135,7 +135,7 @@ bool AudioTrack::isVorbis() const {
 }
 
 bool AudioTrack::rewind() {
-    // Saves opening the container again, which can take long and forgets where packets were found.
+    // Avoids reopening the container, which can take long and loses the seek index.
     if (decoder_->seekToStart() && block().pts == firstStamp_ &&
         block().nb_samples == firstBlockFrames_) {
         standAtStart();
@@ -170,8 +170,8 @@ bool AudioTrack::seek(std::int64_t target) {
     return rewind();
 }
 
-/// The stamp of a Vorbis block between a long and a short one is wrong by up to a block, and the
-/// block's neighbours are right: goes on to a block whose stamp is where the one before it ended.
+/// The stamp of a Vorbis block between a long and a short one is wrong by up to a block; its
+/// neighbours' are right. Continues to a block whose stamp is where the previous one ended.
 bool AudioTrack::settle() {
     if (!isVorbis()) {
         return true;
@@ -218,7 +218,7 @@ std::optional<std::int64_t> AudioTrack::stampedPlace() const {
     if (!coarse || blockFrames <= 1) {
         return place;
     }
-    // Stamps coarser than a frame: blocks of one length can only begin on their own grid.
+    // For stamps coarser than a frame: blocks of one length can only start on their own grid.
     const double blocks = static_cast<double>(place - firstBlockFrames_) / blockFrames;
     return firstBlockFrames_ + std::llround(blocks) * blockFrames;
 }
@@ -235,12 +235,12 @@ void AudioTrack::placeBlock() {
     expected_ = place_ + block().nb_samples;
 }
 
-/// Stamps decide where a seek came out and where blocks are missing; in between, frames are
-/// counted, because stamps wander and frames do not.
+/// Stamps determine where a seek has landed and where blocks are missing. In between frames are
+/// counted, because stamps are imprecise.
 bool AudioTrack::isHole(std::int64_t deviation) {
     const bool repeated = deviation == deviation_;
     deviation_ = deviation;
-    // A single stamp may be far off in Vorbis, but not two in a row by as much.
+    // In Vorbis a single stamp may be far off, but not two in a row by the same amount.
     return isVorbis() ? deviation > 0 && repeated
                       : deviation >= std::max(1, block().nb_samples / 2);
 }

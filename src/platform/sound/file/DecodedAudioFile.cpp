@@ -5,10 +5,11 @@
 namespace ambrel {
 namespace {
 
-/// A gap up to this long is decoded across: cheaper than a seek and its pre-roll.
+/// Shorter gaps are decoded through: cheaper than a seek with pre-roll.
 constexpr double decodeAcrossSeconds = 0.5;
 
-/// How far before the stated end decoding starts to find the real one, and for how long at most.
+/// The real end is looked for by decoding from this long before the stated one, for at most the
+/// second time.
 constexpr double endProbeSeconds = 0.3;
 constexpr double endProbeLimitSeconds = 4.0;
 
@@ -81,7 +82,7 @@ std::int64_t DecodedAudioFile::readFrames(std::int64_t first, std::int64_t count
         }
         float* const target = out + done * samplesPerFrame();
         if (at < blockStart_) {
-            // A block that did not decode is missing here.
+            // A block that could not be decoded is missing here.
             const std::int64_t silent = std::min(blockStart_ - at, count - done);
             std::fill_n(target, silent * samplesPerFrame(), 0.0F);
             done += silent;

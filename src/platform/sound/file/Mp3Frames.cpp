@@ -10,11 +10,11 @@ namespace {
 constexpr int blockBytes = 1 << 20;
 constexpr int headerBytes = 4;
 
-/// Version, layer and sample rate, which are one through a stream.
+/// Version, layer and sample rate, constant within a stream.
 constexpr std::uint32_t constantBits = 0xfffe0c00;
 
 struct Header {
-    int bytes = 0; ///< of the whole frame; 0 for what is no layer III header of known length
+    int bytes = 0; ///< of the whole frame; 0 if not a layer III header of known length
     int samples = 0;
 };
 
@@ -44,12 +44,12 @@ Header parse(std::uint32_t word) {
     return {(first ? 144 : 72) * kilobits * 1000 / hertz + padding, first ? 1152 : 576};
 }
 
-/// The file in large blocks, so that a step from header to header costs no system call.
+/// Reads the file in large blocks, to avoid a system call per header.
 class BlockReader {
   public:
     explicit BlockReader(const RegularFile& file) : file_(file), block_(blockBytes) {}
 
-    /// Up to `count` bytes at `offset`; nothing where the file ends sooner.
+    /// Up to `count` bytes at `offset`; empty if the file ends before.
     const std::uint8_t* at(std::int64_t offset, int count) {
         if (offset < start_ || offset + count > start_ + filled_) {
             start_ = offset;

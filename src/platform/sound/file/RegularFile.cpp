@@ -26,7 +26,7 @@ bool isControl(std::uint32_t character) {
            (character >= 0x2066 && character <= 0x2069);
 }
 
-/// As long as a name can be, cut at a whole character.
+/// Limited to the longest possible name, cut at a whole character.
 std::string shortened(const std::string& name) {
     if (name.size() <= longestNameBytes)
         return name;
@@ -36,7 +36,7 @@ std::string shortened(const std::string& name) {
     return name.substr(0, length) + "…";
 }
 
-/// The name as it may stand in a sentence: valid UTF-8 on one line.
+/// The name for use in a sentence: valid UTF-8 on one line.
 std::string printable(const std::string& name) {
     std::string result;
     const auto* next = reinterpret_cast<const std::uint8_t*>(name.data());
@@ -93,8 +93,8 @@ AudioFileError cannotOpen(const std::filesystem::path& path, AudioFileError::Rea
 }
 
 RegularFile::RegularFile(std::filesystem::path path) : path_(std::move(path)) {
-    // Looked at before it is opened, because opening a device can set it to work, and again after,
-    // because the name may mean something else by then.
+    // Checked before opening, because opening a device may activate it, and again after, because
+    // the name may refer to another file by then.
     struct stat status {};
     if (::stat(path_.c_str(), &status) != 0) {
         throwForErrno(path_, errno);

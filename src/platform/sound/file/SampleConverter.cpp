@@ -17,20 +17,20 @@ namespace {
 /// The most channels that swresample mixes.
 constexpr int mostMixed = 64;
 
-/// Twice the longest frame of any codec, and far from what would exhaust memory.
+/// Twice the longest frame of any codec, and far too little to exhaust memory.
 constexpr int maximumBlockFrames = 1 << 24;
 
 std::uint64_t maskOf(const AVChannelLayout& layout) {
     return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
 }
 
-/// What a file that does not say where its channels belong most likely means.
+/// The most likely layout of a file that does not state one.
 AVChannelLayout layoutOf(int channels, std::uint64_t mask) {
     AVChannelLayout layout{};
     if (mask != 0) {
         av_channel_layout_from_mask(&layout, mask);
     } else if (channels == 3) {
-        // Would be taken for 2.1, whose third channel is not heard.
+        // FFmpeg's default is 2.1, whose third channel would not be heard.
         layout.order = AV_CHANNEL_ORDER_UNSPEC;
         layout.nb_channels = channels;
     } else {
@@ -39,8 +39,8 @@ AVChannelLayout layoutOf(int channels, std::uint64_t mask) {
     return layout;
 }
 
-/// Samples of float formats may hold anything. What is no number, or so loud that it can only be
-/// damage, would spoil everything it is added to from here to the loudspeaker: it becomes silence.
+/// Float samples may hold anything. NaN, infinity and levels that can only be damage would spoil
+/// all later processing; they become silence.
 void silenceDamage(float* samples, std::int64_t count) {
     constexpr float loudest = 65536.0F;
     for (std::int64_t i = 0; i < count; ++i) {
@@ -60,11 +60,11 @@ bool isFloat(int format) {
     }
 }
 
-/// How loud each channel comes out: `mostMixed` numbers for each side. Sums above 1 are scaled
-/// down, so that the mix never clips. Channels without a known place go to both sides.
+/// Gain of each channel: `mostMixed` numbers for each side. Sums above 1 are scaled down, so that
+/// the mix never clips. Channels of unknown position go to both sides.
 std::vector<double> weights(const AVChannelLayout& from, const AVChannelLayout& to) {
     const int channels = from.nb_channels;
-    // swresample scales this many, however few there are.
+    // swresample scales a matrix of this size, however few the channels.
     const std::size_t size = std::size_t{mostMixed} * mostMixed;
     const std::vector<double> mean(size, 1.0 / channels);
     std::vector<double> placed(size);
@@ -148,7 +148,7 @@ bool SampleConverter::convert(const std::uint8_t** in, std::int64_t count, float
     return swr_convert(swr_.get(), &target, frames, in, frames) == frames;
 }
 
-/// Each plane is converted as if it were one channel.
+/// Converts each plane as if it were a single channel.
 bool SampleConverter::writeMean(std::int64_t count, float* out) {
     const auto planes = static_cast<std::int64_t>(planes_.size());
     const std::int64_t samples = count * channels_ / planes;

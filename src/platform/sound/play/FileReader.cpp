@@ -35,7 +35,7 @@ FileReader::~FileReader() {
 void FileReader::open(std::shared_ptr<AudioFile> file, std::int64_t number) {
     {
         const std::scoped_lock lock(mutex_);
-        std::swap(opened_, file); // what it replaces is let go outside the mutex
+        std::swap(opened_, file); // the previous file is released outside the mutex
         openedNumber_ = number;
         isNew_ = true;
     }
@@ -72,7 +72,7 @@ void FileReader::run() {
         }
         FileBlock* block = nullptr;
         if (former) {
-            // Closed before anything else is read.
+            // The previous file is closed before anything else is read.
         } else if (asked_.pop(block)) {
             fill(*block);
             done_.push(block);

@@ -39,7 +39,7 @@ void FrameCache::want(std::int64_t first, std::int64_t frames) noexcept {
     }
 }
 
-/// In place of the block of its set that was wanted longest ago, unless all are wanted now.
+/// Replaces the least recently wanted block of its set, unless all are wanted now.
 void FrameCache::ask(std::int64_t index) noexcept {
     const std::size_t set = static_cast<std::size_t>(index) % sets;
     Slot* oldest = nullptr;

@@ -35,7 +35,7 @@ void RenderThread::run() {
 }
 
 bool RenderThread::step() {
-    // Offline, what is set before frames are demanded counts for the first of them.
+    // Offline, changes before frames are demanded apply to the first of them.
     if (!isDemanded())
         return false;
     takeRequest();

@@ -58,7 +58,7 @@ std::int64_t RunTimeline::boundaryFrom(std::int64_t frame) const noexcept {
 }
 
 RunTimeline::Place RunTimeline::placeAt(double frame) const noexcept {
-    // A boundary may lie a rounding error beside the frame that was meant to be it.
+    // Tolerate a rounding error between the position and the boundary.
     constexpr double rounding = 1e-6;
     const Row& in = at(static_cast<std::int64_t>(std::floor(frame + rounding)));
     const double inside = std::max(0.0, frame - double(in.begin));

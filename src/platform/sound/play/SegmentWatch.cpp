@@ -125,7 +125,7 @@ void SegmentWatch::run() {
             if (ending)
                 return;
             wait();
-        } catch (...) { // the next is called all the same
+        } catch (...) { // the next completion must still be called
         }
     }
 }

@@ -7,11 +7,11 @@ namespace ambrel {
 
 namespace {
 
-/// Shorter lags repeat what the longer ones do, and less of the sound's colour.
+/// Shorter lags are not tried: their multiples match as well and keep more of the timbre.
 constexpr std::size_t leastLag = 32;
-/// First every fourth frame is compared, then every one about the best.
+/// First every fourth lag is compared, then every one around the best.
 constexpr std::size_t coarseStride = 4;
-/// A step that is left at the end is spread over this part of the span.
+/// A remaining step at the edge is spread over this fraction of the span.
 constexpr std::size_t spreadPart = 16;
 
 } // namespace
@@ -85,7 +85,7 @@ void EdgeFiller::findEnd(std::int64_t end) noexcept {
         end_.step[channel] = last[channel] - again[channel];
 }
 
-/// The sound of a run of `end` frames next to its begin, or to its end and backwards.
+/// Copies the sound at the start of a run of `end` frames, or, reversed, at its end.
 void EdgeFiller::gather(std::int64_t end, bool isReversed) noexcept {
     near_.resize(static_cast<std::size_t>(std::min<std::int64_t>(end, std::int64_t(span_))));
     for (std::size_t i = 0; i < near_.size(); ++i) {
@@ -96,7 +96,7 @@ void EdgeFiller::gather(std::int64_t end, bool isReversed) noexcept {
     }
 }
 
-/// The lag at which the gathered sound is most like itself; all of it if it is too short to tell.
+/// The lag of the highest autocorrelation; the whole length if the sound is too short to tell.
 std::int64_t EdgeFiller::bestLag() noexcept {
     const std::size_t most = near_.size() / 2;
     if (most < 2 * leastLag)

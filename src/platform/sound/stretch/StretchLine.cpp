@@ -27,7 +27,7 @@ void StretchLine::set(double rate, double cents) {
 void StretchLine::feed(const float* stereo, std::int64_t length) {
     stretcher_.feed(stereo);
     fed_ += static_cast<std::int64_t>(Stretcher::feedFrames);
-    // A frame is heard when the middle of the analysis window passes it.
+    // A frame is heard when the centre of the analysis window passes it.
     const std::int64_t reached = std::min(centre(), length);
     if (reached <= mapped_)
         return;
@@ -43,7 +43,7 @@ std::size_t StretchLine::take(float* stereo, std::size_t frames) {
 }
 
 double StretchLine::framesLeft(std::int64_t length) const noexcept {
-    // The run's end may have been moved back behind what was fed.
+    // The end of the run may have moved to before what was fed.
     const double end = length < mapped_
                            ? map_.outputAt(static_cast<double>(length))
                            : map_.output() + static_cast<double>(length - mapped_) / rate_;

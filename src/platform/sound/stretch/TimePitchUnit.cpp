@@ -287,7 +287,7 @@ void TimePitchUnit::beginLeaving() noexcept {
     fadeFrames_ = framesIn(leaveFadeMs, sampleRateHz_);
     if (here - count - most < 0 || !mayFade(length_ - here - most) ||
         here + most + 2 * static_cast<std::int64_t>(blockFrames) > input_.taken())
-        return; // too near to an end: later, or not at all
+        return; // too near an end: later, or never
     const RecentSound::Match match = recent_.findIn(input_, here, most);
     mode_ = Mode::leaving;
     next_ = match.frame;
