@@ -116,6 +116,8 @@ bool AudioEngine::play(double start, double end) {
 
 /// The frames from `start` to `end`; none if there is not one.
 std::optional<Announcement> AudioEngine::segment(double start, double end) const {
+    if (!(start < end)) // nor is either of them NaN then
+        return std::nullopt;
     const auto startFrame = frameAt(start, audioFile_->sampleRate());
     const auto frameCount = frameAt(end, audioFile_->sampleRate()) - startFrame;
     if (frameCount <= 0)

@@ -245,9 +245,11 @@ class AudioEngineTest : public QObject {
         model_->loopChanged();
         QCOMPARE(graph_->following, (Announcement{idAnnounced(), 88200, 55125, 1.5}));
         QVERIFY(idAnnounced() != first->id);
-        model_->end = 2; // nothing there to be played
-        model_->loopChanged();
-        QVERIFY(!graph_->following);
+        for (const double nothing : {2.0, std::numeric_limits<double>::quiet_NaN()}) {
+            model_->end = nothing;
+            model_->loopChanged();
+            QVERIFY(!graph_->following);
+        }
         model_->end = 3;
         model_->loop = false;
         model_->loopChanged();
