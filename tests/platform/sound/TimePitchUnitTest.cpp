@@ -25,6 +25,7 @@ class FileInput final : public FrameInput {
         next_ += static_cast<std::int64_t>(got);
         return got;
     }
+    std::int64_t runEnd() const noexcept override { return file_->length(); }
 
   private:
     std::shared_ptr<SyntheticFile> file_;
@@ -37,11 +38,11 @@ std::vector<float> run(
     const std::function<void(std::size_t)>& before = [](std::size_t) {}) {
     FileInput input(file);
     std::vector<float> made;
-    unit.begin(file->length());
+    unit.begin(input);
     while (!unit.finished()) {
         before(made.size() / 2);
         made.resize(made.size() + 2 * 64);
-        const std::size_t got = unit.process(input, made.data() + made.size() - 2 * 64, 64);
+        const std::size_t got = unit.process(made.data() + made.size() - 2 * 64, 64);
         made.resize(made.size() - 2 * (64 - got));
     }
     return made;

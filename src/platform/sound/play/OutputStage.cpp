@@ -110,12 +110,12 @@ void OutputStage::finishBlock() noexcept {
 /// meanwhile wait for the end of the fade, and then fade in.
 std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
     const std::size_t count = std::min(frames, fadeStep_);
-    const float from = fade_->gain(fadeStep_ - 1);
+    const float from = std::max(fade_->gain(fadeStep_ - 1), 1e-6F);
     for (std::size_t i = 0; i < count; ++i) {
-        const float gain = fade_->gain(--fadeStep_) / std::max(from, 1e-6F);
-        stereo[2 * i] = lastLeft_ * gain;
-        stereo[2 * i + 1] = lastRight_ * gain;
+        stereo[2 * i] = lastLeft_ / from;
+        stereo[2 * i + 1] = lastRight_ / from;
     }
+    fade_->out(stereo, count, fadeStep_);
     if (count > 0 && fadeStep_ > 0) {
         lastLeft_ = stereo[2 * count - 2];
         lastRight_ = stereo[2 * count - 1];
@@ -127,13 +127,13 @@ std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
 }
 
 void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcept {
-    const std::size_t full = fade_->frames() + 1;
-    for (std::size_t i = 0; i < frames && (out || fadeStep_ < full); ++i) {
-        const float gain = fade_->gain(fadeStep_ - 1);
-        stereo[2 * i] *= gain;
-        stereo[2 * i + 1] *= gain;
-        fadeStep_ += out ? -1 : 1;
+    if (out) {
+        fade_->out(stereo, frames, fadeStep_);
+        return;
     }
+    std::size_t step = fadeStep_ - 1;
+    fade_->in(stereo, frames, step);
+    fadeStep_ = step + 1;
 }
 
 void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {

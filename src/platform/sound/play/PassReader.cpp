@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/sound/effect/Correlation.h"
 #include "platform/sound/effect/Crossfade.h"
 #include "platform/sound/play/FrameCache.h"
 #include "platform/sound/stretch/FrameInput.h"
@@ -163,7 +164,7 @@ bool PassReader::makeCrossfade(std::int64_t boundary, std::int64_t frames) {
         cache_.read(start - frames, beside.data(), count) < count)
         return false;
     Crossfade::mix(stereo.data(), beside.data(), count, 0, count,
-                   Crossfade::likenessOf(stereo.data(), beside.data(), 2 * count));
+                   correlation(stereo.data(), beside.data(), 2 * count));
     madeEnd = end;
     madeStart = start;
     madeFrames = frames;

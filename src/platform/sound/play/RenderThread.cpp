@@ -113,7 +113,7 @@ void RenderThread::begin(double owed, bool isFollowing) {
     place_ = source_.placeAt(0);
     block_.fileFrameBegin = place_.fileFrame;
     applySettings();
-    timePitch_.begin(*source_.runEnd());
+    timePitch_.begin(source_);
     if (!isFollowing)
         equaliser_.reset();
 }
@@ -151,9 +151,9 @@ std::size_t RenderThread::makeFrames(std::size_t frames) {
         return 0;
     applySettings();
     float* stereo = block_.samples.data() + 2 * block_.frames;
-    const std::size_t made = timePitch_.process(source_, stereo, frames);
+    const std::size_t made = timePitch_.process(stereo, frames);
     equaliser_.process(stereo, made);
-    fadeStart(stereo, made);
+    fade_.in(stereo, made, fadeInStep_);
     fadeEnd(stereo, made);
     block_.frames += made;
     isMade_ = timePitch_.finished();
@@ -213,14 +213,6 @@ double RenderThread::nextChangeable() const noexcept {
                      noticeSeconds * sampleRateHz_ * timePitch_.inputSpeed());
 }
 
-/// Fades in a run that follows a pause; the start of a segment is faded by the output stage.
-void RenderThread::fadeStart(float* stereo, std::size_t frames) noexcept {
-    for (std::size_t i = 0; i < frames && fadeInStep_ < fade_.frames(); ++i, ++fadeInStep_) {
-        stereo[2 * i] *= fade_.gain(fadeInStep_);
-        stereo[2 * i + 1] *= fade_.gain(fadeInStep_);
-    }
-}
-
 /// Fades out the last 3 ms of the run. If a change of speed moves the end, the gain continues from
 /// its current value.
 void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
@@ -234,8 +226,7 @@ void RenderThread::fadeEnd(float* stereo, std::size_t frames) noexcept {
             endGain_ *= fade_.gain(behind) / fade_.gain(behind + 1);
         else
             endGain_ = std::min(1.0F, endGain_ + recovery);
-        stereo[2 * i] *= endGain_;
-        stereo[2 * i + 1] *= endGain_;
+        Fade::scale(stereo + 2 * i, endGain_);
     }
 }
 

@@ -74,7 +74,6 @@ class RenderThread {
     void finishFrames() noexcept;
     void push() noexcept;
     double nextChangeable() const noexcept;
-    void fadeStart(float* stereo, std::size_t frames) noexcept;
     void fadeEnd(float* stereo, std::size_t frames) noexcept;
 
     Wiring wiring_;
@@ -92,9 +91,10 @@ class RenderThread {
     bool isBroken_ = false;      ///< an exception was thrown: the segment ends here
     std::int64_t pauseLeft_ = 0; ///< frames left of the pause before the run
     double owed_ = 0;            ///< rounding error to be added to the next pause, in frames
-    std::size_t fadeInStep_ = 0; ///< for a run that follows a pause
-    float endGain_ = 1;          ///< of the fade at the end of the run
-    RunTimeline::Place place_;   ///< of the next frame
+    std::size_t fadeInStep_ =
+        0;              ///< for a run that follows a pause; the output stage fades in a segment
+    float endGain_ = 1; ///< of the fade at the end of the run
+    RunTimeline::Place place_; ///< of the next frame
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

@@ -63,7 +63,7 @@ class RunSource final : public FrameInput {
     std::size_t read(float* stereo, std::size_t frames) noexcept override;
 
     /// Where the run ends as far as is known, or FrameInput::endless.
-    std::optional<std::int64_t> runEnd() noexcept override { return toDevice(passes_.end()); }
+    std::int64_t runEnd() const noexcept override { return toDevice(passes_.end()); }
 
     /// Frames lost by rounding the run's length to device frames, −0.5 to 0.5.
     double framesCut() const noexcept;

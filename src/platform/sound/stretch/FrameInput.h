@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace ambrel {
 
@@ -18,9 +17,8 @@ class FrameInput {
     /// waits.
     virtual std::size_t read(float* stereo, std::size_t frames) noexcept = 0;
 
-    /// Where the run ends, as far as is known now; absent if the length given at its start never
-    /// changes.
-    virtual std::optional<std::int64_t> runEnd() noexcept { return std::nullopt; }
+    /// Where the run ends, as far as is known now.
+    virtual std::int64_t runEnd() const noexcept = 0;
 };
 
 } // namespace ambrel

@@ -9,7 +9,7 @@ namespace ambrel {
 /// Maps output frames of a stretch to input frames, linearly between changes of rate, and gives the
 /// number of output frames due, from which the stretcher must not drift. Render thread only;
 /// allocates nothing.
-class StretchMap {
+class TimeMap {
   public:
     /// Starts with output frame 0 at input frame `input`.
     void begin(double input, double rate) noexcept {

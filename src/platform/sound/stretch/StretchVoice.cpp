@@ -1,0 +1,93 @@
+#include "platform/sound/stretch/StretchVoice.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "platform/sound/effect/Fade.h"
+
+namespace ambrel {
+
+StretchVoice::StretchVoice(RunInput& input, int sampleRateHz, const std::stop_token& stop)
+    : input_(input), stretcher_(sampleRateHz, stop),
+      fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
+
+void StretchVoice::begin(std::int64_t first, double rate, double cents, std::size_t lead) {
+    constexpr double feed = Stretcher::feedFrames;
+    const double leadInput = std::ceil(static_cast<double>(lead) * rate / feed) * feed;
+    rate_ = rate;
+    cents_ = cents;
+    stretcher_.reset(rate, cents);
+    startDelay_ = static_cast<double>(stretcher_.startDelay()) + leadInput / rate;
+    stretcher_.discard(std::llround(startDelay_));
+    map_.begin(static_cast<double>(first), rate);
+    mapped_ = first;
+    fed_ = first - static_cast<std::int64_t>(pad()) - static_cast<std::int64_t>(leadInput);
+    made_ = 0;
+    isOutdated_ = false;
+}
+
+void StretchVoice::set(double rate, double cents) {
+    const double missing = fadeOut_ + static_cast<double>(made_) - map_.output();
+    const auto left = static_cast<double>(input_.length() - mapped_);
+    if (missing > 0 && left > 0)
+        rate = std::min(rate, std::max(rate_, left / missing));
+    rate_ = rate;
+    cents_ = cents;
+    stretcher_.setRate(rate);
+    stretcher_.setCents(cents);
+}
+
+double StretchVoice::framesLeft() const noexcept {
+    // The end of the run may have moved to before what was fed.
+    const std::int64_t length = input_.length();
+    const double end = length < mapped_
+                           ? map_.outputAt(static_cast<double>(length))
+                           : map_.output() + static_cast<double>(length - mapped_) / rate_;
+    return end - static_cast<double>(made_);
+}
+
+bool StretchVoice::feed() {
+    std::array<float, 2 * Stretcher::feedFrames> stereo;
+    if (input_.fetch(fed_, Stretcher::feedFrames) < Stretcher::feedFrames)
+        return false;
+    input_.copy(fed_, stereo.data(), Stretcher::feedFrames);
+    stretcher_.feed(stereo.data());
+    fed_ += static_cast<std::int64_t>(Stretcher::feedFrames);
+    // A frame is heard when the centre of the analysis window passes it. What is outside the run
+    // does not count towards its duration.
+    const std::int64_t reached = std::min(fed_ - static_cast<std::int64_t>(pad()), input_.length());
+    if (reached > mapped_) {
+        map_.advance(static_cast<double>(reached - mapped_), rate_);
+        mapped_ = reached;
+        stretcher_.correct(startDelay_ + map_.output() - stretcher_.committed());
+    }
+    return true;
+}
+
+std::optional<double> StretchVoice::lineUp(double position, std::size_t frames, double mostInput) {
+    for (double fed = 0;; fed += Stretcher::feedFrames) {
+        const auto late = static_cast<std::size_t>(
+            std::max(0LL, std::llround((position - this->position()) / rate_)));
+        const std::size_t ready = stretcher_.available();
+        const std::size_t dropped = std::min(late, ready);
+        stretcher_.discard(static_cast<std::int64_t>(dropped));
+        made_ += static_cast<std::int64_t>(dropped);
+        if (ready >= late + frames)
+            return 1;
+        if (fed >= mostInput || !feed())
+            return std::nullopt;
+    }
+}
+
+std::size_t StretchVoice::prepare(std::size_t frames) {
+    while (stretcher_.available() < frames && feed()) {
+    }
+    return std::min(frames, stretcher_.available());
+}
+
+void StretchVoice::take(float* stereo, std::size_t frames) {
+    made_ += static_cast<std::int64_t>(stretcher_.take(stereo, frames));
+}
+
+} // namespace ambrel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/sound/stretch/RunInput.h"
+#include "platform/sound/stretch/Stretcher.h"
+#include "platform/sound/stretch/TimeMap.h"
+#include "platform/sound/stretch/Voice.h"
+
+namespace ambrel {
+
+/// The run stretched and transposed: a stretcher, what it is fed, and which frame its output is
+/// heard as.
+class StretchVoice final : public Voice {
+  public:
+    /// As for Stretcher.
+    StretchVoice(RunInput& input, int sampleRateHz, const std::stop_token& stop);
+
+    /// Half the analysis window, in input frames.
+    std::size_t pad() const noexcept { return stretcher_.pad(); }
+
+    /// Restarts so that the first frame is heard as input frame `first`. The stretcher is fed from
+    /// half a window and `lead` output frames earlier on; that output is discarded.
+    void begin(std::int64_t first, double rate, double cents, std::size_t lead = 0);
+
+    /// Frames from `frame` on have changed.
+    void replaceFrom(std::int64_t frame) noexcept { isOutdated_ = isOutdated_ || fed_ > frame; }
+
+    /// A rate that would not leave enough of the run for its fade-out is not reached.
+    void set(double rate, double cents) override;
+    /// Follows the waveform of what is heard if that has the same speed and pitch.
+    std::optional<double> lineUp(double position, std::size_t frames, double mostInput) override;
+    bool isOutdated() const noexcept override { return isOutdated_; }
+    double position() const noexcept override { return map_.inputAt(static_cast<double>(made_)); }
+    double framesLeft() const noexcept override;
+    std::size_t prepare(std::size_t frames) override;
+    void take(float* stereo, std::size_t frames) override;
+
+  private:
+    bool feed();
+
+    RunInput& input_;
+    Stretcher stretcher_;
+    TimeMap map_;             ///< from output to input frames
+    double fadeOut_;          ///< output frames that a change of rate leaves
+    double startDelay_ = 0;   ///< of the stretcher, at begin()
+    std::int64_t fed_ = 0;    ///< the input frame that is fed next; negative before the run
+    std::int64_t mapped_ = 0; ///< input frames entered in map_
+    std::int64_t made_ = 0;   ///< output frames taken or discarded
+    bool isOutdated_ = false;
+};
+
+} // namespace ambrel
