@@ -66,7 +66,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     void render(float* stereo, std::size_t frames) noexcept override;
     std::size_t awaitFrames(std::size_t frames) override;
     void setPlaying(bool playing);
-    void playFrom(const OutputStage::Place& place);
+    void playFrom(const Place& place);
     void rest();
 
     SoundSettings settings_;
@@ -138,7 +138,7 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     if (segment_ && begun && progress.ended)
         gate_.set({++epoch_, false}); // nothing that is announced from now on plays it again
     else if (segment_)
-        playFrom(begun ? stage_.place() : OutputStage::Place{segment_->first});
+        playFrom(begun ? stage_.place() : Place{segment_->first});
 }
 
 void SoundGraph::render(float* stereo, std::size_t frames) noexcept {
@@ -160,14 +160,13 @@ std::size_t SoundGraph::awaitFrames(std::size_t frames) {
 }
 
 /// Plays the rest of the segment under a new epoch. Requires the mutex.
-void SoundGraph::playFrom(const OutputStage::Place& place) {
+void SoundGraph::playFrom(const Place& place) {
     const std::shared_ptr<AudioFile>& file = segment_->file;
     if (lastFile_.owner_before(file) || file.owner_before(lastFile_))
         ++fileNumber_;
     lastFile_ = file;
     reader_.open(file, fileNumber_);
-    request_ = {++epoch_,   fileNumber_,     file->sampleRate(), file->length(),
-                place.pass, place.fileFrame, place.pauseSeconds, segment_->next};
+    request_ = {++epoch_, fileNumber_, file->sampleRate(), file->length(), place, segment_->next};
     requests_.put(request_);
     gate_.set({epoch_, gate_.get().playing});
     renderWake_.signal();

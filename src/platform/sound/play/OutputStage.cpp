@@ -99,7 +99,7 @@ void OutputStage::finishBlock() noexcept {
         segmentEnded_.signal();
     } else if (block.passEnds) {
         boundaries_.push({block.epoch, written_, block.next});
-        place_ = {block.next, 0, block.next.pauseSeconds};
+        place_ = {block.next, 0};
         segmentEnded_.signal();
     }
     ring_->pop();
@@ -149,7 +149,8 @@ void OutputStage::note(double from, double to, std::size_t frames, std::int64_t 
     entry_.fileFrameEnd = to;
     const std::int64_t pauseLeft =
         block.pauseFrames - static_cast<std::int64_t>(ring_->taken() + frames);
-    place_ = {pass, to, double(std::max<std::int64_t>(0, pauseLeft)) / sampleRateHz_};
+    place_ = {pass, to};
+    place_.pass.pauseSeconds = double(std::max<std::int64_t>(0, pauseLeft)) / sampleRateHz_;
     progressEpoch_.store(heardEpoch_, std::memory_order_release);
 }
 

@@ -28,13 +28,6 @@ class OutputStage {
         bool ended = false; ///< its last frame has been handed over
     };
 
-    /// Position within the segment, for continuing it at another device rate.
-    struct Place {
-        Pass pass;               ///< current pass, or the next if one has just ended
-        double fileFrame = 0;    ///< from the pass's start
-        double pauseSeconds = 0; ///< what is left of the pause before it
-    };
-
     /// A boundary that has been handed over.
     struct Boundary {
         std::int64_t epoch = 0;
@@ -57,7 +50,9 @@ class OutputStage {
     /// Any thread.
     Progress progress() const noexcept;
 
-    /// Must not be called during a render().
+    /// Where the segment continues at another device rate: in the current pass, or the next if one
+    /// has just ended, with what is left of the pause before it. Must not be called during a
+    /// render().
     const Place& place() const noexcept { return place_; }
 
     /// The oldest boundary not yet dropped; nullptr if there is none. Watch thread only.

@@ -171,8 +171,8 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
 
 /// Pushes the block if it is full, a pass ends, or no more may be rendered now.
 void RenderThread::finishFrames() noexcept {
-    const RunTimeline::Place before = place_;
-    const RunTimeline::Place now = source_.placeAt(timePitch_.position());
+    const Place before = place_;
+    const Place now = source_.placeAt(timePitch_.position());
     // A stretcher that takes over may be slightly behind; neither boundaries nor the play head may
     // be repeated.
     if (pauseLeft_ == 0 && std::pair(now.pass.number, now.fileFrame) >=

@@ -94,7 +94,7 @@ class RenderThread {
     std::size_t fadeInStep_ =
         0;              ///< for a run that follows a pause; the output stage fades in a segment
     float endGain_ = 1; ///< of the fade at the end of the run
-    RunTimeline::Place place_; ///< of the next frame
+    Place place_;       ///< of the next frame
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

@@ -31,9 +31,9 @@ void RunSource::prepare(const PlayRequest& request) {
         return;
     fileHz_ = request.fileHz;
     ratio_ = double(fileHz_) / deviceHz_;
-    passes_.begin(fileHz_, request.first, static_cast<std::int64_t>(request.heardFrames),
-                  request.next);
-    pauseSeconds_ = request.pauseSeconds;
+    const Place& from = request.from;
+    passes_.begin(fileHz_, from.pass, static_cast<std::int64_t>(from.fileFrame), request.next);
+    pauseSeconds_ = from.pass.pauseSeconds;
     position_ = 0;
     startConverter(0);
 }

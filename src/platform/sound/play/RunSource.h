@@ -21,9 +21,7 @@ struct PlayRequest {
     std::int64_t file = 0; ///< as passed to FileReader::open(); 0: nothing to play
     int fileHz = 1;
     std::int64_t fileLength = 0;
-    Pass first;
-    double heardFrames = 0;  ///< file frames of the first pass heard before
-    double pauseSeconds = 0; ///< what is left of the pause before it
+    Place from; ///< with what is left of the pause before it
     std::optional<Announcement> next;
 };
 
@@ -75,7 +73,7 @@ class RunSource final : public FrameInput {
     double pauseSeconds() const noexcept { return pauseSeconds_; }
 
     /// The pass that frame `frame` of the run belongs to, and the position in it.
-    RunTimeline::Place placeAt(double frame) const noexcept {
+    Place placeAt(double frame) const noexcept {
         return passes_.timeline().placeAt(frame * ratio_);
     }
 

@@ -57,7 +57,7 @@ std::int64_t RunTimeline::boundaryFrom(std::int64_t frame) const noexcept {
     return std::min(end(), at(frame - 1).boundaryAfter(frame - 1));
 }
 
-RunTimeline::Place RunTimeline::placeAt(double frame) const noexcept {
+Place RunTimeline::placeAt(double frame) const noexcept {
     // Tolerate a rounding error between the position and the boundary.
     constexpr double rounding = 1e-6;
     const Row& in = at(static_cast<std::int64_t>(std::floor(frame + rounding)));

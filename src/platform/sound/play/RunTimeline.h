@@ -14,19 +14,19 @@ struct Pass {
     std::int64_t announcement = 0; ///< id; 0 for the segment's first pass
     std::int64_t startFrame = 0;
     std::int64_t frameCount = 0;
-    double pauseSeconds = 0; ///< pause before it, as announced
+    double pauseSeconds = 0; ///< pause before it
+};
+
+/// A pass and a position in it.
+struct Place {
+    Pass pass;
+    double fileFrame = 0; ///< from the pass's start
 };
 
 /// Which pass is where in a run, for the passes decided so far. Positions are file frames counted
 /// from the start of the run. Render thread only; allocates nothing.
 class RunTimeline {
   public:
-    /// A pass and a position in it.
-    struct Place {
-        Pass pass;
-        double fileFrame = 0; ///< from the pass's start
-    };
-
     /// Consecutive equal passes.
     struct Row {
         std::int64_t begin = 0; ///< where the first begins, in frames of the run

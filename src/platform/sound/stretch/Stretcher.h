@@ -54,9 +54,6 @@ class Stretcher {
     /// Takes up to `frames` frames and returns how many.
     std::size_t take(float* stereo, std::size_t frames);
 
-    /// Output frames taken or discarded since reset().
-    std::int64_t taken() const noexcept { return taken_; }
-
     /// Output frames since reset(), whether taken, discarded or waiting, plus half a window that is
     /// certain to follow. Compared with the frames due to find the drift.
     double committed() const noexcept;
