@@ -34,17 +34,20 @@ class Fade {
         return step < gains_.size() ? gains_[step] : 1.0F;
     }
 
-    /// Fades in the next stereo frames, the first of them at `step`, which is moved on, up to
+    /// Fades stereo frames in, the first of them at `step`; returns the step after them, at most
     /// frames().
-    void in(float* stereo, std::size_t frames, std::size_t& step) const noexcept {
-        for (std::size_t i = 0; i < frames && step < gains_.size(); ++i)
-            scale(stereo + 2 * i, gains_[step++]);
+    std::size_t in(float* stereo, std::size_t frames, std::size_t step) const noexcept {
+        for (; frames > 0 && step < gains_.size(); --frames, stereo += 2)
+            scale(stereo, gains_[step++]);
+        return step;
     }
 
-    /// Fades out the next stereo frames, at most `step` of them, and counts `step` down.
-    void out(float* stereo, std::size_t frames, std::size_t& step) const noexcept {
-        for (std::size_t i = 0; i < frames && step > 0; ++i)
-            scale(stereo + 2 * i, gain(--step));
+    /// Fades stereo frames out, the first of them at the step before `step`; returns the last
+    /// one's.
+    std::size_t out(float* stereo, std::size_t frames, std::size_t step) const noexcept {
+        for (; frames > 0 && step > 0; --frames, stereo += 2)
+            scale(stereo, gain(--step));
+        return step;
     }
 
     static void scale(float* frame, float gain) noexcept {

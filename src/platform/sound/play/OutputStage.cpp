@@ -77,7 +77,10 @@ std::size_t OutputStage::takeFromBlock(float* stereo, std::size_t frames, bool o
         count = std::min(count, fadeStep_);
     std::memcpy(stereo, block.samples.data() + 2 * taken, 2 * count * sizeof(float));
     if (count > 0) {
-        applyFade(stereo, count, out);
+        if (out)
+            fadeStep_ = fade_->out(stereo, count, fadeStep_);
+        else
+            fadeStep_ = 1 + fade_->in(stereo, count, fadeStep_ - 1);
         lastLeft_ = stereo[2 * count - 2];
         lastRight_ = stereo[2 * count - 1];
     }
@@ -115,7 +118,7 @@ std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
         stereo[2 * i] = lastLeft_ / from;
         stereo[2 * i + 1] = lastRight_ / from;
     }
-    fade_->out(stereo, count, fadeStep_);
+    fadeStep_ = fade_->out(stereo, count, fadeStep_);
     if (count > 0 && fadeStep_ > 0) {
         lastLeft_ = stereo[2 * count - 2];
         lastRight_ = stereo[2 * count - 1];
@@ -124,16 +127,6 @@ std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
     if (gate_.get().epoch == heardEpoch_)
         missed_.fetch_add(static_cast<std::int64_t>(count), std::memory_order_relaxed);
     return count;
-}
-
-void OutputStage::applyFade(float* stereo, std::size_t frames, bool out) noexcept {
-    if (out) {
-        fade_->out(stereo, frames, fadeStep_);
-        return;
-    }
-    std::size_t step = fadeStep_ - 1;
-    fade_->in(stereo, frames, step);
-    fadeStep_ = step + 1;
 }
 
 void OutputStage::note(double from, double to, std::size_t frames, std::int64_t at) noexcept {

@@ -71,7 +71,6 @@ class OutputStage {
     std::size_t takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept;
     void finishBlock() noexcept;
     std::size_t decay(float* stereo, std::size_t frames) noexcept;
-    void applyFade(float* stereo, std::size_t frames, bool out) noexcept;
     void note(double from, double to, std::size_t frames, std::int64_t at) noexcept;
 
     const PlayGate& gate_;

@@ -163,8 +163,8 @@ bool PassReader::makeCrossfade(std::int64_t boundary, std::int64_t frames) {
     if (cache_.read(end - frames, stereo.data(), count) < count ||
         cache_.read(start - frames, beside.data(), count) < count)
         return false;
-    Crossfade::mix(stereo.data(), beside.data(), count, 0, count,
-                   correlation(stereo.data(), beside.data(), 2 * count));
+    crossfade(stereo.data(), beside.data(), count, 0, count,
+              correlation(stereo.data(), beside.data(), 2 * count));
     madeEnd = end;
     madeStart = start;
     madeFrames = frames;

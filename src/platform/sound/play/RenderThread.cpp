@@ -153,7 +153,7 @@ std::size_t RenderThread::makeFrames(std::size_t frames) {
     float* stereo = block_.samples.data() + 2 * block_.frames;
     const std::size_t made = timePitch_.process(stereo, frames);
     equaliser_.process(stereo, made);
-    fade_.in(stereo, made, fadeInStep_);
+    fadeInStep_ = fade_.in(stereo, made, fadeInStep_);
     fadeEnd(stereo, made);
     block_.frames += made;
     isMade_ = timePitch_.finished();

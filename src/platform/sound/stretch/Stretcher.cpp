@@ -85,20 +85,14 @@ void Stretcher::measureKept() {
     keptFrames_ = (std::ranges::max_element(heard) - heard.begin()) / 2;
 }
 
-/// Until nothing of the earlier sound is left.
-void Stretcher::feedSilence() {
-    constexpr std::array<float, 2 * feedFrames> silence{};
-    while (ready() == 0)
-        feed(silence.data());
-}
-
 void Stretcher::reset(double rate, double cents) {
     // The engine's reset keeps its analysis of the earlier sound, from which it would set the first
     // phases; a hop of silence at normal speed replaces that.
+    constexpr std::array<float, 2 * feedFrames> silence{};
     begin(1, 0);
-    feedSilence();
+    while (ready() == 0)
+        feed(silence.data());
     begin(rate, cents);
-    mostBehind_ = 0;
     observed_ = 0;
     discard_ = 0;
     taken_ = 0;

@@ -67,7 +67,6 @@ class Stretcher {
     int ready() const noexcept;
     void feedSine(double& phase, const std::stop_token& stop);
     void measureKept();
-    void feedSilence();
     void begin(double rate, double cents);
 
     static constexpr std::size_t takeFrames = 256;

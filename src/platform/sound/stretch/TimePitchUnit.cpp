@@ -146,7 +146,7 @@ void TimePitchUnit::lineUp(std::size_t frames) {
 void TimePitchUnit::fade(float* stereo, std::size_t frames) {
     std::array<float, 2 * Voice::blockFrames> beside;
     next_->take(beside.data(), frames);
-    Crossfade::mix(stereo, beside.data(), frames, faded_, fadeFrames_, correlation_);
+    crossfade(stereo, beside.data(), frames, faded_, fadeFrames_, correlation_);
     faded_ += frames;
     if (faded_ < fadeFrames_)
         return;
