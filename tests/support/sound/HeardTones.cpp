@@ -57,7 +57,7 @@ HeardWindow HeardTones::at(std::size_t from) const {
     const double ahead = (std::arg(high) - 2 * std::arg(low)) / (2 * pi) - 0.25 +
                          double(from) / recording_.sampleRateHz;
     heard.placeSeconds = ahead - std::floor(ahead);
-    heard.isBent = sharpestBend(left.subspan(from, window_)) > sharpest_;
+    heard.isBent = largestBend(left.subspan(from, window_)) > sharpest_;
     return heard;
 }
 
