@@ -64,19 +64,17 @@ class EqualiserUnitTest : public QObject {
             }
     }
 
-    void leavesTheSoundAloneWhileItDoesNothing() {
+    void leavesTheSoundAloneOnceItIsOff() {
+        constexpr std::size_t on = 6400;
         const std::vector<float> before = sine(997);
-        for (const auto& [gainDb, bypass] : {std::pair(12.0F, true), std::pair(0.0F, false)})
-            for (const std::size_t on : {0, 6400}) { // frames for which it is on at first
-                const auto after = processed(before, [&](EqualiserUnit& unit, std::size_t frame) {
-                    unit.set(bandsWith(2, frame < on ? 12 : gainDb), frame >= on && bypass);
-                });
-                // 20 ms after it is switched off.
-                const std::size_t off = on ? 2 * (on + rateHz / 50 + 64) : 0;
-                QVERIFY(on == 0 || after != before);
-                QVERIFY(std::equal(after.begin() + std::ptrdiff_t(off), after.end(),
-                                   before.begin() + std::ptrdiff_t(off)));
-            }
+        for (const auto& [gainDb, bypass] : {std::pair(12.0F, true), std::pair(0.0F, false)}) {
+            const auto after = processed(before, [&](EqualiserUnit& unit, std::size_t frame) {
+                unit.set(bandsWith(2, frame < on ? 12 : gainDb), frame >= on && bypass);
+            });
+            const std::size_t off = 2 * (on + rateHz / 50 + 64); // after 20 ms
+            QVERIFY(
+                std::ranges::equal(std::span(after).subspan(off), std::span(before).subspan(off)));
+        }
     }
 
     void changesWithoutAClick() {
