@@ -18,41 +18,40 @@ class AudioFileTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void laysOutTheChannels_data() {
-        QTest::addColumn<int>("channels");
-        QTest::addColumn<bool>("mono");
-        QTest::addColumn<float>("left");
-        QTest::addColumn<float>("right");
-        // Channel n (from 0) of the file is a constant 0.1 · (n + 1).
-        QTest::newRow("mono on both sides") << 1 << false << 0.1F << 0.1F;
-        QTest::newRow("mono as mono") << 1 << true << 0.1F << 0.1F;
-        QTest::newRow("stereo") << 2 << false << 0.1F << 0.2F;
-        QTest::newRow("mean of two") << 2 << true << 0.15F << 0.15F;
-        QTest::newRow("mean of six") << 6 << true << 0.35F << 0.35F;
-        QTest::newRow("three without a place") << 3 << false << 0.2F << 0.2F;
-        QTest::newRow("as many as have a place, some unheard") << 24 << false << 1.25F << 1.25F;
-        QTest::newRow("more than can be mixed") << 100 << false << 5.05F << 5.05F;
-        QTest::newRow("mean of more than can be mixed") << 100 << true << 5.05F << 5.05F;
+    void laysOutTheChannels() {
+        struct Case {
+            const char* name;
+            int channels;
+            bool isMono;
+            float left, right;
+        };
         // Front 1, centre and surround √½, scaled so that full scale in all of them is full scale.
         const float half = std::sqrt(0.5F), scale = 1 + 2 * half;
-        QTest::newRow("5.1 mixed down")
-            << 6 << false << (0.1F + half * 0.8F) / scale << (0.2F + half * 0.9F) / scale;
-    }
-    void laysOutTheChannels() {
-        QFETCH(int, channels);
-        QFETCH(bool, mono);
-        QFETCH(float, left);
-        QFETCH(float, right);
-        Sound sound{48000, channels, {}};
-        for (int i = 0; i < 4800 * channels; ++i)
-            sound.samples.push_back(0.1F * float(i % channels + 1));
-        const auto layout = mono ? AudioFile::Layout::mono : AudioFile::Layout::stereo;
-        const auto file = AudioFile::open(media_.wav("constant.wav", sound), layout);
-        QCOMPARE(file->channels(), channels);
-        const std::vector<float> samples = MediaMaker::readAll(*file);
-        QCOMPARE(samples.size(), std::size_t{4800} * (mono ? 1 : 2));
-        QCOMPARE_LT(std::abs(samples.front() - left), 1e-6F);
-        QCOMPARE_LT(std::abs(samples.back() - right), 1e-6F);
+        // Channel n (from 0) of the file is a constant 0.1 · (n + 1).
+        const Case cases[] = {
+            {"mono on both sides", 1, false, 0.1F, 0.1F},
+            {"mono as mono", 1, true, 0.1F, 0.1F},
+            {"stereo", 2, false, 0.1F, 0.2F},
+            {"mean of two", 2, true, 0.15F, 0.15F},
+            {"mean of six", 6, true, 0.35F, 0.35F},
+            {"5.1", 6, false, (0.1F + half * 0.8F) / scale, (0.2F + half * 0.9F) / scale},
+            {"three without a place", 3, false, 0.2F, 0.2F},
+            {"as many as have a place, some unheard", 24, false, 1.25F, 1.25F},
+            {"more than can be mixed", 100, false, 5.05F, 5.05F},
+            {"mean of more than can be mixed", 100, true, 5.05F, 5.05F},
+        };
+        for (const auto& [name, channels, isMono, left, right] : cases) {
+            Sound sound{48000, channels, {}};
+            for (int i = 0; i < 4800 * channels; ++i)
+                sound.samples.push_back(0.1F * float(i % channels + 1));
+            const auto layout = isMono ? AudioFile::Layout::mono : AudioFile::Layout::stereo;
+            const auto file = AudioFile::open(media_.wav("constant.wav", sound), layout);
+            const std::vector<float> samples = MediaMaker::readAll(*file);
+            QVERIFY2(file->channels() == channels, name);
+            QVERIFY2(samples.size() == std::size_t{4800} * (isMono ? 1 : 2), name);
+            QVERIFY2(std::abs(samples.front() - left) < 1e-6F, name);
+            QVERIFY2(std::abs(samples.back() - right) < 1e-6F, name);
+        }
     }
 
     void refusesInOneSentence_data() {

@@ -160,21 +160,43 @@ class LoopTest : public QObject {
     }
 
     /// A pass is a whole number of frames long; what that takes from it must not add up.
-    void lastsAsLongAsItsPasses() {
+    void passesDoNotDrift() {
         struct Case {
             double rate, pause;
             int deviceHz;
         };
-        constexpr int passes = 100;
-        constexpr std::int64_t count = 882;
-        const auto tone = SyntheticFile::sine(rateHz, rateHz, 441);
+        constexpr int passes = 40;
+        constexpr std::int64_t count = 4007;
+        const auto click = std::make_shared<SyntheticFile>(rateHz, 60000, [](std::int64_t frame) {
+            const double since = double(frame % count) - count / 2.0;
+            const auto value = float(0.5 * std::exp(-since * since / 400) * std::sin(0.4 * since));
+            return std::pair(value, value);
+        });
         for (const auto& [rate, pause, deviceHz] :
-             {Case{2.5, 0.02, rateHz}, Case{1, 0, 48000}, Case{0.7, 0.01, 32000}}) {
+             {Case{0.5, 0, rateHz}, Case{3, 0, rateHz}, Case{1, 0, 48000}, Case{2.5, 0.02, rateHz},
+              Case{0.7, 0.01, 32000}}) {
             PulledGraph device(deviceHz);
-            device.play(tone, 4410, count, Announcement{1, 4410, count, pause, passes - 1}, rate);
-            const double seconds = passes * count / rate / rateHz + (passes - 1) * pause;
-            const auto heard = device.pull(std::size_t(2 * seconds * deviceHz));
-            QCOMPARE_LT(std::abs(double(heard.size()) - seconds * deviceHz), 1.0);
+            device.play(click, count, count, Announcement{1, count, count, pause, passes - 1},
+                        rate);
+            const double perPass = (double(count) / rate / rateHz + pause) * deviceHz;
+            const auto heard = device.pull(std::size_t(perPass * (passes + 1)));
+            QCOMPARE_LT(std::abs(double(heard.size()) + pause * deviceHz - passes * perPass), 1.0);
+            // Where the click's energy lies in ten passes, in frames.
+            const auto centre = [&, perPass = perPass](int firstPass) {
+                double sum = 0;
+                for (int pass = firstPass; pass < firstPass + 10; ++pass) {
+                    double energy = 0, moment = 0;
+                    for (double at = 0.1 * perPass; at < 0.9 * perPass; ++at) {
+                        const auto frame = std::size_t(pass * perPass + at);
+                        const double power = double(heard[frame]) * heard[frame];
+                        energy += power;
+                        moment += power * (double(frame) - pass * perPass);
+                    }
+                    sum += moment / energy / 10;
+                }
+                return sum;
+            };
+            QCOMPARE_LT(std::abs(centre(passes - 11) - centre(5)) / deviceHz, 0.003);
         }
     }
 
