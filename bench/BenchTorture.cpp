@@ -1,6 +1,6 @@
 // Random schedules of everything a client can do to the sound graph, offline, each run twice:
 // clicks, gaps, sound where there should be none, a play head that goes back, completions that are
-// lost or doubled, and bytes that differ from run to run are faults.
+// lost or doubled, and bytes that differ from run to run are faults. A few run as TortureTest.
 //
 //   BenchTorture [--from SEED] [--seeds COUNT] [--steps COUNT] [--trace]
 
@@ -9,11 +9,11 @@
 #include <cstring>
 #include <string>
 
-#include "support/sound/Torture.h"
+#include "Torture.h"
 
 namespace {
 
-using ambrel::test::Torture;
+using ambrel::bench::Torture;
 
 struct Options {
     std::uint64_t from = 1;

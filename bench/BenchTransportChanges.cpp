@@ -4,6 +4,7 @@
 
 #include "TimedGraph.h"
 #include "TransportRow.h"
+#include "ZeroCrossings.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 
@@ -42,9 +43,9 @@ Profile profileOf(std::span<const float> mono) {
     Profile profile;
     for (std::size_t middle = half; middle + half <= mono.size(); middle += perMs) {
         const auto around = mono.subspan(middle - half, 2 * half);
-        profile.hz.push_back(test::roughHz(around, deviceHz));
+        profile.hz.push_back(hzFromZeroCrossings(around, deviceHz));
         profile.levelDb.push_back(20 * std::log10(test::rms(around) + 1e-9));
-        profile.bend.push_back(test::sharpestBend(around));
+        profile.bend.push_back(test::largestBend(around));
     }
     return profile;
 }
@@ -67,8 +68,8 @@ double crossing(const std::vector<double>& values) {
     return ms;
 }
 
-/// A sweep turns speed into a slope: where the line of before meets the line of after.
-double bendOfCourse(const std::vector<double>& hz) {
+/// A sweep turns speed into a slope: where the line fitted before meets the one fitted after.
+double meetingOfLines(const std::vector<double>& hz) {
     const auto line = [&](int fromMs, int toMs) {
         double t = 0, tt = 0, f = 0, tf = 0;
         const int n = toMs - fromMs;
@@ -98,17 +99,17 @@ struct Change {
 };
 
 struct Click {
-    double bend = 0;   ///< the sharpest, against the sharpest before and after
+    double bend = 0;   ///< the largest, against the largest before and after
     double dropDb = 0; ///< of the level, below the softest before and after
 };
 
 void note(Click& click, const Profile& profile) {
-    const auto sharpest = [&](int fromMs, int toMs) {
+    const auto largest = [&](int fromMs, int toMs) {
         return *std::max_element(profile.bend.begin() + std::ptrdiff_t(Profile::at(fromMs)),
                                  profile.bend.begin() + std::ptrdiff_t(Profile::at(toMs)));
     };
-    const double own = std::max(sharpest(-200, -20), sharpest(settledMs, afterMs - 10));
-    click.bend = std::max(click.bend, sharpest(-20, settledMs) / own);
+    const double own = std::max(largest(-200, -20), largest(settledMs, afterMs - 10));
+    click.bend = std::max(click.bend, largest(-20, settledMs) / own);
     const auto softest = [&](int fromMs, int toMs) {
         return *std::min_element(profile.levelDb.begin() + std::ptrdiff_t(Profile::at(fromMs)),
                                  profile.levelDb.begin() + std::ptrdiff_t(Profile::at(toMs)));
@@ -165,8 +166,8 @@ void measure(TimedGraph& timed, const Change& change) {
     }
     printRow(change.what + ", slowest of " + std::to_string(slowest.count()),
              atMost(change.wantedMs), slowest.ms(), "ms");
-    printRow("  sharpest bend, against before and after, worst of " + std::to_string(clicks),
-             atMost(1.3), click.bend, "times");
+    printRow("  bend, against before and after, worst of " + std::to_string(clicks), atMost(1.3),
+             click.bend, "times");
     // Half of it is where a gap begins.
     printRow("  drop of level, below the softest before and after", atMost(6), click.dropDb, "dB");
 }
@@ -190,7 +191,7 @@ std::shared_ptr<SyntheticFile> toneFor(const Setting& setting) {
 std::vector<Change> changes() {
     const auto toHz = [](const Profile& profile) { return crossing(profile.hz); };
     const auto toLevel = [](const Profile& profile) { return crossing(profile.levelDb); };
-    const auto toSpeed = [](const Profile& profile) { return bendOfCourse(profile.hz); };
+    const auto toSpeed = [](const Profile& profile) { return meetingOfLines(profile.hz); };
     std::vector<Change> all;
     for (const Setting& from : settings) {
         const std::string at = std::string(from.name) + ", ";

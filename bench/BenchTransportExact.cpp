@@ -27,12 +27,13 @@ using namespace ambrel::bench;
 struct Recording {
     explicit Recording(const std::filesystem::path& path)
         : file(AudioFile::open(path)), decoded(test::MediaMaker::decode(path)),
-          fadeFrames(file->sampleRate() * 3 / 1000), seamFrames(file->sampleRate() * 5 / 1000) {}
+          fadeFrames(file->sampleRate() * 3 / 1000),
+          crossfadeFrames(file->sampleRate() * 5 / 1000) {}
 
     std::shared_ptr<AudioFile> file;
     std::vector<float> decoded; ///< stereo
     std::int64_t fadeFrames;
-    std::int64_t seamFrames;
+    std::int64_t crossfadeFrames;
 };
 
 /// Samples of frames [from, to) of what was heard that are not the recording's from `fileFrame` on.
@@ -60,11 +61,11 @@ void playOnce(const Recording& recording) {
              std::abs(double(heard.size() / 2) - double(length)), "");
 }
 
-/// The sharpest bend within so many frames of a place.
+/// The largest bend within so many frames of a place.
 double bendAround(std::span<const float> mono, std::int64_t middle, std::int64_t frames) {
     const auto from = std::max<std::int64_t>(0, middle - frames);
     const auto to = std::min(middle + frames, std::int64_t(mono.size()));
-    return test::sharpestBend(mono.subspan(std::size_t(from), std::size_t(to - from)));
+    return test::largestBend(mono.subspan(std::size_t(from), std::size_t(to - from)));
 }
 
 /// Regions at random places, from 40 ms to a second long, five passes each.
@@ -76,7 +77,7 @@ void playLoops(const Recording& recording) {
     const std::int64_t length = recording.file->length();
     const int second = recording.file->sampleRate();
     std::int64_t different = 0;
-    double sharpest = 0;
+    double largest = 0;
     // The material of a crossfade is the end of the region and what lies before its start.
     const auto own = test::channelOf(recording.decoded, 0);
     for (int i = 0; i < regions; ++i) {
@@ -88,20 +89,19 @@ void playLoops(const Recording& recording) {
         for (std::int64_t pass = 0; pass < passes; ++pass) {
             const std::int64_t first = pass == 0 ? recording.fadeFrames : 0;
             const std::int64_t begin = pass * count;
-            different += differing(heard, begin + first, begin + count - recording.seamFrames,
+            different += differing(heard, begin + first, begin + count - recording.crossfadeFrames,
                                    recording, start + first);
         }
         const auto left = test::channelOf(heard, 0);
-        const double material = std::max(bendAround(own, start, recording.seamFrames),
-                                         bendAround(own, start + count, recording.seamFrames));
+        const double material = std::max(bendAround(own, start, recording.crossfadeFrames),
+                                         bendAround(own, start + count, recording.crossfadeFrames));
         for (std::int64_t pass = 1; pass < passes; ++pass)
-            sharpest =
-                std::max(sharpest, bendAround(left, pass * count, recording.seamFrames) / material);
+            largest = std::max(largest, bendAround(left, pass * count, recording.crossfadeFrames) /
+                                            material);
     }
     printRow("100 %, 100 loops of 5 passes at random places: samples that differ outside the fades",
              atMost(0), double(different), "");
-    printRow("  sharpest bend at a seam, against the material's own", atMost(1.3), sharpest,
-             "times");
+    printRow("  bend at a boundary, against the material's own", atMost(1.3), largest, "times");
 }
 
 /// A second of a tone, through the graph at another rate.

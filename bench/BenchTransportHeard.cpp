@@ -8,6 +8,7 @@
 #include "HandOvers.h"
 #include "MonitorRecording.h"
 #include "TransportRow.h"
+#include "ZeroCrossings.h"
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
 #include "platform/sound/AudioGraph.h"
@@ -83,8 +84,8 @@ struct CodedFile {
 
     /// The second of the file that is heard in the middle of a stretch of some 30 ms.
     static double place(std::span<const float> left, std::span<const float> right) {
-        const double fine = (test::roughHz(left, sinkHz) - lowHz) / hzPerSecond;
-        const double coarse = (test::roughHz(right, sinkHz) - slowLowHz) / slowHzPerSecond;
+        const double fine = (hzFromZeroCrossings(left, sinkHz) - lowHz) / hzPerSecond;
+        const double coarse = (hzFromZeroCrossings(right, sinkHz) - slowLowHz) / slowHzPerSecond;
         return fine + sweepSeconds * std::round((coarse - fine) / sweepSeconds);
     }
 };
@@ -292,8 +293,9 @@ int main(int argc, char** argv) {
         playHead(graph, recording, percent, duration, argc > 2 ? &series : nullptr);
     for (const int percent : {50, 100, 250})
         completions(graph, recording, percent);
-    printRow("the clock of this: what the server tells, beside a line, 95 of 100 (frames arrive " +
-                 std::to_string(std::lround(recording.earlyMs())) + " ms early: taken off)",
-             atMost(1), recording.uncertaintyMs(), "ms");
+    printRow(
+        "the clock of this: what the server tells, off a straight line, 95 of 100 (frames arrive " +
+            std::to_string(std::lround(recording.earlyMs())) + " ms early: taken off)",
+        atMost(1), recording.uncertaintyMs(), "ms");
     return 0;
 }

@@ -23,21 +23,21 @@ using test::SyntheticFile;
 
 constexpr int rateHz = 44'100;
 constexpr std::int64_t fadeFrames = rateHz * 3 / 1000;
-constexpr std::int64_t seamFrames = rateHz * 5 / 1000;
+constexpr std::int64_t crossfadeFrames = rateHz * 5 / 1000;
 
 /// Where every region begins: sound of the file lies before it.
 constexpr std::int64_t startFrame = 4'410;
 
-struct Course {
+struct Loop {
     std::int64_t passFrames;
     int passes;
 };
 
-std::string inWords(std::initializer_list<Course> courses) {
+std::string inWords(std::initializer_list<Loop> loops) {
     std::string words;
-    for (const Course& course : courses)
-        words += (words.empty() ? "" : ", ") + std::to_string(course.passes) + " x " +
-                 std::to_string(std::lround(1000.0 * double(course.passFrames) / rateHz)) + " ms";
+    for (const Loop& loop : loops)
+        words += (words.empty() ? "" : ", ") + std::to_string(loop.passes) + " x " +
+                 std::to_string(std::lround(1000.0 * double(loop.passFrames) / rateHz)) + " ms";
     return words;
 }
 
@@ -63,17 +63,17 @@ std::int64_t shift(std::span<const float> heard, const SyntheticFile& file,
 
 /// At normal speed no two frames of the file are alike, so each tells its place. A pass that is
 /// shorter than a fade lies in it or has its first half for itself.
-void exactLoop(Course course, double pauseSeconds, double& mostShifted, double& different) {
+void exactLoop(Loop loop, double pauseSeconds, double& mostShifted, double& different) {
     const auto file = SyntheticFile::numbered(rateHz, 60'000);
     test::PulledGraph pulled(rateHz);
     const std::int64_t gap = std::llround(pauseSeconds * rateHz);
-    const std::int64_t count = course.passFrames;
+    const std::int64_t count = loop.passFrames;
     pulled.play(file, startFrame, count,
-                Announcement{1, startFrame, count, pauseSeconds, course.passes - 1});
-    const std::int64_t edge = std::min(gap > 0 ? fadeFrames : seamFrames, count / 2);
-    const std::int64_t end = course.passes * count;
-    for (int pass = 0; pass < course.passes; ++pass) {
-        const std::int64_t silent = pass + 1 < course.passes ? gap : 0;
+                Announcement{1, startFrame, count, pauseSeconds, loop.passes - 1});
+    const std::int64_t edge = std::min(gap > 0 ? fadeFrames : crossfadeFrames, count / 2);
+    const std::int64_t end = loop.passes * count;
+    for (int pass = 0; pass < loop.passes; ++pass) {
+        const std::int64_t silent = pass + 1 < loop.passes ? gap : 0;
         const auto heard = pulled.pull(std::size_t(count + silent));
         if (std::int64_t(heard.size()) != count + silent) {
             mostShifted = double(count);
@@ -97,21 +97,21 @@ void exactLoop(Course course, double pauseSeconds, double& mostShifted, double& 
     }
 }
 
-void exactLoops(double pauseSeconds, std::initializer_list<Course> courses) {
+void exactLoops(double pauseSeconds, std::initializer_list<Loop> loops) {
     double mostShifted = 0;
     double different = 0;
-    for (const Course& course : courses)
-        exactLoop(course, pauseSeconds, mostShifted, different);
+    for (const Loop& loop : loops)
+        exactLoop(loop, pauseSeconds, mostShifted, different);
     const std::string what =
-        "100 %, " + inWords(courses) + (pauseSeconds > 0 ? ", 50 ms of pause: " : ": ");
-    printRow(what + "a pass begins beside its frame", atMost(0), mostShifted, "frames");
+        "100 %, " + inWords(loops) + (pauseSeconds > 0 ? ", 50 ms of pause: " : ": ");
+    printRow(what + "pass onset error", atMost(0), mostShifted, "frames");
     printRow(what + "frames that differ", atMost(0), different, "");
 }
 
 /// A burst in the middle of every pass, in the file too: a loop of one sounds as the file does.
-std::shared_ptr<SyntheticFile> bursts(Course course) {
-    const std::int64_t apart = course.passFrames;
-    const std::int64_t length = startFrame + apart * (course.passes + 1);
+std::shared_ptr<SyntheticFile> bursts(Loop loop) {
+    const std::int64_t apart = loop.passFrames;
+    const std::int64_t length = startFrame + apart * (loop.passes + 1);
     return std::make_shared<SyntheticFile>(rateHz, length, [apart](std::int64_t frame) {
         const std::int64_t place = (frame - startFrame + startFrame * apart) % apart;
         const double from = double(place) - double(apart) / 2;
@@ -122,7 +122,7 @@ std::shared_ptr<SyntheticFile> bursts(Course course) {
     });
 }
 
-/// Where the sound's energy lies in each pass beside its middle, in frames. The energy's first
+/// How far the sound's energy lies from the middle of each pass, in frames. The energy's first
 /// harmonic tells it, so that what is smeared evenly over the pass does not count; of passes so
 /// short that the harmonic is weak, `together` are taken as one.
 std::vector<double> burstPlaces(std::span<const float> heard, double passFrames, int together) {
@@ -146,52 +146,53 @@ double mean(std::span<const double> values) {
 }
 
 /// A loop against the same sound without a loop.
-struct Beside {
-    double passMs = 0;          ///< pass onset error, against playing without a loop
-    double driftMs = 0;         ///< drift: the last passes against the tenth
-    double differenceDb = -200; ///< between the two sounds, relative to full scale
-    double courseMs = 0;        ///< onset error of the stretcher itself
+struct Comparison {
+    double onsetErrorMs = 0;     ///< pass onset error, against playing without a loop
+    double driftMs = 0;          ///< drift: the last passes against the tenth
+    double differenceDb = -200;  ///< between the two sounds, relative to full scale
+    double stretcherErrorMs = 0; ///< onset error of the stretcher itself
 };
 
-std::vector<float> stretched(Course course, double rate, bool looped) {
+std::vector<float> stretched(Loop loop, double rate, bool looped) {
     test::PulledGraph pulled(rateHz);
-    const std::int64_t count = course.passFrames;
-    const std::int64_t all = count * course.passes;
-    pulled.play(bursts(course), startFrame, looped ? count : all,
-                looped ? std::optional(Announcement{1, startFrame, count, 0, course.passes - 1})
+    const std::int64_t count = loop.passFrames;
+    const std::int64_t all = count * loop.passes;
+    pulled.play(bursts(loop), startFrame, looped ? count : all,
+                looped ? std::optional(Announcement{1, startFrame, count, 0, loop.passes - 1})
                        : std::nullopt,
                 rate);
     return pulled.pull(std::size_t(double(all) / rate) + rateHz);
 }
 
-void stretchedLoop(Course course, double rate, Beside& beside) {
-    const auto loop = stretched(course, rate, true);
-    const auto line = stretched(course, rate, false);
-    const double perPass = double(course.passFrames) / rate;
-    const double wantedFrames = perPass * course.passes;
-    beside.passMs =
-        std::max(beside.passMs, std::abs(milliseconds(double(loop.size()) - wantedFrames)));
+void stretchedLoop(Loop loop, double rate, Comparison& worst) {
+    const auto looped = stretched(loop, rate, true);
+    const auto unlooped = stretched(loop, rate, false);
+    const double perPass = double(loop.passFrames) / rate;
+    const double wantedFrames = perPass * loop.passes;
+    worst.onsetErrorMs =
+        std::max(worst.onsetErrorMs, std::abs(milliseconds(double(looped.size()) - wantedFrames)));
     float difference = 0;
-    for (std::size_t i = 0; i < std::min(loop.size(), line.size()); ++i)
-        difference = std::max(difference, std::abs(loop[i] - line[i]));
-    beside.differenceDb =
-        std::max(beside.differenceDb, 20 * std::log10(double(difference) + 1e-10));
-    if (course.passFrames < rateHz / 100)
+    for (std::size_t i = 0; i < std::min(looped.size(), unlooped.size()); ++i)
+        difference = std::max(difference, std::abs(looped[i] - unlooped[i]));
+    worst.differenceDb = std::max(worst.differenceDb, 20 * std::log10(double(difference) + 1e-10));
+    if (loop.passFrames < rateHz / 100)
         return; // a tone to the ear and to the stretcher
-    const int together = std::max(1, course.passes / 100);
-    const auto places = burstPlaces(loop, perPass, together);
-    const auto own = burstPlaces(line, perPass, together);
+    const int together = std::max(1, loop.passes / 100);
+    const auto places = burstPlaces(looped, perPass, together);
+    const auto own = burstPlaces(unlooped, perPass, together);
     // The first and the last pass border on silence.
     const std::size_t edge = 2;
     for (std::size_t i = edge; i + edge < std::min(places.size(), own.size()); ++i) {
-        beside.passMs = std::max(beside.passMs, std::abs(milliseconds(places[i] - own[i])));
-        beside.courseMs = std::max(beside.courseMs, std::abs(milliseconds(places[i])));
+        worst.onsetErrorMs =
+            std::max(worst.onsetErrorMs, std::abs(milliseconds(places[i] - own[i])));
+        worst.stretcherErrorMs =
+            std::max(worst.stretcherErrorMs, std::abs(milliseconds(places[i])));
     }
     const auto tenth = std::max<std::size_t>(edge, std::size_t(10 / together));
     const std::size_t some = (places.size() - edge - tenth) / 2;
     const double early = mean(std::span(places).subspan(tenth, some));
     const double late = mean(std::span(places).subspan(places.size() - edge - some, some));
-    beside.driftMs = std::max(beside.driftMs, std::abs(milliseconds(late - early)));
+    worst.driftMs = std::max(worst.driftMs, std::abs(milliseconds(late - early)));
 }
 
 /// A tone of whole periods, so that what is looped is one tone without an end.
@@ -205,43 +206,43 @@ void steadyTone(std::int64_t count, double rate, double& drop, double& bend) {
     const auto steady = std::span(heard).subspan(std::size_t(rate < 0.1 ? 2 : 1) * rateHz);
     drop = std::max(drop, -test::levelRange(steady, rateHz).quietestDb);
     const double own = 0.5 * std::pow(2 * std::numbers::pi * hz / rateHz, 2);
-    bend = std::max(bend, test::sharpestBend(steady) / own);
+    bend = std::max(bend, test::largestBend(steady) / own);
 }
 
 /// Pass onset error of a tone with a pause before each pass.
-void pausedLoop(Course course, double rate, double pauseSeconds, double& beside) {
+void pausedLoop(Loop loop, double rate, double pauseSeconds, double& errorMs) {
     test::PulledGraph pulled(rateHz);
-    const std::int64_t count = course.passFrames;
+    const std::int64_t count = loop.passFrames;
     pulled.play(SyntheticFile::sine(rateHz, 60'000, 441), startFrame, count,
-                Announcement{1, startFrame, count, pauseSeconds, course.passes - 1}, rate);
+                Announcement{1, startFrame, count, pauseSeconds, loop.passes - 1}, rate);
     const double apart = double(count) / rate + pauseSeconds * rateHz;
-    const auto heard = pulled.pull(std::size_t(apart * course.passes) + rateHz);
+    const auto heard = pulled.pull(std::size_t(apart * loop.passes) + rateHz);
     int passes = 0;
     std::size_t silent = std::size_t(rateHz);
     for (std::size_t i = 0; i < heard.size(); ++i) {
         if (heard[i] != 0 && double(silent) > 0.5 * pauseSeconds * rateHz)
-            beside = std::max(beside, std::abs(milliseconds(double(i) - apart * passes++)));
+            errorMs = std::max(errorMs, std::abs(milliseconds(double(i) - apart * passes++)));
         silent = heard[i] != 0 ? 0 : silent + 1;
     }
-    if (passes != course.passes)
-        beside = milliseconds(apart);
+    if (passes != loop.passes)
+        errorMs = milliseconds(apart);
 }
 
-void stretchedLoops(double rate, std::initializer_list<Course> courses, Course paused) {
+void stretchedLoops(double rate, std::initializer_list<Loop> loops, Loop paused) {
     const std::string speed = std::to_string(std::lround(rate * 100)) + " %, ";
-    Beside beside;
-    for (const Course& course : courses)
-        stretchedLoop(course, rate, beside);
-    printRow(speed + inWords(courses) + ": a pass is heard beside its place", atMost(3),
-             beside.passMs, "ms");
-    printRow("  the last passes beside the tenth", atMost(3), beside.driftMs, "ms");
-    printRow("  difference from the same sound without a loop (the stretcher itself puts a burst " +
-                 std::to_string(std::lround(beside.courseMs)) + " ms beside its place)",
-             atMost(-60), beside.differenceDb, "dB");
+    Comparison worst;
+    for (const Loop& loop : loops)
+        stretchedLoop(loop, rate, worst);
+    printRow(speed + inWords(loops) + ": pass onset error", atMost(3), worst.onsetErrorMs, "ms");
+    printRow("  drift: the last passes against the tenth", atMost(3), worst.driftMs, "ms");
+    printRow(
+        "  difference from the same sound without a loop (onset error of the stretcher itself: " +
+            std::to_string(std::lround(worst.stretcherErrorMs)) + " ms)",
+        atMost(-60), worst.differenceDb, "dB");
     double off = 0;
     pausedLoop(paused, rate, 0.02, off);
-    printRow(speed + inWords({paused}) + ", 20 ms of pause: a pass begins beside its place",
-             atMost(3), off, "ms");
+    printRow(speed + inWords({paused}) + ", 20 ms of pause: pass onset error", atMost(3), off,
+             "ms");
 }
 
 void steadyTones(double rate) {
@@ -252,7 +253,7 @@ void steadyTones(double rate) {
     const std::string what =
         std::to_string(std::lround(rate * 100)) + " %, a tone in passes of 1, 20 and 91 ms: ";
     printRow(what + "drop of level", atMost(1), drop, "dB");
-    printRow(what + "sharpest bend, against the tone's own", atMost(1.3), bend, "times");
+    printRow(what + "bend, against the tone's own", atMost(1.3), bend, "times");
 }
 
 } // namespace

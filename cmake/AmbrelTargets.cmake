@@ -41,6 +41,7 @@ endif()
 
 # AMBREL_TEST_PREFIX: one run of ctest may cover several presets, and a failure should say whose it is.
 set(AMBREL_TEST_PREFIX "")
+set(AMBREL_TEST_LAUNCHER)
 set(AMBREL_TEST_ENVIRONMENT "LC_ALL=C.UTF-8" "AMBREL_SOURCE_DIR=${CMAKE_SOURCE_DIR}"
     "AMBREL_BINARY_DIR=${CMAKE_BINARY_DIR}")
 if(AMBREL_SANITIZE)
@@ -59,6 +60,11 @@ elseif(AMBREL_SANITIZE STREQUAL "thread")
     set(AMBREL_TEST_PREFIX "tsan.")
     list(APPEND AMBREL_TEST_ENVIRONMENT
         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/tsan.supp:halt_on_error=1:second_deadlock_stack=1")
+    # It cannot place its shadow where the kernel spreads the address space too widely.
+    execute_process(COMMAND setarch --addr-no-randomize true RESULT_VARIABLE cannot ERROR_QUIET)
+    if(cannot EQUAL 0)
+        set(AMBREL_TEST_LAUNCHER setarch --addr-no-randomize)
+    endif()
 endif()
 
 # A static library of the sources of the given folders (below src/): all but EXCLUDE, or those that

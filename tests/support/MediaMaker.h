@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -8,6 +7,10 @@
 #include <QByteArray>
 #include <QStringList>
 #include <QTemporaryDir>
+
+namespace ambrel {
+class AudioFile;
+}
 
 namespace ambrel::test {
 
@@ -17,7 +20,7 @@ struct Sound {
     int channels = 2;
     std::vector<float> samples;
 
-    std::size_t frames() const { return samples.size() / static_cast<std::size_t>(channels); }
+    std::size_t frames() const { return samples.size() / std::size_t(channels); }
 };
 
 /// Makes media files for a test in a folder that goes away with it. Encoding and the reference
@@ -44,6 +47,9 @@ class MediaMaker {
 
     /// The samples of the first audio track as the ffmpeg program decodes it from the start.
     static std::vector<float> decode(const std::filesystem::path& file);
+
+    /// The samples of all frames, from the first to the last, through read().
+    static std::vector<float> readAll(AudioFile& file);
 
     /// Writes bytes to a file as they are.
     std::filesystem::path write(const std::string& name, const QByteArray& bytes) const;

@@ -23,8 +23,7 @@ struct PulledGraph {
               std::int64_t frameCount, const std::optional<Announcement>& next, double rate = 1,
               double cents = 0) {
         graph.stop();
-        std::vector<float> fading(2 * 1000);
-        output->pull(fading.data(), 1000);
+        pullStereo(1000);
         graph.setRate(float(rate));
         graph.setPitch(float(cents));
         graph.scheduleSegment(
@@ -35,15 +34,7 @@ struct PulledGraph {
     /// Up to `frames` more stereo frames; fewer if the sound ends.
     std::vector<float> pullStereo(std::size_t frames) {
         std::vector<float> stereo(2 * frames);
-        std::size_t got = 0;
-        while (got < frames) {
-            const std::size_t wanted = std::min<std::size_t>(500, frames - got);
-            const std::size_t more = output->pull(stereo.data() + 2 * got, wanted);
-            got += more;
-            if (more < wanted)
-                break;
-        }
-        stereo.resize(2 * got);
+        stereo.resize(2 * output->pull(stereo.data(), frames));
         return stereo;
     }
 

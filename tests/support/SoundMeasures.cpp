@@ -56,29 +56,15 @@ Tone measureTone(std::span<const float> mono, int sampleRateHz, double nearHz) {
     return tone;
 }
 
-double roughHz(std::span<const float> mono, int sampleRateHz) {
-    double first = -1, last = -1;
-    int periods = -1;
-    for (std::size_t i = 1; i < mono.size(); ++i) {
-        if (mono[i - 1] >= 0 || mono[i] < 0)
-            continue;
-        last = double(i) - double(mono[i]) / (double(mono[i]) - mono[i - 1]);
-        first = periods < 0 ? last : first;
-        ++periods;
-    }
-    return periods > 0 ? periods * sampleRateHz / (last - first) : 0;
-}
-
 double centsBetween(double hz, double referenceHz) {
     return 1200 * std::log2(hz / referenceHz);
 }
 
-double sharpestBend(std::span<const float> mono) {
-    double sharpest = 0;
+double largestBend(std::span<const float> mono) {
+    double largest = 0;
     for (std::size_t i = 2; i < mono.size(); ++i)
-        sharpest = std::max(
-            sharpest, std::abs(double(mono[i]) - 2 * double(mono[i - 1]) + double(mono[i - 2])));
-    return sharpest;
+        largest = std::max(largest, std::abs(double(mono[i]) - 2.0 * mono[i - 1] + mono[i - 2]));
+    return largest;
 }
 
 double rms(std::span<const float> mono) {

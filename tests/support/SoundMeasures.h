@@ -25,14 +25,11 @@ struct Tone {
 /// least-squares fit over all samples.
 Tone measureTone(std::span<const float> mono, int sampleRateHz, double nearHz);
 
-/// The frequency of a few periods of a tone, from its zero crossings; 0 with less than one.
-double roughHz(std::span<const float> mono, int sampleRateHz);
-
 /// Distance of two frequencies in cents.
 double centsBetween(double hz, double referenceHz);
 
-/// The largest second difference: how sharply the sound bends anywhere. A click stands far out.
-double sharpestBend(std::span<const float> mono);
+/// The largest second difference. A click stands far out.
+double largestBend(std::span<const float> mono);
 
 double rms(std::span<const float> mono);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <tuple>
 
 namespace ambrel::test {
 
@@ -24,18 +25,17 @@ std::shared_ptr<SyntheticFile> SyntheticFile::sine(int sampleRateHz, std::int64_
 }
 
 std::pair<float, float> SyntheticFile::at(std::int64_t frame) const {
-    return frame >= 0 && frame < length_ ? formula_(frame) : std::pair(0.0F, 0.0F);
+    return frame >= 0 && frame < std::min(length_, brokenFrom) ? formula_(frame)
+                                                               : std::pair(0.0F, 0.0F);
 }
 
 std::size_t SyntheticFile::read(std::int64_t first, std::span<float> out) noexcept {
-    const std::int64_t end =
-        std::min({length_, brokenFrom, first + static_cast<std::int64_t>(out.size() / 2)});
-    for (std::int64_t frame = first; frame < end; ++frame) {
-        const auto [left, right] = formula_(frame);
-        out[static_cast<std::size_t>(2 * (frame - first))] = left;
-        out[static_cast<std::size_t>(2 * (frame - first) + 1)] = right;
-    }
-    return static_cast<std::size_t>(std::max<std::int64_t>(0, end - first));
+    const std::int64_t there = std::min(length_, brokenFrom) - first;
+    const auto count =
+        std::size_t(std::clamp<std::int64_t>(there, 0, std::int64_t(out.size() / 2)));
+    for (std::size_t i = 0; i < count; ++i)
+        std::tie(out[2 * i], out[2 * i + 1]) = formula_(first + std::int64_t(i));
+    return count;
 }
 
 } // namespace ambrel::test

@@ -34,9 +34,9 @@ HeardTones::HeardTones(const Recording& recording)
       amplitude_(LoopedTones::amplitude * (recording.right.empty() ? 0.75 : 1)),
       window_(std::size_t(recording.sampleRateHz) / 50),
       // A sink keeps 16 bits: every sample may be off by a step, and a second difference by four.
-      sharpest_(1.3 * (bend(LoopedTones::lowHz, amplitude_, recording.sampleRateHz) +
-                       bend(LoopedTones::highHz, amplitude_, recording.sampleRateHz)) +
-                4.0 / 32768) {}
+      largestBend_(1.3 * (bend(LoopedTones::lowHz, amplitude_, recording.sampleRateHz) +
+                          bend(LoopedTones::highHz, amplitude_, recording.sampleRateHz)) +
+                   4.0 / 32768) {}
 
 HeardWindow HeardTones::at(std::size_t from) const {
     const std::span<const float> left = recording_.left;
@@ -57,7 +57,7 @@ HeardWindow HeardTones::at(std::size_t from) const {
     const double ahead = (std::arg(high) - 2 * std::arg(low)) / (2 * pi) - 0.25 +
                          double(from) / recording_.sampleRateHz;
     heard.placeSeconds = ahead - std::floor(ahead);
-    heard.isBent = sharpestBend(left.subspan(from, window_)) > sharpest_;
+    heard.isBent = largestBend(left.subspan(from, window_)) > largestBend_;
     return heard;
 }
 

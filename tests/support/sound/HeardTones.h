@@ -51,7 +51,7 @@ class HeardTones {
     const Recording& recording_;
     double amplitude_; ///< wanted
     std::size_t window_;
-    double sharpest_; ///< bend that the tones may have
+    double largestBend_; ///< bend that the tones may have
 };
 
 } // namespace ambrel::test

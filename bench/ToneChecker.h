@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-namespace ambrel::test {
+namespace ambrel::bench {
 
 /// Listens to a steady tone for what it should not have: clicks, gaps, drops of level, and sound
 /// where there should be none.
-class TortureEar {
+class ToneChecker {
   public:
     /// What is known about a frame before it is heard.
     struct Expectation {
@@ -17,16 +17,16 @@ class TortureEar {
         bool isSmooth = false;  ///< nor bend it more than itself
     };
 
-    explicit TortureEar(int sampleRateHz);
+    explicit ToneChecker(int sampleRateHz);
 
     /// It was started, paused or stopped: what is heard fades.
     void expectFade() noexcept { sinceFade_ = 0; }
 
     /// What is wrong with the next frame's sample; empty if nothing is.
-    std::string hear(float sample, const Expectation& expected);
+    std::string check(float sample, const Expectation& expected);
 
   private:
-    std::string hearLevel(float sample);
+    std::string checkLevel(float sample);
 
     std::int64_t fade_;    ///< frames
     std::int64_t settled_; ///< frames after which a stretcher has its level
@@ -38,4 +38,4 @@ class TortureEar {
     double energy_ = 0; ///< of the window
 };
 
-} // namespace ambrel::test
+} // namespace ambrel::bench

@@ -1,4 +1,4 @@
-#include "support/sound/Torture.h"
+#include "Torture.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 #include <cstring>
 #include <thread>
 
-namespace ambrel::test {
+namespace ambrel::bench {
 
 namespace {
 
@@ -33,11 +33,11 @@ Torture::Torture(std::uint64_t seed, bool trace) : random_(seed), trace_(trace) 
         const std::int64_t period = between(shortestPeriod, longestPeriod);
         const std::int64_t length = spread(rateHz / 2, 6 * rateHz) / period * period;
         files_.push_back(
-            {SyntheticFile::sine(rateHz, length, double(rateHz) / double(period), amplitude),
+            {test::SyntheticFile::sine(rateHz, length, double(rateHz) / double(period), amplitude),
              period});
     }
     file_ = files_.front();
-    ear_ = std::make_unique<TortureEar>(deviceHz_);
+    checker_ = std::make_unique<ToneChecker>(deviceHz_);
     isSmooth_ = !oneIn(4);
 }
 
@@ -135,20 +135,20 @@ void Torture::schedule() {
     isPlaying_ = false;
     mayPause_ = next && next->pauseSeconds > 0;
     lastPosition_ = -1;
-    ear_->expectFade();
+    checker_->expectFade();
 }
 
 void Torture::play() {
     graph_->play();
     if (!isPlaying_)
-        ear_->expectFade();
+        checker_->expectFade();
     isPlaying_ = isScheduled_;
 }
 
 void Torture::pause() {
     graph_->pause();
     isPlaying_ = false;
-    ear_->expectFade();
+    checker_->expectFade();
 }
 
 void Torture::stop() {
@@ -156,7 +156,7 @@ void Torture::stop() {
     drop();
     isScheduled_ = false;
     isPlaying_ = false;
-    ear_->expectFade();
+    checker_->expectFade();
 }
 
 void Torture::drop() {
@@ -225,10 +225,10 @@ void Torture::pull(std::size_t frames) {
 }
 
 void Torture::listen(const std::vector<float>& stereo, std::size_t played) {
-    TortureEar::Expectation expected{isPlaying_, false, isSmooth_};
+    ToneChecker::Expectation expected{isPlaying_, false, isSmooth_};
     for (std::size_t i = 0; i < stereo.size() / 2; ++i) {
         expected.isSteady = isPlaying_ && isSmooth_ && !mayPause_ && i < played;
-        if (const std::string wrong = ear_->hear(stereo[2 * i], expected); !wrong.empty())
+        if (const std::string wrong = checker_->check(stereo[2 * i], expected); !wrong.empty())
             fault(wrong + " at frame " + std::to_string(result_.frames + std::int64_t(i)));
     }
 }
@@ -282,4 +282,4 @@ void Torture::fault(const std::string& what) {
         result_.faults.push_back(where + what);
 }
 
-} // namespace ambrel::test
+} // namespace ambrel::bench

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "ToneChecker.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/device/OfflineOutput.h"
 #include "support/SyntheticFile.h"
-#include "support/sound/TortureEar.h"
 
-namespace ambrel::test {
+namespace ambrel::bench {
 
 /// A client that plays, stops, pauses, loads, drags regions and turns every knob at random frames,
 /// as fast as the graph can go, and watches over what comes out.
@@ -40,7 +40,7 @@ class Torture {
     };
 
     struct File {
-        std::shared_ptr<SyntheticFile> tone;
+        std::shared_ptr<test::SyntheticFile> tone;
         std::int64_t period = 1; ///< frames
     };
 
@@ -78,7 +78,7 @@ class Torture {
     int deviceHz_;
     OfflineOutput* output_;
     std::unique_ptr<AudioGraph> graph_;
-    std::unique_ptr<TortureEar> ear_;
+    std::unique_ptr<ToneChecker> checker_;
     std::vector<File> files_;
     File file_;
     Result result_;
@@ -93,4 +93,4 @@ class Torture {
     double lastPosition_ = -1; ///< in the pass that is watched
 };
 
-} // namespace ambrel::test
+} // namespace ambrel::bench

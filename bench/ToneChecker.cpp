@@ -1,9 +1,9 @@
-#include "support/sound/TortureEar.h"
+#include "ToneChecker.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace ambrel::test {
+namespace ambrel::bench {
 
 namespace {
 
@@ -20,11 +20,11 @@ constexpr int settledMs = 60;
 
 } // namespace
 
-TortureEar::TortureEar(int sampleRateHz)
+ToneChecker::ToneChecker(int sampleRateHz)
     : fade_(sampleRateHz * fadeMs / 1000 + 2), settled_(sampleRateHz * settledMs / 1000),
       window_(std::size_t(sampleRateHz / 50)) {}
 
-std::string TortureEar::hear(float sample, const Expectation& expected) {
+std::string ToneChecker::check(float sample, const Expectation& expected) {
     const double bend = std::abs(double(sample) - 2 * before_[1] + before_[0]);
     before_[0] = before_[1];
     before_[1] = sample;
@@ -39,10 +39,10 @@ std::string TortureEar::hear(float sample, const Expectation& expected) {
         return "sound where nothing plays";
     if (expected.isSmooth && bend > (isFading ? mostCorner : mostBend))
         return "a bend of " + std::to_string(bend);
-    return expected.isSteady && sinceFade_ > settled_ ? hearLevel(sample) : std::string();
+    return expected.isSteady && sinceFade_ > settled_ ? checkLevel(sample) : std::string();
 }
 
-std::string TortureEar::hearLevel(float sample) {
+std::string ToneChecker::checkLevel(float sample) {
     silentFor_ = sample == 0 ? silentFor_ + 1 : 0;
     if (silentFor_ > fade_ / fadeMs)
         return "a gap";
@@ -50,4 +50,4 @@ std::string TortureEar::hearLevel(float sample) {
     return level < leastLevel ? "a level of only " + std::to_string(level) : std::string();
 }
 
-} // namespace ambrel::test
+} // namespace ambrel::bench
