@@ -1,7 +1,7 @@
 #include "ui/controls/FolderLabel.h"
 
 #include "app/FolderText.h"
-#include "app/PlainText.h"
+#include "ui/controls/PlainText.h"
 
 namespace ambrel {
 

@@ -3,7 +3,7 @@
 #include <QAccessibleWidget>
 #include <QMenu>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

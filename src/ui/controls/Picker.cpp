@@ -4,9 +4,9 @@
 #include <QActionGroup>
 #include <QWheelEvent>
 
-#include "app/AccessibleFactory.h"
-#include "app/DescribedMenu.h"
-#include "app/PlainText.h"
+#include "ui/controls/AccessibleFactory.h"
+#include "ui/controls/DescribedMenu.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {

@@ -2,7 +2,7 @@
 
 #include <QPainter>
 
-#include "app/PlainText.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {

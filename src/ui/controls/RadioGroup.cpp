@@ -4,8 +4,8 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include "app/AccessibleFactory.h"
-#include "app/PlainText.h"
+#include "ui/controls/AccessibleFactory.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {

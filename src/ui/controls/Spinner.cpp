@@ -4,7 +4,7 @@
 #include <QPainter>
 #include <QTimerEvent>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {

@@ -10,7 +10,7 @@
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
 #include "audio/LocalPath.h"
-#include "download/OpenFromURLSheet.h"
+#include "download/sheet/OpenFromURLSheet.h"
 #include "store/RecentFilesStore.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/NumberField.h"

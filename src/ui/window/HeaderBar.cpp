@@ -6,15 +6,15 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
-#include "app/PlainText.h"
-#include "app/RecentFilesMenu.h"
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/MenuButton.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/PushButton.h"
 #include "ui/controls/Spinner.h"
 #include "ui/controls/SymbolButton.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/WrappingRow.h"
+#include "ui/window/RecentFilesMenu.h"
 
 namespace ambrel {
 namespace {

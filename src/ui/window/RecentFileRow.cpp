@@ -5,13 +5,13 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "app/AccessibleFactory.h"
-#include "app/PlainText.h"
-#include "app/RecentFile.h"
+#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/ButtonFace.h"
 #include "ui/controls/Divider.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Symbols.h"
 #include "ui/controls/Theme.h"
+#include "ui/window/RecentFile.h"
 
 namespace ambrel {
 namespace {

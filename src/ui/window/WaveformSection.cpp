@@ -7,8 +7,8 @@
 #include "audio/AudioEngine.h"
 #include "ui/controls/Theme.h"
 #include "ui/window/ZoomBar.h"
-#include "waveform/WaveformNSView.h"
-#include "waveform/WaveformView.h"
+#include "waveform/view/WaveformNSView.h"
+#include "waveform/view/WaveformView.h"
 
 namespace ambrel {
 namespace {

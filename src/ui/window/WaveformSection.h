@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-#include "waveform/ZoomNavigation.h"
+#include "app/ZoomNavigation.h"
 
 namespace ambrel {
 

@@ -6,13 +6,13 @@
 
 #include "app/AppState.h"
 #include "app/TypedNumber.h"
+#include "app/ZoomNavigation.h"
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/PushButton.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/Theme.h"
 #include "ui/controls/WrappingRow.h"
 #include "waveform/WaveformGeometry.h"
-#include "waveform/ZoomNavigation.h"
 
 namespace ambrel {
 namespace {

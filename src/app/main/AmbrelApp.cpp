@@ -1,11 +1,10 @@
-#include "app/AmbrelApp.h"
+#include "app/main/AmbrelApp.h"
 
 #include <QApplication>
 #include <QMenuBar>
 #include <QWindow>
 
-#include "app/AppCommands.h"
-#include "app/RecentFilesMenu.h"
+#include "app/main/AppCommands.h"
 #include "audio/AudioEngine.h"
 #include "download/URLDownloader.h"
 #include "platform/desktop/ApplicationBundle.h"
@@ -18,6 +17,7 @@
 #include "ui/controls/Theme.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KeyResponderNSView.h"
+#include "ui/window/RecentFilesMenu.h"
 #include "waveform/WaveformCache.h"
 
 namespace ambrel {

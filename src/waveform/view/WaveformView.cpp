@@ -1,4 +1,4 @@
-#include "waveform/WaveformView.h"
+#include "waveform/view/WaveformView.h"
 
 #include <utility>
 
@@ -6,7 +6,7 @@
 
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
-#include "waveform/WaveformNSView.h"
+#include "waveform/view/WaveformNSView.h"
 
 namespace ambrel {
 namespace {
