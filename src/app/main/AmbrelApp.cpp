@@ -51,10 +51,9 @@ void AmbrelApp::makeMainWindow() {
     const auto limitSize = [window = mainWindow_.get()] {
         window->setMinimumSize(Theme::windowSize(kMinimumSize, window->screen()));
     };
-    QObject::connect(&Theme::shared(), &Theme::changed, mainWindow_.get(), limitSize);
+    Theme::follow(mainWindow_.get(), limitSize);
     QObject::connect(mainWindow_->windowHandle(), &QWindow::screenChanged, mainWindow_.get(),
                      limitSize);
-    limitSize();
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
     const auto openSettings = [this] { settingsScene_->open(); };

@@ -37,7 +37,7 @@ QUrl addressFrom(const QString& text) {
 /// A field or row with its label above.
 QVBoxLayout* labelled(const QString& label) {
     auto* stack = new QVBoxLayout;
-    stack->setSpacing(Theme::length(4));
+    Theme::space(stack, 4);
     stack->addWidget(
         new TextLabel(label, Theme::TextStyle::subheadline, Theme::TextColour::secondary));
     return stack;
@@ -67,16 +67,14 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
     connect(change_, &PushButton::clicked, this, &OpenFromURLSheet::chooseDirectory);
     connect(cancel_, &PushButton::clicked, this, &OpenFromURLSheet::reject);
     connect(download_, &PushButton::clicked, this, &OpenFromURLSheet::startDownload);
-    connect(&Theme::shared(), &Theme::changed, this, &OpenFromURLSheet::fitHeight);
+    Theme::follow(this, &OpenFromURLSheet::fitHeight);
     setErrorMessage({});
     setDownloading(false);
     takeAddressFromClipboard();
 }
 
 void OpenFromURLSheet::addRows(QBoxLayout& column) {
-    const int padding = Theme::length(kPadding);
-    column.setContentsMargins(padding, padding, padding, padding);
-    column.setSpacing(Theme::length(16));
+    Theme::space(&column, 16, {kPadding, kPadding, kPadding, kPadding});
     column.addWidget(new TextLabel(QStringLiteral("Open from URL"), Theme::TextStyle::headline));
 
     QVBoxLayout* address = labelled(QStringLiteral("URL"));
@@ -84,7 +82,7 @@ void OpenFromURLSheet::addRows(QBoxLayout& column) {
     column.addLayout(address);
 
     auto* folderRow = new QHBoxLayout;
-    folderRow->setSpacing(Theme::length(8));
+    Theme::space(folderRow, 8);
     folderRow->addWidget(folder_, 1);
     folderRow->addWidget(change_);
     QVBoxLayout* folder = labelled(QStringLiteral("Download folder"));
@@ -94,7 +92,7 @@ void OpenFromURLSheet::addRows(QBoxLayout& column) {
     column.addWidget(error_);
 
     auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(Theme::length(8));
+    Theme::space(buttons, 8);
     buttons->addWidget(cancel_);
     buttons->addStretch(1);
     buttons->addWidget(spinner_);

@@ -65,24 +65,27 @@ CacheSettingsView::CacheSettingsView(const Services& services, QWidget* parent)
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(new FormScroller(makeForm()));
-    version_ = new TextLabel(QStringLiteral("Ambrel v") + ApplicationBundle::shortVersion(),
-                             Theme::TextStyle::caption, Theme::TextColour::tertiary);
-    column->addWidget(version_, 0, Qt::AlignHCenter);
+    auto* version = new TextLabel(QStringLiteral("Ambrel v") + ApplicationBundle::shortVersion(),
+                                  Theme::TextStyle::caption, Theme::TextColour::tertiary);
+    column->addWidget(version, 0, Qt::AlignHCenter);
 
     connect(&maintenance_, &CacheMaintenance::statsRefreshed, this, &CacheSettingsView::showStats);
-    connect(&Theme::shared(), &Theme::changed, this, &CacheSettingsView::applyTheme);
-    applyTheme();
+    Theme::follow(this, [this, version] {
+        setFixedWidth(Theme::windowSize({360, 0}, screen()).width());
+        version->setContentsMargins(0, Theme::length(2), 0, Theme::length(8));
+    });
     setDownloadDirectory(downloads_.downloadDirectory());
     loadCurrent();
 }
 
 QWidget* CacheSettingsView::makeForm() {
     auto* form = new QWidget;
-    form_ = new QVBoxLayout(form);
-    form_->addWidget(makeDownloads());
-    form_->addWidget(makeCache());
-    form_->addWidget(sizeLimit_ = makeSizeLimit());
-    form_->addWidget(ageLimit_ = makeAgeLimit());
+    auto* column = new QVBoxLayout(form);
+    Theme::space(column, 10, {16, 16, 16, 8});
+    column->addWidget(makeDownloads());
+    column->addWidget(makeCache());
+    column->addWidget(sizeLimit_ = makeSizeLimit());
+    column->addWidget(ageLimit_ = makeAgeLimit());
     return form;
 }
 
@@ -140,14 +143,6 @@ LimitControl* CacheSettingsView::makeAgeLimit() {
     connect(section, &LimitControl::presetChosen, this, &CacheSettingsView::chooseAgePreset);
     connect(section, &LimitControl::customSubmitted, this, &CacheSettingsView::commitCustomAge);
     return section;
-}
-
-void CacheSettingsView::applyTheme() {
-    setFixedWidth(Theme::windowSize({360, 0}, screen()).width());
-    const int margin = Theme::length(16);
-    form_->setContentsMargins(margin, margin, margin, Theme::length(8));
-    form_->setSpacing(Theme::length(10));
-    version_->setContentsMargins(0, Theme::length(2), 0, Theme::length(8));
 }
 
 bool CacheSettingsView::event(QEvent* event) {

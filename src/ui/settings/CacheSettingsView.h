@@ -6,8 +6,6 @@
 
 #include "app/CacheMaintenance.h"
 
-class QBoxLayout;
-
 namespace ambrel {
 
 class ClearConfirmation;
@@ -38,7 +36,6 @@ class CacheSettingsView : public QWidget {
     bool event(QEvent* event) override;
 
   private:
-    void applyTheme();
     QWidget* makeForm();
     QWidget* makeDownloads();
     QWidget* makeCache();
@@ -60,11 +57,9 @@ class CacheSettingsView : public QWidget {
     CacheMaintenance& maintenance_;
     DownloadSettingsStore& downloads_;
     QUrl downloadDirectory_;
-    QBoxLayout* form_ = nullptr;
     FolderLabel* folder_ = nullptr;
     TextLabel* entryCount_ = nullptr;
     TextLabel* totalMB_ = nullptr;
-    TextLabel* version_ = nullptr;
     LimitControl* sizeLimit_ = nullptr;
     LimitControl* ageLimit_ = nullptr;
     QPointer<ClearConfirmation> clearConfirm_;

@@ -20,8 +20,7 @@ LimitControl::LimitControl(const Texts& texts, QWidget* parent)
         Q_EMIT presetChosen(place);
     });
     connect(custom_, &QLineEdit::returnPressed, this, &LimitControl::customSubmitted);
-    connect(&Theme::shared(), &Theme::changed, this, &LimitControl::applyTheme);
-    applyTheme();
+    Theme::follow(this, &LimitControl::applyTheme);
 }
 
 NumberEdit* LimitControl::makeCustomField(const Texts& texts) {

@@ -47,7 +47,7 @@ RecentFileRow::RecentFileRow(const QUrl& file, bool isFirst, QWidget* parent)
     setAutoExclusive(true); // the arrow keys move within the list and not out of it
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(&Theme::shared(), &Theme::changed, this, &RecentFileRow::updateGeometry);
+    Theme::follow(this, &RecentFileRow::updateGeometry);
 }
 
 QSize RecentFileRow::sizeHint() const {

@@ -20,10 +20,7 @@ class WaveformSection : public QWidget {
                     QWidget* parent = nullptr);
 
   private:
-    void applyTheme();
-
     ZoomNavigation navigation_;
-    QWidget* backdrop_;
 };
 
 } // namespace ambrel

@@ -55,13 +55,9 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
     // Time runs from left to right whatever the direction of the language.
     setLayoutDirection(Qt::LeftToRight);
 
-    connect(&Theme::shared(), &Theme::changed, this, &ZoomBar::applyTheme);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::zoomLevel || field == AppState::Field::panOffset)
-            showState();
-    });
-    applyTheme();
-    showState();
+    Theme::follow(this, &ZoomBar::applyTheme);
+    state_->observe(this, {AppState::Field::zoomLevel, AppState::Field::panOffset},
+                    [this] { showState(); });
 }
 
 void ZoomBar::addButton(ControlRow& row, PushButton* button, std::function<void()> action) {

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 
+#include "app/AppState.h"
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
 #include "waveform/view/WaveformNSView.h"
@@ -37,39 +38,21 @@ WaveformNSView* WaveformView::makeNSView(QWidget* parent) const {
         state->setZoomLevel(zoom);
         state->setPanOffset(pan);
     };
+    const auto follow = [&](AppState::Field field, auto set, auto get) {
+        state_->observe(view, {field},
+                        [=, state = state_.get()] { (view->*set)((state->*get)()); });
+    };
     using Field = AppState::Field;
-    for (const Field field :
-         {Field::waveformSamples, Field::audioDuration, Field::regionStart, Field::regionEnd,
-          Field::playbackPosition, Field::isPlaying, Field::zoomLevel, Field::panOffset})
-        updateNSView(*view, *state_, field);
-    QObject::connect(state_.get(), &AppState::changed, view,
-                     [view, &state = *state_](Field field) { updateNSView(*view, state, field); });
+    using View = WaveformNSView;
+    follow(Field::waveformSamples, &View::setSamples, &AppState::waveformSamples);
+    follow(Field::audioDuration, &View::setDuration, &AppState::audioDuration);
+    follow(Field::regionStart, &View::setRegionStart, &AppState::regionStart);
+    follow(Field::regionEnd, &View::setRegionEnd, &AppState::regionEnd);
+    follow(Field::playbackPosition, &View::setPlaybackPosition, &AppState::playbackPosition);
+    follow(Field::isPlaying, &View::setIsPlaying, &AppState::isPlaying);
+    follow(Field::zoomLevel, &View::setZoomLevel, &AppState::zoomLevel);
+    follow(Field::panOffset, &View::setPanOffset, &AppState::panOffset);
     return view;
-}
-
-void WaveformView::updateNSView(WaveformNSView& view, const AppState& state,
-                                AppState::Field field) {
-    using Field = AppState::Field;
-    switch (field) {
-    case Field::waveformSamples:
-        return view.setSamples(state.waveformSamples());
-    case Field::audioDuration:
-        return view.setDuration(state.audioDuration());
-    case Field::regionStart:
-        return view.setRegionStart(state.regionStart());
-    case Field::regionEnd:
-        return view.setRegionEnd(state.regionEnd());
-    case Field::playbackPosition:
-        return view.setPlaybackPosition(state.playbackPosition());
-    case Field::isPlaying:
-        return view.setIsPlaying(state.isPlaying());
-    case Field::zoomLevel:
-        return view.setZoomLevel(state.zoomLevel());
-    case Field::panOffset:
-        return view.setPanOffset(state.panOffset());
-    default:
-        return;
-    }
 }
 
 } // namespace ambrel
