@@ -24,8 +24,8 @@ set(rules
     "app:            platform/desktop platform/sound store audio waveform"
     "waveform/view:  audio waveform app"
     "ui/controls:    app"
-    "ui/sheets:      ui/controls"
-    "download/sheet: store download app ui/controls ui/sheets"
+    "ui/sheets:      store app ui/controls"
+    "download/sheet: download app ui/controls ui/sheets"
     "ui/panels:      audio app ui/controls"
     "ui/settings:    platform/desktop store waveform app ui/controls ui/sheets"
     "ui/window:      platform/desktop store audio waveform app waveform/view ui/controls ui/sheets

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMenuBar>
+#include <QScreen>
 #include <QWindow>
 
 #include "app/main/AppCommands.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QPointer>
-#include <QUrl>
 #include <QWidget>
 
 #include "app/CacheMaintenance.h"
@@ -10,9 +9,6 @@ namespace ambrel {
 
 class ClearConfirmation;
 class DownloadSettingsStore;
-class FolderLabel;
-class FolderPanel;
-class LimitControl;
 class TextLabel;
 class WaveformCache;
 
@@ -39,31 +35,16 @@ class CacheSettingsView : public QWidget {
     QWidget* makeForm();
     QWidget* makeDownloads();
     QWidget* makeCache();
-    LimitControl* makeSizeLimit();
-    LimitControl* makeAgeLimit();
 
-    void loadCurrent();
-    void refreshStats();
     void showStats(const CacheMaintenance::Stats& stats);
-    void chooseSizePreset(int place);
-    void chooseAgePreset(int place);
-    void commitCustomSize();
-    void commitCustomAge();
-    void chooseDownloadDirectory();
-    void setDownloadDirectory(const QUrl& folder);
     void showClearConfirm();
 
     WaveformCache& cache_;
     CacheMaintenance& maintenance_;
     DownloadSettingsStore& downloads_;
-    QUrl downloadDirectory_;
-    FolderLabel* folder_ = nullptr;
     TextLabel* entryCount_ = nullptr;
     TextLabel* totalMB_ = nullptr;
-    LimitControl* sizeLimit_ = nullptr;
-    LimitControl* ageLimit_ = nullptr;
     QPointer<ClearConfirmation> clearConfirm_;
-    QPointer<FolderPanel> folderPanel_;
 };
 
 } // namespace ambrel
