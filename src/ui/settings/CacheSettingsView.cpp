@@ -1,12 +1,14 @@
 #include "ui/settings/CacheSettingsView.h"
 
 #include <limits>
+#include <optional>
 
 #include <QVBoxLayout>
 
 #include "app/TypedNumber.h"
 #include "platform/desktop/ApplicationBundle.h"
 #include "ui/controls/PushButton.h"
+#include "ui/controls/TextLabel.h"
 #include "ui/settings/ClearConfirmation.h"
 #include "ui/settings/FormScroller.h"
 #include "ui/settings/LimitControl.h"
