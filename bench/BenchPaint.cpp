@@ -10,7 +10,7 @@
 #include <QImage>
 #include <QPainter>
 
-#include "waveform/WaveformNSView.h"
+#include "waveform/view/WaveformNSView.h"
 
 using namespace ambrel;
 

@@ -67,23 +67,16 @@ elseif(AMBREL_SANITIZE STREQUAL "thread")
     endif()
 endif()
 
-# A static library of the sources of the given folders (below src/): all but EXCLUDE, or those that
-# match an expression of ONLY.
+# A static library of the sources of the given folders (below src/), without the program's main().
 function(ambrel_library name)
-    cmake_parse_arguments(LIB "" "" "FOLDERS;EXCLUDE;ONLY;LINK" ${ARGN})
+    cmake_parse_arguments(LIB "" "" "FOLDERS;LINK" ${ARGN})
     set(sources)
     foreach(folder IN LISTS LIB_FOLDERS)
         file(GLOB found CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${folder}/*.cpp
              ${CMAKE_SOURCE_DIR}/src/${folder}/*.h)
         list(APPEND sources ${found})
     endforeach()
-    foreach(pattern IN LISTS LIB_EXCLUDE)
-        list(FILTER sources EXCLUDE REGEX "${pattern}")
-    endforeach()
-    if(LIB_ONLY)
-        list(JOIN LIB_ONLY "|" wanted)
-        list(FILTER sources INCLUDE REGEX "${wanted}")
-    endif()
+    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
     add_library(${name} STATIC ${sources})
     set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
     target_link_libraries(${name} PUBLIC ambrel_options ${LIB_LINK})

@@ -1,35 +1,49 @@
-# Says which folder below src/ may include which others, and fails where a file includes more. A folder
-# may include itself; the headers of platform/sound itself are interfaces and may be included by all of
-# the sound.
+# Fails where a file below src/ includes more than its folder may. A folder may include itself and what
+# is listed behind it, which must have a line of its own above: so no two folders need each other.
 cmake_minimum_required(VERSION 3.24)
 
 get_filename_component(src ${CMAKE_CURRENT_LIST_DIR}/../src ABSOLUTE)
 
-set(platform_sound_thread)
-set(platform_sound_effect)
-set(platform_sound_file)
-set(platform_sound_stretch platform/sound/effect)
-set(platform_sound_play platform/sound/effect platform/sound/stretch platform/sound/thread)
-set(platform_sound_device platform/sound/effect platform/sound/thread)
-set(platform_sound platform/sound/file platform/sound/play platform/sound/thread)
-set(platform_desktop)
-set(platform_store)
-set(store platform/store)
-set(ui_controls app)
-set(ui_sheets ui/controls)
-set(ui_panels app audio ui/controls)
-set(ui_settings app platform/desktop store waveform ui/controls ui/sheets)
-set(ui_window app audio download platform/desktop store waveform ui/controls ui/panels ui/sheets)
+# The headers of platform/sound itself are interfaces, which all of the sound may include.
+set(sound platform/sound)
+
+set(rules
+    "platform/sound/thread:   ${sound}"
+    "platform/sound/effect:   ${sound}"
+    "platform/sound/file:     ${sound}"
+    "platform/sound/stretch:  ${sound} platform/sound/effect"
+    "platform/sound/play:     ${sound} platform/sound/effect platform/sound/stretch platform/sound/thread"
+    "platform/sound/device:   ${sound} platform/sound/effect platform/sound/thread"
+    "platform/sound:          platform/sound/file platform/sound/play platform/sound/thread"
+    "platform/desktop:"
+    "platform/store:"
+    "store:          platform/store"
+    "audio:          platform/desktop platform/sound platform/sound/device"
+    "waveform:       platform/store platform/sound store audio"
+    "download:       platform/desktop"
+    "app:            platform/desktop platform/sound store audio waveform"
+    "waveform/view:  audio waveform app"
+    "ui/controls:    app"
+    "ui/sheets:      store app ui/controls"
+    "download/sheet: download app ui/controls ui/sheets"
+    "ui/panels:      audio app ui/controls"
+    "ui/settings:    platform/desktop store waveform app ui/controls ui/sheets"
+    "ui/window:      platform/desktop store audio waveform app waveform/view ui/controls ui/sheets
+                     download/sheet ui/panels"
+    "app/main:       platform/desktop store audio waveform download app ui/controls ui/settings ui/window")
 
 set(wrong)
-foreach(folder platform/sound/thread platform/sound/effect platform/sound/file platform/sound/stretch
-        platform/sound/play platform/sound/device platform/sound platform/desktop platform/store store
-        ui/controls ui/sheets ui/panels ui/settings ui/window)
-    string(REPLACE "/" "_" name ${folder})
-    set(allowed ${folder} ${${name}})
-    if(folder MATCHES "^platform/sound")
-        list(APPEND allowed platform/sound)
-    endif()
+set(known ${sound})
+foreach(rule IN LISTS rules)
+    string(REGEX REPLACE ":.*" "" folder "${rule}")
+    string(REGEX MATCHALL "[^ \n]+" allowed "${rule}")
+    list(POP_FRONT allowed)
+    foreach(other IN LISTS allowed)
+        if(NOT other IN_LIST known)
+            list(APPEND wrong "${folder} may not include ${other}, which stands below it here")
+        endif()
+    endforeach()
+    list(APPEND known ${folder})
     file(GLOB sources ${src}/${folder}/*.h ${src}/${folder}/*.cpp)
     if(NOT sources)
         list(APPEND wrong "${folder} is empty")
@@ -38,12 +52,20 @@ foreach(folder platform/sound/thread platform/sound/effect platform/sound/file p
         file(STRINGS ${source} includes REGEX "^#include \"")
         foreach(include IN LISTS includes)
             string(REGEX REPLACE "^#include \"(.*)/[^/]+\".*" "\\1" included ${include})
-            if(NOT included IN_LIST allowed)
+            if(NOT included IN_LIST allowed AND NOT included STREQUAL folder)
                 file(RELATIVE_PATH file ${src} ${source})
                 list(APPEND wrong "${file}: ${include}")
             endif()
         endforeach()
     endforeach()
+endforeach()
+
+file(GLOB_RECURSE sources RELATIVE ${src} ${src}/*.h ${src}/*.cpp)
+foreach(source IN LISTS sources)
+    get_filename_component(folder "${source}" DIRECTORY)
+    if(NOT folder IN_LIST known)
+        list(APPEND wrong "${source}: its folder has no rule")
+    endif()
 endforeach()
 
 if(wrong)

@@ -21,13 +21,13 @@
 #include <QTest>
 #include <QTextEdit>
 
-#include "app/AppCommands.h"
 #include "app/AppState.h"
 #include "app/CacheMaintenance.h"
 #include "app/Notifications.h"
+#include "app/main/AppCommands.h"
 #include "audio/AudioEngine.h"
-#include "download/OpenFromURLSheet.h"
 #include "download/URLDownloader.h"
+#include "download/sheet/OpenFromURLSheet.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/store/Preferences.h"

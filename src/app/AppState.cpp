@@ -1,5 +1,6 @@
 #include "app/AppState.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/desktop/MainQueue.h"
@@ -36,6 +37,15 @@ template <typename Value> void AppState::assignSetting(Value& field, Value value
     settingsDidChange();
 }
 
+void AppState::observe(QObject* observer, std::initializer_list<Field> fields,
+                       const std::function<void()>& show) const {
+    connect(this, &AppState::changed, observer, [fields = std::vector(fields), show](Field field) {
+        if (std::ranges::find(fields, field) != fields.end())
+            show();
+    });
+    show();
+}
+
 std::shared_ptr<void> AppState::observeLoop(std::function<void()> notify) {
     auto observation = std::make_shared<QObject>();
     connect(this, &AppState::loopChanged, observation.get(), std::move(notify));
@@ -61,18 +71,18 @@ void AppState::setWaveformSamples(std::vector<float> value) {
 }
 
 void AppState::setRegionStart(double value) {
-    assign(regionStart_, value, Field::regionStart);
+    assign(settings_.regionStart, value, Field::regionStart);
     Q_EMIT loopChanged();
 }
 
 void AppState::setRegionEnd(double value) {
-    assign(regionEnd_, value, Field::regionEnd);
+    assign(settings_.regionEnd, value, Field::regionEnd);
     Q_EMIT loopChanged();
 }
 
 void AppState::setRegion(double start, double end) {
-    regionEnd_ = end;
-    assign(regionStart_, start, Field::regionStart);
+    settings_.regionEnd = end;
+    assign(settings_.regionStart, start, Field::regionStart);
     setRegionEnd(end);
 }
 
@@ -93,37 +103,37 @@ void AppState::setPanOffset(double value) {
 }
 
 void AppState::setSpeed(double value) {
-    assignSetting(speed_, value, Field::speed);
+    assignSetting(settings_.speed, value, Field::speed);
 }
 
 void AppState::setSpeedStep(double value) {
-    assignSetting(speedStep_, value, Field::speedStep);
+    assignSetting(settings_.speedStep, value, Field::speedStep);
 }
 
 void AppState::setPitch(double value) {
-    assignSetting(pitch_, value, Field::pitch);
+    assignSetting(settings_.pitch, value, Field::pitch);
 }
 
 void AppState::setEqEnabled(bool value) {
-    assignSetting(eqEnabled_, value, Field::eqEnabled);
+    assignSetting(settings_.eqEnabled, value, Field::eqEnabled);
 }
 
 void AppState::setEqGains(std::vector<double> value) {
-    assignSetting(eqGains_, std::move(value), Field::eqGains);
+    assignSetting(settings_.eqGains, std::move(value), Field::eqGains);
 }
 
 void AppState::setLoopEnabled(bool value) {
-    assignSetting(loopEnabled_, value, Field::loopEnabled);
+    assignSetting(settings_.loopEnabled, value, Field::loopEnabled);
     Q_EMIT loopChanged();
 }
 
 void AppState::setLoopDelaySeconds(std::int64_t value) {
-    assignSetting(loopDelaySeconds_, value, Field::loopDelaySeconds);
+    assignSetting(settings_.loopDelaySeconds, value, Field::loopDelaySeconds);
     Q_EMIT loopChanged();
 }
 
 void AppState::setLoopDelayMilliseconds(std::int64_t value) {
-    assignSetting(loopDelayMilliseconds_, value, Field::loopDelayMilliseconds);
+    assignSetting(settings_.loopDelayMilliseconds, value, Field::loopDelayMilliseconds);
     Q_EMIT loopChanged();
 }
 
@@ -133,21 +143,6 @@ void AppState::setRecentFiles(const QList<QUrl>& value) {
 
 void AppState::setIsShowingHelp(bool value) {
     assign(isShowingHelp_, value, Field::isShowingHelp);
-}
-
-FileSettings AppState::currentSettings() const {
-    return {
-        .regionStart = regionStart_,
-        .regionEnd = regionEnd_,
-        .speed = speed_,
-        .speedStep = speedStep_,
-        .pitch = pitch_,
-        .eqEnabled = eqEnabled_,
-        .eqGains = eqGains_,
-        .loopEnabled = loopEnabled_,
-        .loopDelaySeconds = loopDelaySeconds_,
-        .loopDelayMilliseconds = loopDelayMilliseconds_,
-    };
 }
 
 void AppState::applySettings(const FileSettings& settings) {

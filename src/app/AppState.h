@@ -68,22 +68,26 @@ class AppState : public QObject,
     const std::optional<QUrl>& audioFileURL() const { return audioFileURL_; }
     double audioDuration() const { return audioDuration_; } ///< seconds
     const std::vector<float>& waveformSamples() const { return waveformSamples_; }
-    double regionStart() const override { return regionStart_; }
-    double regionEnd() const override { return regionEnd_; }
+    double regionStart() const override { return settings_.regionStart; }
+    double regionEnd() const override { return settings_.regionEnd; }
     bool isPlaying() const { return isPlaying_; }
     double playbackPosition() const { return playbackPosition_; } ///< seconds from file start
     double zoomLevel() const { return zoomLevel_; }               ///< 1 shows the whole file
     double panOffset() const { return panOffset_; }               ///< points from file start
-    double speed() const { return speed_; }                       ///< percent
-    double speedStep() const { return speedStep_; }               ///< percentage points
-    double pitch() const { return pitch_; }                       ///< cents
-    bool eqEnabled() const { return eqEnabled_; }
-    const std::vector<double>& eqGains() const { return eqGains_; } ///< dB per band
-    bool loopEnabled() const override { return loopEnabled_; }
-    std::int64_t loopDelaySeconds() const override { return loopDelaySeconds_; }
-    std::int64_t loopDelayMilliseconds() const override { return loopDelayMilliseconds_; }
+    double speed() const { return settings_.speed; }              ///< percent
+    double speedStep() const { return settings_.speedStep; }      ///< percentage points
+    double pitch() const { return settings_.pitch; }              ///< cents
+    bool eqEnabled() const { return settings_.eqEnabled; }
+    const std::vector<double>& eqGains() const { return settings_.eqGains; } ///< dB per band
+    bool loopEnabled() const override { return settings_.loopEnabled; }
+    std::int64_t loopDelaySeconds() const override { return settings_.loopDelaySeconds; }
+    std::int64_t loopDelayMilliseconds() const override { return settings_.loopDelayMilliseconds; }
     const QList<QUrl>& recentFiles() const { return recentFiles_; } ///< newest first
     bool isShowingHelp() const { return isShowingHelp_; }
+
+    /// Calls `show` now and after each change of one of `fields`, for as long as `observer` lives.
+    void observe(QObject* observer, std::initializer_list<Field> fields,
+                 const std::function<void()>& show) const;
 
     std::shared_ptr<void> observeLoop(std::function<void()> notify) override;
 
@@ -111,8 +115,7 @@ class AppState : public QObject,
     void setRecentFiles(const QList<QUrl>& value);
     void setIsShowingHelp(bool value);
 
-    /// A copy of the ten settings.
-    FileSettings currentSettings() const;
+    const FileSettings& currentSettings() const { return settings_; }
 
     /// Assigns the ten settings in order, unchanged.
     void applySettings(const FileSettings& settings);
@@ -152,20 +155,11 @@ class AppState : public QObject,
     std::optional<QUrl> audioFileURL_;
     double audioDuration_ = 0;
     std::vector<float> waveformSamples_;
-    double regionStart_ = 0;
-    double regionEnd_ = 0;
+    FileSettings settings_;
     bool isPlaying_ = false;
     double playbackPosition_ = 0;
     double zoomLevel_ = 1;
     double panOffset_ = 0;
-    double speed_ = 100;
-    double speedStep_ = 5;
-    double pitch_ = 0;
-    bool eqEnabled_ = false;
-    std::vector<double> eqGains_ = {0, 0, 0, 0, 0};
-    bool loopEnabled_ = false;
-    std::int64_t loopDelaySeconds_ = 0;
-    std::int64_t loopDelayMilliseconds_ = 0;
     QList<QUrl> recentFiles_;
     bool isShowingHelp_ = false;
 };

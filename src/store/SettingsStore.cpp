@@ -6,10 +6,10 @@
 namespace ambrel {
 namespace {
 
-const QString kPrefix = QStringLiteral("settings.");
+const QString kSettingsPrefix = QStringLiteral("settings.");
 
 QString keyFor(const QUrl& file) {
-    return kPrefix + storedPath(file);
+    return kSettingsPrefix + storedPath(file);
 }
 
 } // namespace
@@ -32,7 +32,7 @@ std::optional<FileSettings> SettingsStore::load(const QUrl& file) const {
 }
 
 void SettingsStore::clearAll() {
-    defaults_.removeAll(kPrefix);
+    defaults_.removeAll(kSettingsPrefix);
 }
 
 } // namespace ambrel

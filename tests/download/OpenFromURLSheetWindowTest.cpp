@@ -1,4 +1,4 @@
-#include "download/OpenFromURLSheet.h"
+#include "download/sheet/OpenFromURLSheet.h"
 
 #include <QClipboard>
 #include <QFile>

@@ -9,7 +9,7 @@
 #include <QMenuBar>
 #include <QTest>
 
-#include "app/AppCommands.h"
+#include "app/main/AppCommands.h"
 #include "audio/AudioEngine.h"
 #include "download/URLDownloader.h"
 #include "platform/desktop/MainQueue.h"

@@ -7,8 +7,8 @@
 #include <QSet>
 #include <QTest>
 
-#include "app/RecentFilesMenu.h"
 #include "support/TestWindow.h"
+#include "ui/window/RecentFilesMenu.h"
 
 using namespace ambrel;
 using Window = test::TestWindow;

@@ -14,7 +14,7 @@
 #include "support/ScriptedGraph.h"
 #include "support/TemporarySettings.h"
 #include "ui/window/WaveformSection.h"
-#include "waveform/WaveformNSView.h"
+#include "waveform/view/WaveformNSView.h"
 
 using namespace ambrel;
 

@@ -9,7 +9,7 @@
 #include <QTest>
 #include <QWheelEvent>
 
-#include "waveform/WaveformNSView.h"
+#include "waveform/view/WaveformNSView.h"
 
 using namespace ambrel;
 

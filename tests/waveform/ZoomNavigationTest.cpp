@@ -3,9 +3,9 @@
 #include <QTest>
 
 #include "app/AppState.h"
+#include "app/ZoomNavigation.h"
 #include "platform/desktop/MainQueue.h"
 #include "support/TemporarySettings.h"
-#include "waveform/ZoomNavigation.h"
 
 using namespace ambrel;
 

@@ -12,22 +12,14 @@
 namespace ambrel {
 
 ControlPanel::ControlPanel(const QString& title, double spacing, QWidget* parent)
-    : RoundedPanel(parent), spacing_(spacing), column_(new QVBoxLayout(this)),
-      header_(new QHBoxLayout) {
+    : RoundedPanel(parent), column_(new QVBoxLayout(this)), header_(new QHBoxLayout) {
     header_->addWidget(new TextLabel(title, Theme::TextStyle::headline), 0, Qt::AlignVCenter);
     header_->addStretch(1);
     column_->addLayout(header_);
     column_->addStretch(1); // beside a higher panel the rest stays empty
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    connect(&Theme::shared(), &Theme::changed, this, &ControlPanel::applyTheme);
-    applyTheme();
-}
-
-void ControlPanel::applyTheme() {
-    const int padding = Theme::length(10);
-    column_->setContentsMargins(padding, padding, padding, padding);
-    column_->setSpacing(Theme::length(spacing_));
-    header_->setSpacing(Theme::length(8));
+    Theme::space(column_, spacing, {10, 10, 10, 10});
+    Theme::space(header_, 8);
 }
 
 void ControlPanel::addSwitch(const QString& accessibleName) {
@@ -61,10 +53,7 @@ void ControlPanel::addRow(QWidget* row) {
 
 ControlRow::ControlRow(double spacing, QWidget* parent)
     : QWidget(parent), row_(new QHBoxLayout(this)) {
-    row_->setContentsMargins(0, 0, 0, 0);
-    const auto applyTheme = [this, spacing] { row_->setSpacing(Theme::length(spacing)); };
-    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
-    applyTheme();
+    Theme::space(row_, spacing);
 }
 
 void ControlRow::add(QWidget* widget, int stretch) {

@@ -34,9 +34,6 @@ class ControlPanel : public RoundedPanel {
     void resetRequested();
 
   private:
-    void applyTheme();
-
-    double spacing_;
     QBoxLayout* column_;
     QBoxLayout* header_;
     QCheckBox* switch_ = nullptr;

@@ -25,8 +25,7 @@ ErrorText::ErrorText(int width, QWidget* parent) : QTextEdit(parent), width_(wid
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(0);
-    connect(&Theme::shared(), &Theme::changed, this, &ErrorText::applyTheme);
-    applyTheme();
+    Theme::follow(this, &ErrorText::applyTheme);
 }
 
 void ErrorText::setMessage(const QString& message) {

@@ -1,46 +1,23 @@
 #include "ui/controls/MenuButton.h"
 
-#include <QAccessibleWidget>
-#include <QMenu>
-
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
+#include "ui/controls/MenuOwnerInterface.h"
 
 namespace ambrel {
 namespace {
 
-class MenuButtonInterface : public QAccessibleWidget {
+class MenuButtonInterface : public MenuOwnerInterface<MenuButton> {
   public:
     explicit MenuButtonInterface(MenuButton* button)
-        : QAccessibleWidget(button, QAccessible::ButtonMenu) {}
-
-    int childCount() const override { return 1; }
-    QAccessibleInterface* child(int index) const override {
-        return index == 0 ? QAccessible::queryAccessibleInterface(button()->menu()) : nullptr;
-    }
-    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-    int indexOfChild(const QAccessibleInterface* child) const override {
-        return child->object() == button()->menu() ? 0 : -1;
-    }
-
-    QAccessible::State state() const override {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.hasPopup = true;
-        state.expandable = true;
-        state.expanded = button()->menu()->isVisible();
-        return state;
-    }
+        : MenuOwnerInterface(button, QAccessible::ButtonMenu) {}
 
     QStringList actionNames() const override {
-        return widget()->isEnabled() ? QStringList(showMenuAction()) : QStringList();
+        return owner()->isEnabled() ? QStringList(showMenuAction()) : QStringList();
     }
     void doAction(const QString& name) override {
-        if (widget()->isEnabled() && name == showMenuAction())
-            QMetaObject::invokeMethod(button(), &QPushButton::showMenu, Qt::QueuedConnection);
+        if (owner()->isEnabled() && name == showMenuAction())
+            QMetaObject::invokeMethod(owner(), &QPushButton::showMenu, Qt::QueuedConnection);
     }
-    QStringList keyBindingsForAction(const QString&) const override { return {}; }
-
-  private:
-    MenuButton* button() const { return static_cast<MenuButton*>(widget()); }
 };
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

@@ -33,8 +33,7 @@ NumberField::NumberField(const QString& accessibleName, double width, Theme::Tex
         if (state_ == State::shown)
             beginTyping(State::typing);
     });
-    connect(&Theme::shared(), &Theme::changed, this, &NumberField::applyTheme);
-    applyTheme();
+    Theme::follow(this, &NumberField::applyTheme);
     showValue();
 }
 

@@ -1,55 +1,37 @@
 #include "ui/controls/Picker.h"
 
-#include <QAccessibleWidget>
 #include <QActionGroup>
 #include <QWheelEvent>
 
-#include "app/AccessibleFactory.h"
-#include "app/DescribedMenu.h"
-#include "app/PlainText.h"
+#include "ui/controls/AccessibleFactory.h"
+#include "ui/controls/DescribedMenu.h"
+#include "ui/controls/MenuOwnerInterface.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {
 namespace {
 
-class PickerInterface : public QAccessibleWidget {
+class PickerInterface : public MenuOwnerInterface<Picker> {
   public:
-    explicit PickerInterface(Picker* picker) : QAccessibleWidget(picker, QAccessible::ComboBox) {}
+    explicit PickerInterface(Picker* picker) : MenuOwnerInterface(picker, QAccessible::ComboBox) {}
 
     /// The choice is also the description: some screen readers find it in no other way while the
     /// list is closed.
     QString text(QAccessible::Text kind) const override {
         return kind == QAccessible::Value || kind == QAccessible::Description
-                   ? picker()->currentText()
-                   : QAccessibleWidget::text(kind);
-    }
-    int childCount() const override { return 1; }
-    QAccessibleInterface* child(int index) const override {
-        return index == 0 ? QAccessible::queryAccessibleInterface(picker()->menu()) : nullptr;
-    }
-    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
-    int indexOfChild(const QAccessibleInterface* child) const override {
-        return child->object() == picker()->menu() ? 0 : -1;
-    }
-    QAccessible::State state() const override {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.hasPopup = state.expandable = true;
-        state.expanded = picker()->menu()->isVisible();
-        return state;
+                   ? owner()->currentText()
+                   : MenuOwnerInterface::text(kind);
     }
     QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
     void doAction(const QString& name) override {
-        if (!picker()->isEnabled() || !actionNames().contains(name))
+        if (!owner()->isEnabled() || !actionNames().contains(name))
             return;
-        if (picker()->menu()->isVisible())
-            picker()->hidePopup();
+        if (owner()->menu()->isVisible())
+            owner()->hidePopup();
         else
-            picker()->showPopup();
+            owner()->showPopup();
     }
-    QStringList keyBindingsForAction(const QString&) const override { return {}; }
-
-  private:
-    Picker* picker() const { return static_cast<Picker*>(widget()); }
 };
 
 } // namespace
@@ -65,9 +47,7 @@ Picker::Picker(const QString& accessibleName, QWidget* parent)
         if (QAction* choice = menu_->actions().value(place))
             choice->setChecked(true);
     });
-    const auto applyTheme = [this] { setFont(Theme::font(Theme::TextStyle::caption)); };
-    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
-    applyTheme();
+    Theme::follow(this, [this] { setFont(Theme::font(Theme::TextStyle::caption)); });
 }
 
 void Picker::fillMenu() {

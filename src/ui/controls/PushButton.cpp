@@ -2,7 +2,8 @@
 
 #include <QPainter>
 
-#include "app/PlainText.h"
+#include "ui/controls/ButtonFace.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {
@@ -11,8 +12,11 @@ PushButton::PushButton(Prominence prominence, QWidget* parent)
     : QPushButton(parent), prominence_(prominence) {
     setFocusPolicy(Qt::TabFocus);
     setAutoDefault(false);
-    connect(&Theme::shared(), &Theme::changed, this, &PushButton::applyTheme);
-    applyTheme();
+    if (prominence == Prominence::quiet) {
+        setAttribute(Qt::WA_Hover);
+        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    }
+    Theme::follow(this, &PushButton::applyTheme);
 }
 
 PushButton::PushButton(const QString& text, Prominence prominence, QWidget* parent)
@@ -35,7 +39,10 @@ void PushButton::setEnabledWithoutPassingFocus(bool enabled) {
 }
 
 QSize PushButton::sizeHint() const {
-    QSize size = QPushButton::sizeHint();
+    if (prominence_ == Prominence::quiet)
+        return fontMetrics().size(Qt::TextSingleLine, text()) +
+               QSize(Theme::length(12), Theme::length(6));
+    const QSize size = QPushButton::sizeHint();
     if (text().isEmpty()) // as tall as a button with a text, and not wider than it need be
         return QSize(Theme::length(32), std::max(size.height(), Theme::length(24)));
     if (prominence_ == Prominence::large || prominence_ == Prominence::prominent)
@@ -49,15 +56,25 @@ QSize PushButton::sizeHint() const {
 void PushButton::applyTheme() {
     const int edge = Theme::length(12);
     setIconSize(QSize(edge, edge));
-    setFont(Theme::font(Theme::TextStyle::body));
+    setFont(Theme::font(prominence_ == Prominence::quiet ? Theme::TextStyle::caption
+                                                         : Theme::TextStyle::body));
     updateGeometry();
 }
 
 void PushButton::paintEvent(QPaintEvent* event) {
-    if (prominence_ == Prominence::filled || prominence_ == Prominence::prominent)
+    if (prominence_ == Prominence::quiet)
+        paintQuiet();
+    else if (prominence_ == Prominence::filled || prominence_ == Prominence::prominent)
         paintFilled();
     else
         QPushButton::paintEvent(event);
+}
+
+void PushButton::paintQuiet() {
+    QPainter painter(this);
+    paintButtonFace(painter, *this, Theme::length(4));
+    painter.setPen(Theme::textColour(palette(), Theme::TextColour::secondary));
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
 }
 
 /// Styles shade tinted buttons so strongly, each in its own way, that the text is hard to read.

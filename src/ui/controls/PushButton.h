@@ -6,14 +6,15 @@
 
 namespace ambrel {
 
-/// A bordered button in the desktop's style. It gets the focus by Tab only, so that Space still
-/// plays after a click. "&" in its text is shown literally; a button with a symbol shows its
-/// accessible name as tooltip.
+/// A button with a text or a symbol, in the desktop's style unless quiet or filled. It gets the
+/// focus by Tab only, so that Space still plays after a click. "&" in its text is shown literally;
+/// a button with a symbol shows its accessible name as tooltip.
 class PushButton : public QPushButton {
     Q_OBJECT
 
   public:
     enum class Prominence {
+        quiet, ///< borderless, with small text, for rarely used actions
         plain,
         filled,   ///< with the accent colour
         large,    ///< taller and wider, for the few choices of an empty screen
@@ -37,6 +38,7 @@ class PushButton : public QPushButton {
   private:
     PushButton(Prominence prominence, QWidget* parent);
     void applyTheme();
+    void paintQuiet();
     void paintFilled();
 
     Prominence prominence_;

@@ -4,8 +4,8 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include "app/AccessibleFactory.h"
-#include "app/PlainText.h"
+#include "ui/controls/AccessibleFactory.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {
@@ -15,7 +15,6 @@ RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels,
     describeAs<RadioGroup, QAccessible::Grouping>();
     setAccessibleName(accessibleName);
     auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
     for (const QString& label : labels) {
         auto* button = new QRadioButton(withoutMnemonics(label));
         button->setFocusPolicy(Qt::NoFocus);
@@ -30,9 +29,7 @@ RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels,
         if (isChosen)
             Q_EMIT chosen(index);
     });
-    const auto applyTheme = [column] { column->setSpacing(Theme::length(5)); };
-    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
-    applyTheme();
+    Theme::space(column, 5);
 }
 
 void RadioGroup::setCurrent(int index) {

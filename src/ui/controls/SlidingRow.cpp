@@ -22,7 +22,7 @@ SlidingRow::SlidingRow(QWidget* row, QWidget* parent) : QWidget(parent), row_(ro
         updateGeometry();
     });
     connect(&animation_, &QVariantAnimation::finished, this, [this] { setVisible(isShown_); });
-    connect(&Theme::shared(), &Theme::changed, this, &SlidingRow::updateGeometry);
+    Theme::follow(this, &SlidingRow::updateGeometry);
     hide();
 }
 

@@ -4,7 +4,7 @@
 #include <QPainter>
 #include <QTimerEvent>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {
@@ -33,7 +33,7 @@ Spinner::Spinner(double diameter, QWidget* parent) : QWidget(parent), diameter_(
     setAccessibleName(QStringLiteral("Busy"));
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    connect(&Theme::shared(), &Theme::changed, this, &Spinner::updateGeometry);
+    Theme::follow(this, &Spinner::updateGeometry);
 }
 
 QSize Spinner::sizeHint() const {

@@ -14,7 +14,7 @@ SymbolButton::SymbolButton(const QSizeF& size, double symbolSize, QWidget* paren
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    connect(&Theme::shared(), &Theme::changed, this, &SymbolButton::updateGeometry);
+    Theme::follow(this, &SymbolButton::updateGeometry);
 }
 
 void SymbolButton::setSymbol(Symbol symbol, const QString& name) {

@@ -7,7 +7,7 @@ namespace ambrel {
 SymbolView::SymbolView(Symbol symbol, double size, Theme::TextColour colour, QWidget* parent)
     : QWidget(parent), symbol_(symbol), size_(size), colour_(colour) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    connect(&Theme::shared(), &Theme::changed, this, &SymbolView::updateGeometry);
+    Theme::follow(this, &SymbolView::updateGeometry);
 }
 
 QSize SymbolView::sizeHint() const {

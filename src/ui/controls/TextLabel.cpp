@@ -12,8 +12,7 @@ TextLabel::TextLabel(const QString& text, Theme::TextStyle style, Theme::TextCol
     : QLabel(parent), style_(style), colour_(colour) {
     setTextFormat(Qt::PlainText);
     setText(text);
-    connect(&Theme::shared(), &Theme::changed, this, &TextLabel::applyTheme);
-    applyTheme();
+    Theme::follow(this, &TextLabel::applyTheme);
 }
 
 void TextLabel::setColour(Theme::TextColour colour) {

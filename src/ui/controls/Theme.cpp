@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QEvent>
 #include <QFontDatabase>
+#include <QLayout>
 #include <QPointer>
 #include <QScreen>
 
@@ -75,6 +76,14 @@ int Theme::length(double points) {
 QSize Theme::windowSize(QSize points, const QScreen* screen) {
     const QSize size(length(points.width()), length(points.height()));
     return screen ? size.boundedTo(screen->availableSize()) : size;
+}
+
+void Theme::space(QLayout* layout, double spacing, const QMarginsF& margins) {
+    follow(layout, [layout, spacing, margins] {
+        layout->setSpacing(length(spacing));
+        layout->setContentsMargins(length(margins.left()), length(margins.top()),
+                                   length(margins.right()), length(margins.bottom()));
+    });
 }
 
 QColor Theme::textColour(const QPalette& palette, TextColour colour) {

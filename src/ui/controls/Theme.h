@@ -1,10 +1,14 @@
 #pragma once
 
+#include <type_traits>
+
 #include <QColor>
 #include <QFont>
+#include <QMarginsF>
 #include <QObject>
 #include <QPalette>
 
+class QLayout;
 class QScreen;
 
 namespace ambrel {
@@ -12,7 +16,7 @@ namespace ambrel {
 /// The common look: text styles, lengths and colours, derived from the desktop's body font and
 /// palette. Main thread only, within the life of the QApplication.
 ///
-/// Whatever keeps a derived font or size must derive it again on changed(). Colours are best taken
+/// Whatever keeps a derived font or size follows the theme, see follow(). Colours are best taken
 /// from the widget's palette() on each painting.
 class Theme : public QObject {
     Q_OBJECT
@@ -44,6 +48,20 @@ class Theme : public QObject {
 
     /// A window's size by the same measure, limited to what fits on `screen`.
     static QSize windowSize(QSize points, const QScreen* screen);
+
+    /// Calls `derive`, which may be a member function of `follower`, now and after each change of
+    /// the desktop's body font or palette, for as long as `follower` lives.
+    template <typename Follower, typename Function>
+    static void follow(Follower* follower, Function derive) {
+        connect(&shared(), &Theme::changed, follower, derive);
+        if constexpr (std::is_member_function_pointer_v<Function>)
+            (follower->*derive)();
+        else
+            derive();
+    }
+
+    /// Keeps a layout's spacing and margins at these lengths, as follow().
+    static void space(QLayout* layout, double spacing, const QMarginsF& margins = {});
 
     static QColor textColour(const QPalette& palette, TextColour colour);
     static QColor panelBackground(const QPalette& palette);

@@ -7,7 +7,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/Theme.h"
 
 namespace ambrel {
@@ -64,7 +64,7 @@ VerticalSlider::VerticalSlider(const QString& accessibleName, QWidget* parent)
         setValue(sliderPosition());
         Q_EMIT moved(gain());
     });
-    connect(&Theme::shared(), &Theme::changed, this, &VerticalSlider::updateGeometry);
+    Theme::follow(this, &VerticalSlider::updateGeometry);
 }
 
 double VerticalSlider::snapped(double gain) {

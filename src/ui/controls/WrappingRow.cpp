@@ -23,7 +23,6 @@ int neededWidth(const QWidget* widget) {
 
 WrappingRow::WrappingRow(double spacing, std::initializer_list<QWidget*> widgets, QWidget* parent)
     : QWidget(parent), widgets_(widgets), layout_(new QBoxLayout(QBoxLayout::LeftToRight, this)) {
-    layout_->setContentsMargins(0, 0, 0, 0);
     for (QWidget* widget : widgets_) {
         if (expands(widget))
             layout_->addWidget(widget, 1);
@@ -32,12 +31,8 @@ WrappingRow::WrappingRow(double spacing, std::initializer_list<QWidget*> widgets
     }
     if (std::ranges::none_of(widgets_, expands))
         layout_->addStretch(1);
-    const auto applyTheme = [this, spacing] {
-        layout_->setSpacing(Theme::length(spacing));
-        arrange();
-    };
-    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
-    applyTheme();
+    Theme::space(layout_, spacing);
+    Theme::follow(this, &WrappingRow::arrange);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 

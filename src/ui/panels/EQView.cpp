@@ -30,16 +30,11 @@ EQView::EQView(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> eng
     addRow(bandRow_);
     connect(this, &ControlPanel::switched, state_.get(), &AppState::setEqEnabled);
     connect(this, &ControlPanel::resetRequested, this, &EQView::resetGains);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::eqEnabled) {
-            engine_->setEQEnabled(state_->eqEnabled());
-            showSwitch();
-        } else if (field == AppState::Field::eqGains) {
-            showGains();
-        }
+    state_->observe(this, {AppState::Field::eqEnabled}, [this] {
+        engine_->setEQEnabled(state_->eqEnabled());
+        showSwitch();
     });
-    showSwitch();
-    showGains();
+    state_->observe(this, {AppState::Field::eqGains}, [this] { showGains(); });
 }
 
 QWidget* EQView::makeBandRow() {
@@ -62,15 +57,12 @@ QWidget* EQView::makeBand(std::size_t band) {
 
     auto* column = new QWidget;
     auto* stack = new QVBoxLayout(column);
-    stack->setContentsMargins(0, 0, 0, 0);
     stack->addWidget(
         new TextLabel(frequency, Theme::TextStyle::caption2, Theme::TextColour::secondary), 0,
         Qt::AlignHCenter);
     stack->addWidget(slider, 0, Qt::AlignHCenter);
     stack->addWidget(label, 0, Qt::AlignHCenter);
-    const auto applyTheme = [stack] { stack->setSpacing(Theme::length(4)); };
-    connect(&Theme::shared(), &Theme::changed, column, applyTheme);
-    applyTheme();
+    Theme::space(stack, 4);
     return column;
 }
 

@@ -20,12 +20,10 @@ GainLabel::GainLabel(QWidget* parent) : TextLabel(Theme::TextStyle::caption2) {
     setElideMode(Qt::ElideRight);
     setCursor(Qt::ArrowCursor);
     // As wide as the longest possible gain, so that nothing moves when it changes.
-    const auto applyTheme = [this] {
+    Theme::follow(this, [this] {
         setFixedWidth(QFontMetrics(Theme::monospacedFont(Theme::TextStyle::caption2))
                           .horizontalAdvance(QStringLiteral("-12.5 ")));
-    };
-    connect(&Theme::shared(), &Theme::changed, this, applyTheme);
-    applyTheme();
+    });
 }
 
 void GainLabel::showGain(double gain) {

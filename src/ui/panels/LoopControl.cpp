@@ -15,12 +15,10 @@ LoopControl::LoopControl(std::shared_ptr<AppState> state, QWidget* parent)
     delayRow_ = new SlidingRow(makeDelayRow());
     addRow(delayRow_);
     connect(this, &ControlPanel::switched, state_.get(), &AppState::setLoopEnabled);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::loopEnabled || field == AppState::Field::loopDelaySeconds ||
-            field == AppState::Field::loopDelayMilliseconds)
-            showState();
-    });
-    showState();
+    state_->observe(this,
+                    {AppState::Field::loopEnabled, AppState::Field::loopDelaySeconds,
+                     AppState::Field::loopDelayMilliseconds},
+                    [this] { showState(); });
 }
 
 QWidget* LoopControl::makeDelayRow() {

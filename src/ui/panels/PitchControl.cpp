@@ -32,11 +32,7 @@ PitchControl::PitchControl(std::shared_ptr<AppState> state, std::shared_ptr<Audi
                          Theme::TextStyle::caption, Theme::TextColour::secondary));
     connect(this, &ControlPanel::resetRequested, this,
             [this] { transport::setPitch(*state_, *engine_, 0); });
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::pitch)
-            showPitch();
-    });
-    showPitch();
+    state_->observe(this, {AppState::Field::pitch}, [this] { showPitch(); });
 }
 
 QWidget* PitchControl::makeValueRow() {

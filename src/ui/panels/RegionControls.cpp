@@ -50,14 +50,9 @@ RegionControls::RegionControls(std::shared_ptr<AppState> state, std::shared_ptr<
     place->addWidget(new WrappingRow(16, {start, end}));
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
 
-    const auto applyTheme = [divider] { divider->setFixedHeight(Theme::length(40)); };
-    connect(&Theme::shared(), &Theme::changed, divider, applyTheme);
-    applyTheme();
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::regionStart || field == AppState::Field::regionEnd)
-            syncFromState();
-    });
-    syncFromState();
+    Theme::follow(divider, [divider] { divider->setFixedHeight(Theme::length(40)); });
+    state_->observe(this, {AppState::Field::regionStart, AppState::Field::regionEnd},
+                    [this] { syncFromState(); });
 }
 
 QWidget* RegionControls::makeGroup(const QString& name, Time& time,

@@ -45,14 +45,8 @@ SpeedControl::SpeedControl(std::shared_ptr<AppState> state, std::shared_ptr<Audi
     addRow(makeStepRow());
     connect(this, &ControlPanel::resetRequested, this,
             [this] { transport::setSpeed(*state_, *engine_, kNormalSpeed); });
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::speed)
-            showSpeed();
-        else if (field == AppState::Field::speedStep)
-            showStep();
-    });
-    showSpeed();
-    showStep();
+    state_->observe(this, {AppState::Field::speed}, [this] { showSpeed(); });
+    state_->observe(this, {AppState::Field::speedStep}, [this] { showStep(); });
 }
 
 QWidget* SpeedControl::makeValueRow() {
@@ -104,9 +98,7 @@ QWidget* SpeedControl::makeStepRow() {
     row->add(step_);
     row->add(customStep_);
     row->addStretch();
-    const auto applyTheme = [this] { step_->setFixedWidth(Theme::length(80)); };
-    connect(&Theme::shared(), &Theme::changed, step_, applyTheme);
-    applyTheme();
+    Theme::follow(step_, [this] { step_->setFixedWidth(Theme::length(80)); });
     return row;
 }
 

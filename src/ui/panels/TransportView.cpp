@@ -18,8 +18,7 @@ TransportView::TransportView(std::shared_ptr<AppState> state, std::shared_ptr<Au
       button_(new SymbolButton(QSizeF(44, 44), 22)),
       readOut_(new TextLabel(Theme::TextStyle::body)) {
     auto* row = new QHBoxLayout(this);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(Theme::length(16));
+    Theme::space(row, 16);
     row->addWidget(button_, 0, Qt::AlignVCenter);
     row->addWidget(readOut_, 0, Qt::AlignVCenter);
     readOut_->setMonospaced(true);
@@ -27,18 +26,9 @@ TransportView::TransportView(std::shared_ptr<AppState> state, std::shared_ptr<Au
 
     connect(button_, &SymbolButton::clicked, this,
             [this] { transport::togglePlayPause(*state_, *engine_); });
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::isPlaying)
-            showTransport();
-        else if (field == AppState::Field::playbackPosition)
-            showPosition();
-    });
-    connect(&Theme::shared(), &Theme::changed, this, [this, row] {
-        row->setSpacing(Theme::length(16));
-        fitReadOut();
-    });
-    showTransport();
-    showPosition();
+    state_->observe(this, {AppState::Field::isPlaying}, [this] { showTransport(); });
+    state_->observe(this, {AppState::Field::playbackPosition}, [this] { showPosition(); });
+    Theme::follow(this, &TransportView::fitReadOut);
 }
 
 void TransportView::showTransport() {

@@ -1,19 +1,18 @@
 #include "ui/settings/CacheSettingsView.h"
 
 #include <limits>
+#include <optional>
 
 #include <QVBoxLayout>
 
 #include "app/TypedNumber.h"
 #include "platform/desktop/ApplicationBundle.h"
-#include "store/DownloadSettingsStore.h"
-#include "ui/controls/FolderLabel.h"
 #include "ui/controls/PushButton.h"
+#include "ui/controls/TextLabel.h"
 #include "ui/settings/ClearConfirmation.h"
 #include "ui/settings/FormScroller.h"
 #include "ui/settings/LimitControl.h"
-#include "ui/settings/LimitPresets.h"
-#include "ui/sheets/FolderPanel.h"
+#include "ui/sheets/DownloadFolderRow.h"
 #include "ui/sheets/SheetBlocker.h"
 #include "waveform/WaveformCache.h"
 
@@ -21,23 +20,13 @@ namespace ambrel {
 namespace {
 
 constexpr double kRowSpacing = 8;
-constexpr std::int64_t kMostDays = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kMostMB =
-    std::numeric_limits<std::int64_t>::max() / kBytesPerMB; // whose bytes can still be counted
+constexpr std::int64_t kBytesPerMB = 1048576;
+constexpr double kSecondsPerDay = 86400;
 
-template <typename Presets> QStringList labelsOf(const Presets& presets) {
-    QStringList labels;
-    for (const auto& preset : presets)
-        labels << preset.label;
-    return labels;
-}
-
-QWidget* makeLabelledRow(const QString& label, QWidget* value, QWidget* button = nullptr) {
+QWidget* makeLabelledRow(const QString& label, QWidget* value) {
     auto* row = new ControlRow(kRowSpacing);
     row->add(new TextLabel(label, Theme::TextStyle::body));
     row->add(value, 1);
-    if (button)
-        row->add(button);
     return row;
 }
 
@@ -56,6 +45,56 @@ QWidget* makeButtonRow(PushButton* button) {
     return row;
 }
 
+LimitControl* makeSizeLimit(WaveformCache& cache) {
+    // What "Custom" takes is exact as a double, and its bytes fit the type.
+    return new LimitControl(
+        {.title = QStringLiteral("Max Cache Size"),
+         .group = QStringLiteral("Size limit"),
+         .presets = {{QStringLiteral("1 MB"), 1},
+                     {QStringLiteral("50 MB"), 50},
+                     {QStringLiteral("100 MB"), 100},
+                     {QStringLiteral("Unlimited"), {}}},
+         .field = QStringLiteral("Custom size"),
+         .placeholder = QStringLiteral("MB"),
+         .unit = QStringLiteral("MB"),
+         .highest = std::numeric_limits<std::int64_t>::max() / kBytesPerMB,
+         .get = [&cache]() -> std::optional<double> {
+             const auto bytes = cache.maxTotalBytes();
+             return bytes ? std::optional(double(*bytes) / double(kBytesPerMB)) : std::nullopt;
+         },
+         .set =
+             [&cache](std::optional<double> megabytes) {
+                 cache.setMaxTotalBytes(megabytes
+                                            ? std::optional(std::int64_t(*megabytes) * kBytesPerMB)
+                                            : std::nullopt);
+             }});
+}
+
+LimitControl* makeAgeLimit(WaveformCache& cache) {
+    return new LimitControl(
+        {.title = QStringLiteral("Max Cache Age"),
+         .group = QStringLiteral("Age limit"),
+         .presets = {{QStringLiteral("7 days"), 7},
+                     {QStringLiteral("14 days"), 14},
+                     {QStringLiteral("1 month"), 30},
+                     {QStringLiteral("6 months"), 180},
+                     {QStringLiteral("1 year"), 365},
+                     {QStringLiteral("Indefinite"), {}}},
+         .field = QStringLiteral("Custom age"),
+         .placeholder = QStringLiteral("Days"),
+         .unit = QStringLiteral("days"),
+         .highest = std::numeric_limits<std::int64_t>::max(),
+         .get = [&cache]() -> std::optional<double> {
+             const auto seconds = cache.maxAgeSeconds();
+             return seconds ? std::optional(*seconds / kSecondsPerDay) : std::nullopt;
+         },
+         .set =
+             [&cache](std::optional<double> days) {
+                 cache.setMaxAgeSeconds(days ? std::optional(*days * kSecondsPerDay)
+                                             : std::nullopt);
+             }});
+}
+
 } // namespace
 
 CacheSettingsView::CacheSettingsView(const Services& services, QWidget* parent)
@@ -65,40 +104,36 @@ CacheSettingsView::CacheSettingsView(const Services& services, QWidget* parent)
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(new FormScroller(makeForm()));
-    version_ = new TextLabel(QStringLiteral("Ambrel v") + ApplicationBundle::shortVersion(),
-                             Theme::TextStyle::caption, Theme::TextColour::tertiary);
-    column->addWidget(version_, 0, Qt::AlignHCenter);
+    auto* version = new TextLabel(QStringLiteral("Ambrel v") + ApplicationBundle::shortVersion(),
+                                  Theme::TextStyle::caption, Theme::TextColour::tertiary);
+    column->addWidget(version, 0, Qt::AlignHCenter);
 
     connect(&maintenance_, &CacheMaintenance::statsRefreshed, this, &CacheSettingsView::showStats);
-    connect(&Theme::shared(), &Theme::changed, this, &CacheSettingsView::applyTheme);
-    applyTheme();
-    setDownloadDirectory(downloads_.downloadDirectory());
-    loadCurrent();
+    Theme::follow(this, [this, version] {
+        setFixedWidth(Theme::windowSize({360, 0}, screen()).width());
+        version->setContentsMargins(0, Theme::length(2), 0, Theme::length(8));
+    });
+    maintenance_.refreshStats();
 }
 
 QWidget* CacheSettingsView::makeForm() {
     auto* form = new QWidget;
-    form_ = new QVBoxLayout(form);
-    form_->addWidget(makeDownloads());
-    form_->addWidget(makeCache());
-    form_->addWidget(sizeLimit_ = makeSizeLimit());
-    form_->addWidget(ageLimit_ = makeAgeLimit());
+    auto* column = new QVBoxLayout(form);
+    Theme::space(column, 10, {16, 16, 16, 8});
+    column->addWidget(makeDownloads());
+    column->addWidget(makeCache());
+    column->addWidget(makeSizeLimit(cache_));
+    column->addWidget(makeAgeLimit(cache_));
     return form;
 }
 
 QWidget* CacheSettingsView::makeDownloads() {
     auto* section = new ControlPanel(QStringLiteral("Downloads"), kRowSpacing);
-    folder_ = new FolderLabel(Theme::TextStyle::body);
-    folder_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    auto* change = new PushButton(QStringLiteral("Change…"));
-    connect(change, &PushButton::clicked, this, &CacheSettingsView::chooseDownloadDirectory);
-    section->addRow(makeLabelledRow(QStringLiteral("Download folder"), folder_, change));
+    auto* folder = new DownloadFolderRow(downloads_, Theme::TextStyle::body, Qt::AlignRight);
+    section->addRow(makeLabelledRow(QStringLiteral("Download folder"), folder));
 
     auto* reset = new PushButton(QStringLiteral("Reset to Default"));
-    connect(reset, &PushButton::clicked, this, [this] {
-        downloads_.resetDownloadDirectory();
-        setDownloadDirectory(downloads_.downloadDirectory());
-    });
+    connect(reset, &PushButton::clicked, folder, &DownloadFolderRow::resetFolder);
     section->addRow(makeButtonRow(reset));
     return section;
 }
@@ -116,112 +151,16 @@ QWidget* CacheSettingsView::makeCache() {
     return section;
 }
 
-LimitControl* CacheSettingsView::makeSizeLimit() {
-    auto* section = new LimitControl({.title = QStringLiteral("Max Cache Size"),
-                                      .group = QStringLiteral("Size limit"),
-                                      .presets = labelsOf(sizePresets()),
-                                      .field = QStringLiteral("Custom size"),
-                                      .placeholder = QStringLiteral("MB"),
-                                      .unit = QStringLiteral("MB"),
-                                      .highest = double(kMostMB)});
-    connect(section, &LimitControl::presetChosen, this, &CacheSettingsView::chooseSizePreset);
-    connect(section, &LimitControl::customSubmitted, this, &CacheSettingsView::commitCustomSize);
-    return section;
-}
-
-LimitControl* CacheSettingsView::makeAgeLimit() {
-    auto* section = new LimitControl({.title = QStringLiteral("Max Cache Age"),
-                                      .group = QStringLiteral("Age limit"),
-                                      .presets = labelsOf(agePresets()),
-                                      .field = QStringLiteral("Custom age"),
-                                      .placeholder = QStringLiteral("Days"),
-                                      .unit = QStringLiteral("days"),
-                                      .highest = double(kMostDays)});
-    connect(section, &LimitControl::presetChosen, this, &CacheSettingsView::chooseAgePreset);
-    connect(section, &LimitControl::customSubmitted, this, &CacheSettingsView::commitCustomAge);
-    return section;
-}
-
-void CacheSettingsView::applyTheme() {
-    setFixedWidth(Theme::windowSize({360, 0}, screen()).width());
-    const int margin = Theme::length(16);
-    form_->setContentsMargins(margin, margin, margin, Theme::length(8));
-    form_->setSpacing(Theme::length(10));
-    version_->setContentsMargins(0, Theme::length(2), 0, Theme::length(8));
-}
-
 bool CacheSettingsView::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
-        refreshStats();
+        maintenance_.refreshStats();
     return QWidget::event(event);
-}
-
-void CacheSettingsView::loadCurrent() {
-    const auto bytes = cache_.maxTotalBytes();
-    const int sizePreset = placeOf(bytes, sizePresets());
-    sizeLimit_->setPreset(sizePreset);
-    if (SizePreset(sizePreset) == SizePreset::custom)
-        sizeLimit_->setCustom(QString::number(*bytes / kBytesPerMB));
-
-    const auto seconds = cache_.maxAgeSeconds();
-    const int agePreset = placeOf(seconds, agePresets());
-    ageLimit_->setPreset(agePreset);
-    if (AgePreset(agePreset) == AgePreset::custom)
-        ageLimit_->setCustom(wholePart(*seconds / kSecondsPerDay));
-    refreshStats();
-}
-
-void CacheSettingsView::refreshStats() {
-    maintenance_.refreshStats();
 }
 
 void CacheSettingsView::showStats(const CacheMaintenance::Stats& stats) {
     entryCount_->setText(QString::number(stats.entryCount));
     const double totalMB = double(stats.totalBytes) / double(kBytesPerMB);
     totalMB_->setText(oneDecimal(totalMB) + QStringLiteral(" MB"));
-}
-
-/// Choosing "custom" changes nothing until a number is committed.
-void CacheSettingsView::chooseSizePreset(int place) {
-    if (SizePreset(place) != SizePreset::custom)
-        cache_.setMaxTotalBytes(sizePresets().at(std::size_t(place)).limit);
-}
-
-void CacheSettingsView::chooseAgePreset(int place) {
-    if (AgePreset(place) != AgePreset::custom)
-        cache_.setMaxAgeSeconds(agePresets().at(std::size_t(place)).limit);
-}
-
-void CacheSettingsView::commitCustomSize() {
-    const auto size = typedWholeNumber(sizeLimit_->custom());
-    if (!size || *size < 1 || *size > kMostMB)
-        return;
-    cache_.setMaxTotalBytes(*size * kBytesPerMB);
-    sizeLimit_->selectCustom();
-}
-
-void CacheSettingsView::commitCustomAge() {
-    const auto days = typedWholeNumber(ageLimit_->custom());
-    if (!days || *days < 1)
-        return;
-    cache_.setMaxAgeSeconds(double(*days) * kSecondsPerDay);
-    ageLimit_->selectCustom();
-}
-
-void CacheSettingsView::chooseDownloadDirectory() {
-    if (folderPanel_)
-        return folderPanel_->activateWindow();
-    folderPanel_ = new FolderPanel(downloadDirectory_, this);
-    connect(folderPanel_, &FolderPanel::folderChosen, this, [this](const QUrl& folder) {
-        downloads_.setDownloadDirectory(folder);
-        setDownloadDirectory(folder);
-    });
-    SheetBlocker::present(folderPanel_, window());
-}
-
-void CacheSettingsView::setDownloadDirectory(const QUrl& folder) {
-    downloadDirectory_ = folder;
-    folder_->setFolder(folder);
 }
 
 void CacheSettingsView::showClearConfirm() {

@@ -1,20 +1,14 @@
 #pragma once
 
 #include <QPointer>
-#include <QUrl>
 #include <QWidget>
 
 #include "app/CacheMaintenance.h"
-
-class QBoxLayout;
 
 namespace ambrel {
 
 class ClearConfirmation;
 class DownloadSettingsStore;
-class FolderLabel;
-class FolderPanel;
-class LimitControl;
 class TextLabel;
 class WaveformCache;
 
@@ -38,37 +32,19 @@ class CacheSettingsView : public QWidget {
     bool event(QEvent* event) override;
 
   private:
-    void applyTheme();
     QWidget* makeForm();
     QWidget* makeDownloads();
     QWidget* makeCache();
-    LimitControl* makeSizeLimit();
-    LimitControl* makeAgeLimit();
 
-    void loadCurrent();
-    void refreshStats();
     void showStats(const CacheMaintenance::Stats& stats);
-    void chooseSizePreset(int place);
-    void chooseAgePreset(int place);
-    void commitCustomSize();
-    void commitCustomAge();
-    void chooseDownloadDirectory();
-    void setDownloadDirectory(const QUrl& folder);
     void showClearConfirm();
 
     WaveformCache& cache_;
     CacheMaintenance& maintenance_;
     DownloadSettingsStore& downloads_;
-    QUrl downloadDirectory_;
-    QBoxLayout* form_ = nullptr;
-    FolderLabel* folder_ = nullptr;
     TextLabel* entryCount_ = nullptr;
     TextLabel* totalMB_ = nullptr;
-    TextLabel* version_ = nullptr;
-    LimitControl* sizeLimit_ = nullptr;
-    LimitControl* ageLimit_ = nullptr;
     QPointer<ClearConfirmation> clearConfirm_;
-    QPointer<FolderPanel> folderPanel_;
 };
 
 } // namespace ambrel

@@ -2,7 +2,7 @@
 
 #include <QPushButton>
 
-#include "app/PlainText.h"
+#include "ui/controls/PlainText.h"
 
 namespace ambrel {
 

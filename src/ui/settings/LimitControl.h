@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <optional>
+
 #include "ui/controls/ControlPanel.h"
 
 namespace ambrel {
@@ -7,46 +11,48 @@ namespace ambrel {
 class NumberEdit;
 class RadioGroup;
 
-/// One limit of the waveform cache: presets and, while "custom" (the last) is chosen, a field for a
-/// whole number. Its text is applied on Return and stays as typed, valid or not.
+/// One limit of the waveform cache: presets and, while "Custom" (the last) is chosen, a field for a
+/// whole number. A preset is applied at once, the field's text on Return; that stays as typed,
+/// valid or not.
 class LimitControl : public ControlPanel {
     Q_OBJECT
 
   public:
-    struct Texts {
-        QString title;
-        QString group; ///< accessible name of the presets
-        QStringList presets;
-        QString field; ///< accessible name
-        QString placeholder;
-        QString unit;       ///< shown after the field
-        double highest = 0; ///< highest value accepted; the lowest is 1
+    struct Preset {
+        QString label;
+        std::optional<double> limit; ///< in the field's unit; absent for no limit
     };
 
-    explicit LimitControl(const Texts& texts, QWidget* parent = nullptr);
+    struct Limit {
+        QString title;
+        QString group; ///< accessible name of the presets
+        QList<Preset> presets;
+        QString field; ///< accessible name
+        QString placeholder;
+        QString unit;             ///< shown after the field
+        std::int64_t highest = 0; ///< highest number accepted; the lowest is 1
+        /// Reads and stores the limit in that unit.
+        std::function<std::optional<double>()> get;
+        std::function<void(std::optional<double>)> set;
+    };
 
-    /// Emits nothing.
-    void setPreset(int place);
-
-    QString custom() const;
-    void setCustom(const QString& text);
-    void selectCustom();
-
-  Q_SIGNALS:
-    void presetChosen(int place); ///< by the user
-    void customSubmitted();
+    /// Shows the limit as it is now.
+    explicit LimitControl(Limit limit, QWidget* parent = nullptr);
 
   private:
-    void applyTheme();
+    RadioGroup* makePresets() const;
+    NumberEdit* makeCustomField();
+    QWidget* makeCustomRow();
     bool isCustomChosen() const;
+    void showLimit();
     void showCustomRow();
-    NumberEdit* makeCustomField(const Texts& texts);
-    QWidget* makeCustomRow(const Texts& texts);
+    void choose(int place);
+    void submitCustom();
 
+    Limit limit_;
     RadioGroup* presets_;
     NumberEdit* custom_;
     QWidget* customRow_;
-    const int customPlace_;
 };
 
 } // namespace ambrel

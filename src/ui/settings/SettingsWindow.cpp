@@ -3,7 +3,7 @@
 #include <QShortcut>
 #include <QVBoxLayout>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 
 namespace ambrel {
 

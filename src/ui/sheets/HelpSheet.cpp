@@ -51,7 +51,7 @@ TextLabel* makeText(const QString& text) {
 
 QVBoxLayout* makeSection(const QString& title) {
     auto* section = new QVBoxLayout;
-    section->setSpacing(Theme::length(6));
+    Theme::space(section, 6);
     section->addWidget(new TextLabel(title, Theme::TextStyle::headline));
     return section;
 }
@@ -106,9 +106,7 @@ QWidget* HelpSheet::makeContent() {
 
     auto* content = new QWidget;
     auto* column = new QVBoxLayout(content);
-    const int margin = Theme::length(24);
-    column->setContentsMargins(margin, margin, margin, margin);
-    column->setSpacing(Theme::length(20));
+    Theme::space(column, 20, {24, 24, 24, 24});
     column->addLayout(header);
     column->addWidget(new Divider);
     for (const HelpSection& text : helpSections()) {

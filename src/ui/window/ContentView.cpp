@@ -10,7 +10,7 @@
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
 #include "audio/LocalPath.h"
-#include "download/OpenFromURLSheet.h"
+#include "download/sheet/OpenFromURLSheet.h"
 #include "store/RecentFilesStore.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/NumberField.h"
@@ -47,17 +47,12 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     setFocusPolicy(Qt::NoFocus);
     column_->addWidget(header);
     column_->addWidget(new Divider);
-    showScreen();
 
     connect(header, &HeaderBar::openFileRequested, this, &ContentView::openFile);
     connect(header, &HeaderBar::openFromURLRequested, this, &ContentView::showOpenFromURL);
     connect(header, &HeaderBar::recentFilesWanted, this, &ContentView::refillRecentFiles);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::loadingState)
-            showScreen();
-        else if (field == AppState::Field::isShowingHelp)
-            showHelp();
-    });
+    state_->observe(this, {AppState::Field::loadingState}, [this] { showScreen(); });
+    state_->observe(this, {AppState::Field::isShowingHelp}, [this] { showHelp(); });
     connect(header, &HeaderBar::settingsRequested, this, services.openSettings);
     connect(header, &HeaderBar::helpRequested, this, [this] { state_->setIsShowingHelp(true); });
     connect(header, &HeaderBar::donationRequested, this,

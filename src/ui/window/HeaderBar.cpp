@@ -6,15 +6,15 @@
 #include <QHBoxLayout>
 #include <QPainter>
 
-#include "app/PlainText.h"
-#include "app/RecentFilesMenu.h"
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/MenuButton.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/PushButton.h"
 #include "ui/controls/Spinner.h"
 #include "ui/controls/SymbolButton.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/WrappingRow.h"
+#include "ui/window/RecentFilesMenu.h"
 
 namespace ambrel {
 namespace {
@@ -25,7 +25,7 @@ constexpr double kIconEdge = 28; // points
 
 HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& recentFiles,
                      NotificationCenter& notifications, bool takesDonations, QWidget* parent)
-    : QWidget(parent), state_(std::move(state)), place_(new QHBoxLayout(this)),
+    : QWidget(parent), state_(std::move(state)),
       openFile_(new PushButton(QStringLiteral("Open File..."))),
       openFromURL_(new PushButton(QStringLiteral("Open from URL..."))), spinner_(new Spinner(16)),
       message_(new TextLabel(Theme::TextStyle::caption, Theme::TextColour::secondary)),
@@ -43,7 +43,9 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     rest->addStretch();
     addIconButtons(*rest, takesDonations);
     rest_ = rest;
-    place_->addWidget(new WrappingRow(10, {commands_, rest}));
+    auto* place = new QHBoxLayout(this);
+    Theme::space(place, 0, {16, 10, 16, 10});
+    place->addWidget(new WrappingRow(10, {commands_, rest}));
     for (TextLabel* status : {message_, fileName_}) {
         status->setAccessibleDescription(QStringLiteral("Status"));
         status->setElideMode(Qt::ElideMiddle);
@@ -53,14 +55,11 @@ HeaderBar::HeaderBar(std::shared_ptr<AppState> state, const RecentFilesStore& re
     connect(openFile_, &PushButton::clicked, this, &HeaderBar::openFileRequested);
     connect(openFromURL_, &PushButton::clicked, this, &HeaderBar::openFromURLRequested);
     connect(recentMenu, &QMenu::aboutToShow, this, &HeaderBar::recentFilesWanted);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::loadingState || field == AppState::Field::audioFileURL ||
-            field == AppState::Field::recentFiles)
-            showState();
-    });
-    connect(&Theme::shared(), &Theme::changed, this, &HeaderBar::applyTheme);
-    applyTheme();
-    showState();
+    Theme::follow(this, &HeaderBar::applyTheme);
+    state_->observe(this,
+                    {AppState::Field::loadingState, AppState::Field::audioFileURL,
+                     AppState::Field::recentFiles},
+                    [this] { showState(); });
 }
 
 void HeaderBar::addIconButtons(ControlRow& row, bool takesDonations) {
@@ -84,9 +83,6 @@ void HeaderBar::addIconButtons(ControlRow& row, bool takesDonations) {
 }
 
 void HeaderBar::applyTheme() {
-    const int side = Theme::length(16);
-    const int above = Theme::length(10);
-    place_->setContentsMargins(side, above, side, above);
     // The bar keeps its height when there are no commands in it.
     rest_->setMinimumHeight(std::max(Theme::length(kIconEdge), openFile_->sizeHint().height()));
 }

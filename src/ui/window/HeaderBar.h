@@ -6,8 +6,6 @@
 
 #include "app/AppState.h"
 
-class QBoxLayout;
-
 namespace ambrel {
 
 class ControlRow;
@@ -44,7 +42,6 @@ class HeaderBar : public QWidget {
     void showState();
 
     std::shared_ptr<AppState> state_;
-    QBoxLayout* place_;
     QWidget* commands_;
     QWidget* rest_; ///< the status and the icons
     PushButton* openFile_;

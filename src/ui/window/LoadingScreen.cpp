@@ -8,28 +8,21 @@
 namespace ambrel {
 
 LoadingScreen::LoadingScreen(QWidget* parent)
-    : QWidget(parent), column_(new QVBoxLayout(this)),
+    : QWidget(parent),
       message_(new TextLabel(Theme::TextStyle::callout, Theme::TextColour::secondary)) {
     message_->setAccessibleDescription(QStringLiteral("Progress"));
     message_->setAlignment(Qt::AlignCenter);
 
-    column_->addStretch();
-    column_->addWidget(new Spinner(32), 0, Qt::AlignHCenter);
-    column_->addWidget(message_);
-    column_->addStretch();
-
-    connect(&Theme::shared(), &Theme::changed, this, &LoadingScreen::applyTheme);
-    applyTheme();
+    auto* column = new QVBoxLayout(this);
+    Theme::space(column, 12, {16, 16, 16, 16});
+    column->addStretch();
+    column->addWidget(new Spinner(32), 0, Qt::AlignHCenter);
+    column->addWidget(message_);
+    column->addStretch();
 }
 
 void LoadingScreen::setMessage(const QString& message) {
     message_->setText(message);
-}
-
-void LoadingScreen::applyTheme() {
-    const int margin = Theme::length(16);
-    column_->setContentsMargins(margin, margin, margin, margin);
-    column_->setSpacing(Theme::length(12));
 }
 
 } // namespace ambrel

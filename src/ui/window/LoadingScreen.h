@@ -2,8 +2,6 @@
 
 #include <QWidget>
 
-class QBoxLayout;
-
 namespace ambrel {
 
 class TextLabel;
@@ -18,9 +16,6 @@ class LoadingScreen : public QWidget {
     void setMessage(const QString& message);
 
   private:
-    void applyTheme();
-
-    QBoxLayout* column_;
     TextLabel* message_;
 };
 

@@ -5,13 +5,13 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "app/AccessibleFactory.h"
-#include "app/PlainText.h"
-#include "app/RecentFile.h"
+#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/ButtonFace.h"
 #include "ui/controls/Divider.h"
+#include "ui/controls/PlainText.h"
 #include "ui/controls/Symbols.h"
 #include "ui/controls/Theme.h"
+#include "ui/window/RecentFile.h"
 
 namespace ambrel {
 namespace {
@@ -47,7 +47,7 @@ RecentFileRow::RecentFileRow(const QUrl& file, bool isFirst, QWidget* parent)
     setAutoExclusive(true); // the arrow keys move within the list and not out of it
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(&Theme::shared(), &Theme::changed, this, &RecentFileRow::updateGeometry);
+    Theme::follow(this, &RecentFileRow::updateGeometry);
 }
 
 QSize RecentFileRow::sizeHint() const {

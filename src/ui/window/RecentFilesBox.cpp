@@ -5,7 +5,7 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-#include "ui/controls/QuietButton.h"
+#include "ui/controls/PushButton.h"
 #include "ui/controls/RoundedPanel.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/Theme.h"
@@ -14,13 +14,14 @@
 namespace ambrel {
 
 RecentFilesBox::RecentFilesBox(QWidget* parent)
-    : QWidget(parent), column_(new QVBoxLayout(this)), scroller_(new QScrollArea),
-      clear_(new QuietButton(QStringLiteral("Clear Recents"))) {
+    : QWidget(parent), scroller_(new QScrollArea),
+      clear_(new PushButton(QStringLiteral("Clear Recents"), PushButton::Prominence::quiet)) {
     auto* panel = new RoundedPanel;
-    panelColumn_ = new QVBoxLayout(panel);
-    panelColumn_->addWidget(
+    auto* panelColumn = new QVBoxLayout(panel);
+    Theme::space(panelColumn, 6, {10, 10, 10, 10});
+    panelColumn->addWidget(
         new TextLabel(QStringLiteral("Recent Files"), Theme::TextStyle::headline));
-    panelColumn_->addWidget(scroller_);
+    panelColumn->addWidget(scroller_);
     scroller_->setWidgetResizable(true);
     scroller_->setFrameShape(QFrame::NoFrame);
     scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -28,13 +29,13 @@ RecentFilesBox::RecentFilesBox(QWidget* parent)
     scroller_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     scroller_->viewport()->setAutoFillBackground(false);
 
-    column_->setContentsMargins(0, 0, 0, 0);
-    column_->addWidget(panel);
-    column_->addWidget(clear_, 0, Qt::AlignHCenter);
+    auto* column = new QVBoxLayout(this);
+    Theme::space(column, 6);
+    column->addWidget(panel);
+    column->addWidget(clear_, 0, Qt::AlignHCenter);
 
-    connect(clear_, &QuietButton::clicked, this, &RecentFilesBox::clearRequested);
-    connect(&Theme::shared(), &Theme::changed, this, &RecentFilesBox::applyTheme);
-    applyTheme();
+    connect(clear_, &PushButton::clicked, this, &RecentFilesBox::clearRequested);
+    Theme::follow(this, [this] { setFixedWidth(Theme::length(300)); });
     hide();
 }
 
@@ -57,14 +58,6 @@ void RecentFilesBox::fillRows() {
     scroller_->setMinimumHeight(std::min(list->sizeHint().height(), Theme::length(70)));
     list->setAutoFillBackground(false); // the area sets it
     updateGeometry();
-}
-
-void RecentFilesBox::applyTheme() {
-    setFixedWidth(Theme::length(300));
-    const int margin = Theme::length(10);
-    panelColumn_->setContentsMargins(margin, margin, margin, margin);
-    panelColumn_->setSpacing(Theme::length(6));
-    column_->setSpacing(Theme::length(6));
 }
 
 } // namespace ambrel

@@ -4,12 +4,11 @@
 #include <QUrl>
 #include <QWidget>
 
-class QBoxLayout;
 class QScrollArea;
 
 namespace ambrel {
 
-class QuietButton;
+class PushButton;
 
 /// The recent files in a column that scrolls if the window is too low, and below it the button that
 /// clears the list.
@@ -27,15 +26,11 @@ class RecentFilesBox : public QWidget {
     void clearRequested();
 
   private:
-    void applyTheme();
-
     void fillRows();
 
     QList<QUrl> files_;
-    QBoxLayout* column_;
-    QBoxLayout* panelColumn_;
     QScrollArea* scroller_;
-    QuietButton* clear_;
+    PushButton* clear_;
 };
 
 } // namespace ambrel

@@ -7,8 +7,8 @@
 #include "audio/AudioEngine.h"
 #include "ui/controls/Theme.h"
 #include "ui/window/ZoomBar.h"
-#include "waveform/WaveformNSView.h"
-#include "waveform/WaveformView.h"
+#include "waveform/view/WaveformNSView.h"
+#include "waveform/view/WaveformView.h"
 
 namespace ambrel {
 namespace {
@@ -48,20 +48,13 @@ class Backdrop : public QWidget {
 
 WaveformSection::WaveformSection(std::shared_ptr<AppState> state,
                                  std::shared_ptr<AudioEngine> engine, QWidget* parent)
-    : QWidget(parent), navigation_(state),
-      backdrop_(new Backdrop(WaveformView(state, std::move(engine)), navigation_)) {
+    : QWidget(parent), navigation_(state) {
+    auto* const backdrop = new Backdrop(WaveformView(state, std::move(engine)), navigation_);
     auto* const column = new QVBoxLayout(this);
-    column->addWidget(backdrop_);
+    Theme::space(column, 4, {16, 12, 16, 8});
+    column->addWidget(backdrop);
     column->addWidget(new ZoomBar(std::move(state), navigation_));
-    connect(&Theme::shared(), &Theme::changed, this, &WaveformSection::applyTheme);
-    applyTheme();
-}
-
-void WaveformSection::applyTheme() {
-    backdrop_->setFixedHeight(Theme::length(100));
-    layout()->setSpacing(Theme::length(4));
-    layout()->setContentsMargins(Theme::length(16), Theme::length(12), Theme::length(16),
-                                 Theme::length(8));
+    Theme::follow(backdrop, [backdrop] { backdrop->setFixedHeight(Theme::length(100)); });
 }
 
 } // namespace ambrel

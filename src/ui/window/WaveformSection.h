@@ -4,7 +4,7 @@
 
 #include <QWidget>
 
-#include "waveform/ZoomNavigation.h"
+#include "app/ZoomNavigation.h"
 
 namespace ambrel {
 
@@ -20,10 +20,7 @@ class WaveformSection : public QWidget {
                     QWidget* parent = nullptr);
 
   private:
-    void applyTheme();
-
     ZoomNavigation navigation_;
-    QWidget* backdrop_;
 };
 
 } // namespace ambrel

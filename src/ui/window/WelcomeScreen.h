@@ -6,8 +6,6 @@
 
 #include "app/AppState.h"
 
-class QBoxLayout;
-
 namespace ambrel {
 
 /// The screen shown while no file is open.
@@ -22,12 +20,6 @@ class WelcomeScreen : public QWidget {
     void openFromURLRequested();
     void recentFileChosen(const QUrl& file);
     void clearRecentsRequested();
-
-  private:
-    void applyTheme();
-
-    QBoxLayout* column_;
-    QBoxLayout* buttons_;
 };
 
 } // namespace ambrel

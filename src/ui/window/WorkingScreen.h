@@ -4,9 +4,6 @@
 
 #include <QWidget>
 
-class QBoxLayout;
-class QScrollArea;
-
 namespace ambrel {
 
 class AppState;
@@ -20,12 +17,6 @@ class WorkingScreen : public QWidget {
   public:
     WorkingScreen(const std::shared_ptr<AppState>& state,
                   const std::shared_ptr<AudioEngine>& engine, QWidget* parent = nullptr);
-
-  private:
-    void applyTheme();
-
-    QBoxLayout* panels_;
-    QScrollArea* scroller_;
 };
 
 } // namespace ambrel

@@ -6,13 +6,13 @@
 
 #include "app/AppState.h"
 #include "app/TypedNumber.h"
+#include "app/ZoomNavigation.h"
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/PushButton.h"
 #include "ui/controls/TextLabel.h"
 #include "ui/controls/Theme.h"
 #include "ui/controls/WrappingRow.h"
 #include "waveform/WaveformGeometry.h"
-#include "waveform/ZoomNavigation.h"
 
 namespace ambrel {
 namespace {
@@ -55,13 +55,9 @@ ZoomBar::ZoomBar(std::shared_ptr<AppState> state, ZoomNavigation& navigation, QW
     // Time runs from left to right whatever the direction of the language.
     setLayoutDirection(Qt::LeftToRight);
 
-    connect(&Theme::shared(), &Theme::changed, this, &ZoomBar::applyTheme);
-    connect(state_.get(), &AppState::changed, this, [this](AppState::Field field) {
-        if (field == AppState::Field::zoomLevel || field == AppState::Field::panOffset)
-            showState();
-    });
-    applyTheme();
-    showState();
+    Theme::follow(this, &ZoomBar::applyTheme);
+    state_->observe(this, {AppState::Field::zoomLevel, AppState::Field::panOffset},
+                    [this] { showState(); });
 }
 
 void ZoomBar::addButton(ControlRow& row, PushButton* button, std::function<void()> action) {

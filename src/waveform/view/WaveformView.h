@@ -2,12 +2,11 @@
 
 #include <memory>
 
-#include "app/AppState.h"
-
 class QWidget;
 
 namespace ambrel {
 
+class AppState;
 class AudioEngine;
 class WaveformNSView;
 
@@ -21,9 +20,6 @@ class WaveformView {
     WaveformNSView* makeNSView(QWidget* parent) const;
 
   private:
-    /// Copies the changed field into the view; fields that it does not show are ignored.
-    static void updateNSView(WaveformNSView& view, const AppState& state, AppState::Field field);
-
     std::shared_ptr<AppState> state_;
     std::shared_ptr<AudioEngine> engine_;
 };

@@ -4,7 +4,6 @@
 
 #include <QCoroTask>
 #include <QDialog>
-#include <QPointer>
 #include <QUrl>
 
 class QBoxLayout;
@@ -12,10 +11,9 @@ class QLineEdit;
 
 namespace ambrel {
 
+class DownloadFolderRow;
 class DownloadSettingsStore;
 class ErrorText;
-class FolderLabel;
-class FolderPanel;
 class PushButton;
 class Spinner;
 class URLDownloader;
@@ -49,24 +47,19 @@ class OpenFromURLSheet : public QDialog {
     QCoro::Task<> perform(QUrl source);
     void setDownloading(bool isDownloading);
     void setErrorMessage(const QString& message);
-    void chooseDirectory();
     void fitHeight();
 
     URLDownloader& downloader_;
-    DownloadSettingsStore& settings_;
     std::function<void(const QUrl&)> onLoad_;
     std::function<void()> onCancel_;
-    QUrl downloadDirectory_;
     bool isDownloading_ = false;
 
     QLineEdit* address_;
-    FolderLabel* folder_;
-    PushButton* change_;
+    DownloadFolderRow* folder_;
     ErrorText* error_;
     PushButton* cancel_;
     Spinner* spinner_;
     PushButton* download_;
-    QPointer<FolderPanel> folderPanel_;
 };
 
 } // namespace ambrel

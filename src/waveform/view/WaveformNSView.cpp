@@ -1,4 +1,4 @@
-#include "waveform/WaveformNSView.h"
+#include "waveform/view/WaveformNSView.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,7 @@
 #include <QWheelEvent>
 
 #include "app/TimeText.h"
-#include "waveform/WaveformBars.h"
+#include "waveform/view/WaveformBars.h"
 
 namespace ambrel {
 namespace {

@@ -1,4 +1,4 @@
-#include "waveform/ZoomNavigation.h"
+#include "app/ZoomNavigation.h"
 
 #include <algorithm>
 #include <utility>

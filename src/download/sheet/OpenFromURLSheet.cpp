@@ -1,4 +1,4 @@
-#include "download/OpenFromURLSheet.h"
+#include "download/sheet/OpenFromURLSheet.h"
 
 #include <algorithm>
 #include <utility>
@@ -7,18 +7,17 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QPointer>
 #include <QScreen>
 #include <QVBoxLayout>
 
 #include "app/TypedNumber.h"
 #include "download/URLDownloader.h"
-#include "store/DownloadSettingsStore.h"
 #include "ui/controls/ErrorText.h"
-#include "ui/controls/FolderLabel.h"
 #include "ui/controls/PushButton.h"
 #include "ui/controls/Spinner.h"
 #include "ui/controls/TextLabel.h"
-#include "ui/sheets/FolderPanel.h"
+#include "ui/sheets/DownloadFolderRow.h"
 #include "ui/sheets/SheetBlocker.h"
 
 namespace ambrel {
@@ -37,7 +36,7 @@ QUrl addressFrom(const QString& text) {
 /// A field or row with its label above.
 QVBoxLayout* labelled(const QString& label) {
     auto* stack = new QVBoxLayout;
-    stack->setSpacing(Theme::length(4));
+    Theme::space(stack, 4);
     stack->addWidget(
         new TextLabel(label, Theme::TextStyle::subheadline, Theme::TextColour::secondary));
     return stack;
@@ -48,53 +47,44 @@ QVBoxLayout* labelled(const QString& label) {
 OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsStore& settings,
                                    std::function<void(const QUrl&)> onLoad,
                                    std::function<void()> onCancel, QWidget* parent)
-    : QDialog(parent), downloader_(downloader), settings_(settings), onLoad_(std::move(onLoad)),
-      onCancel_(std::move(onCancel)), downloadDirectory_(settings.downloadDirectory()),
-      address_(new QLineEdit), folder_(new FolderLabel(Theme::TextStyle::callout)),
-      change_(new PushButton(QStringLiteral("Change…"))),
+    : QDialog(parent), downloader_(downloader), onLoad_(std::move(onLoad)),
+      onCancel_(std::move(onCancel)), address_(new QLineEdit),
+      folder_(new DownloadFolderRow(settings, Theme::TextStyle::callout, Qt::AlignLeft)),
       error_(new ErrorText(kWidth - 2 * kPadding)),
       cancel_(new PushButton(QStringLiteral("Cancel"))), spinner_(new Spinner(16)),
       download_(new PushButton(QStringLiteral("Download & Open"), PushButton::Prominence::filled)) {
     setWindowTitle(QStringLiteral("Open from URL"));
     address_->setAccessibleName(QStringLiteral("URL"));
     address_->setPlaceholderText(QStringLiteral("https://example.com/song.mp3"));
-    folder_->setFolder(downloadDirectory_);
     download_->setDefault(true);
     auto* column = new QVBoxLayout(this);
     addRows(*column);
     connect(address_, &QLineEdit::textChanged, this,
             [this] { download_->setEnabled(canSubmit()); });
-    connect(change_, &PushButton::clicked, this, &OpenFromURLSheet::chooseDirectory);
     connect(cancel_, &PushButton::clicked, this, &OpenFromURLSheet::reject);
     connect(download_, &PushButton::clicked, this, &OpenFromURLSheet::startDownload);
-    connect(&Theme::shared(), &Theme::changed, this, &OpenFromURLSheet::fitHeight);
+    Theme::follow(this, &OpenFromURLSheet::fitHeight);
     setErrorMessage({});
     setDownloading(false);
     takeAddressFromClipboard();
 }
 
 void OpenFromURLSheet::addRows(QBoxLayout& column) {
-    const int padding = Theme::length(kPadding);
-    column.setContentsMargins(padding, padding, padding, padding);
-    column.setSpacing(Theme::length(16));
+    Theme::space(&column, 16, {kPadding, kPadding, kPadding, kPadding});
     column.addWidget(new TextLabel(QStringLiteral("Open from URL"), Theme::TextStyle::headline));
 
     QVBoxLayout* address = labelled(QStringLiteral("URL"));
     address->addWidget(address_);
     column.addLayout(address);
 
-    auto* folderRow = new QHBoxLayout;
-    folderRow->setSpacing(Theme::length(8));
-    folderRow->addWidget(folder_, 1);
-    folderRow->addWidget(change_);
     QVBoxLayout* folder = labelled(QStringLiteral("Download folder"));
-    folder->addLayout(folderRow);
+    folder->addWidget(folder_);
     column.addLayout(folder);
 
     column.addWidget(error_);
 
     auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(Theme::length(8));
+    Theme::space(buttons, 8);
     buttons->addWidget(cancel_);
     buttons->addStretch(1);
     buttons->addWidget(spinner_);
@@ -131,7 +121,7 @@ QCoro::Task<> OpenFromURLSheet::perform(QUrl source) {
     QUrl file;
     QString failure;
     try {
-        auto downloading = downloader_.download(source, downloadDirectory_);
+        auto downloading = downloader_.download(source, folder_->folder());
         file = co_await downloading;
     } catch (const BackgroundQueue::Ended&) {
         co_return;
@@ -149,9 +139,9 @@ QCoro::Task<> OpenFromURLSheet::perform(QUrl source) {
 
 void OpenFromURLSheet::setDownloading(bool isDownloading) {
     isDownloading_ = isDownloading;
-    for (QWidget* control : {static_cast<QWidget*>(address_), static_cast<QWidget*>(change_),
-                             static_cast<QWidget*>(cancel_)})
-        control->setEnabled(!isDownloading);
+    address_->setEnabled(!isDownloading);
+    folder_->setChangeEnabled(!isDownloading);
+    cancel_->setEnabled(!isDownloading);
     download_->setEnabled(canSubmit());
     spinner_->setVisible(isDownloading);
     if (!isDownloading)
@@ -163,18 +153,6 @@ void OpenFromURLSheet::setErrorMessage(const QString& message) {
     error_->setMessage(message);
     error_->setVisible(!message.isEmpty());
     fitHeight();
-}
-
-void OpenFromURLSheet::chooseDirectory() {
-    if (folderPanel_)
-        return folderPanel_->activateWindow();
-    folderPanel_ = new FolderPanel(downloadDirectory_, this);
-    connect(folderPanel_, &FolderPanel::folderChosen, this, [this](const QUrl& folder) {
-        downloadDirectory_ = folder;
-        settings_.setDownloadDirectory(folder);
-        folder_->setFolder(folder);
-    });
-    SheetBlocker::present(folderPanel_, this);
 }
 
 /// After growing, the sheet must stay above the lower edge of the screen, where its buttons are.

@@ -7,8 +7,8 @@
 #include <QDir>
 #include <QLocale>
 
-#include "app/AmbrelApp.h"
 #include "app/CommandLine.h"
+#include "app/main/AmbrelApp.h"
 #include "platform/desktop/ExitDeadline.h"
 
 namespace {

@@ -1,12 +1,12 @@
-#include "app/AppCommands.h"
+#include "app/main/AppCommands.h"
 
 #include <QCoreApplication>
 #include <QMenu>
 #include <QMenuBar>
 
 #include "app/Notifications.h"
-#include "app/RecentFilesMenu.h"
 #include "platform/desktop/NotificationCenter.h"
+#include "ui/window/RecentFilesMenu.h"
 
 namespace ambrel::commands {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/DescribedMenu.h"
+#include "ui/controls/DescribedMenu.h"
 
 namespace ambrel {
 

@@ -6,8 +6,8 @@
 #include <QMainWindow>
 #include <QUrl>
 
-#include "app/AppDelegate.h"
 #include "app/AppState.h"
+#include "app/main/AppDelegate.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 

@@ -1,4 +1,4 @@
-#include "waveform/WaveformBars.h"
+#include "waveform/view/WaveformBars.h"
 
 #include <algorithm>
 #include <cmath>

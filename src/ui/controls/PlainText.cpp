@@ -1,4 +1,4 @@
-#include "app/PlainText.h"
+#include "ui/controls/PlainText.h"
 
 #include <QTextDocument>
 

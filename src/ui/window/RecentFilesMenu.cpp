@@ -1,12 +1,12 @@
-#include "app/RecentFilesMenu.h"
+#include "ui/window/RecentFilesMenu.h"
 
 #include <QUrl>
 
 #include "app/Notifications.h"
-#include "app/PlainText.h"
-#include "app/RecentFile.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "store/RecentFilesStore.h"
+#include "ui/controls/PlainText.h"
+#include "ui/window/RecentFile.h"
 
 namespace ambrel {
 

@@ -1,4 +1,4 @@
-#include "app/DescribedMenu.h"
+#include "ui/controls/DescribedMenu.h"
 
 #include <QAccessibleActionInterface>
 #include <QAccessibleWidget>
@@ -7,7 +7,7 @@
 #include <QMenuBar>
 #include <QPointer>
 
-#include "app/AccessibleFactory.h"
+#include "ui/controls/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

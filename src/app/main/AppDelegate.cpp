@@ -1,4 +1,4 @@
-#include "app/AppDelegate.h"
+#include "app/main/AppDelegate.h"
 
 #include <utility>
 

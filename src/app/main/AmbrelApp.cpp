@@ -1,11 +1,11 @@
-#include "app/AmbrelApp.h"
+#include "app/main/AmbrelApp.h"
 
 #include <QApplication>
 #include <QMenuBar>
+#include <QScreen>
 #include <QWindow>
 
-#include "app/AppCommands.h"
-#include "app/RecentFilesMenu.h"
+#include "app/main/AppCommands.h"
 #include "audio/AudioEngine.h"
 #include "download/URLDownloader.h"
 #include "platform/desktop/ApplicationBundle.h"
@@ -18,6 +18,7 @@
 #include "ui/controls/Theme.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KeyResponderNSView.h"
+#include "ui/window/RecentFilesMenu.h"
 #include "waveform/WaveformCache.h"
 
 namespace ambrel {
@@ -51,10 +52,9 @@ void AmbrelApp::makeMainWindow() {
     const auto limitSize = [window = mainWindow_.get()] {
         window->setMinimumSize(Theme::windowSize(kMinimumSize, window->screen()));
     };
-    QObject::connect(&Theme::shared(), &Theme::changed, mainWindow_.get(), limitSize);
+    Theme::follow(mainWindow_.get(), limitSize);
     QObject::connect(mainWindow_->windowHandle(), &QWindow::screenChanged, mainWindow_.get(),
                      limitSize);
-    limitSize();
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
     const auto openSettings = [this] { settingsScene_->open(); };
