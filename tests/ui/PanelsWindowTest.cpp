@@ -2,7 +2,6 @@
 #include <limits>
 
 #include <QDialog>
-#include <QPointingDevice>
 #include <QScrollArea>
 #include <QScrollBar>
 
@@ -70,7 +69,6 @@ class PanelsWindowTest : public QObject {
         w.state->setIsShowingHelp(true);
         auto* sheet = w.window.findChild<QDialog*>();
         QVERIFY(QTest::qWaitForWindowActive(sheet));
-        QWidget* page = sheet->findChild<QScrollArea*>()->viewport();
         const QScrollBar* place = sheet->findChild<QScrollArea*>()->verticalScrollBar();
         int before = 0;
         const auto way = [&] { return place->value() - std::exchange(before, place->value()); };
@@ -86,14 +84,6 @@ class PanelsWindowTest : public QObject {
             QTest::keyClick(sheet->windowHandle(), key);
             QVERIFY2(way() * direction > 0, qPrintable(QKeySequence(key).toString()));
         }
-        const std::unique_ptr<QPointingDevice> finger(QTest::createTouchDevice());
-        QTest::touchEvent(page, finger.get()).press(0, {50, 200});
-        for (int moved = 10; moved <= 100; moved += 10) {
-            QTest::qWait(16); // a finger takes its time
-            QTest::touchEvent(page, finger.get()).move(0, {50, 200 - moved});
-        }
-        QVERIFY(way() > 0);
-        QTest::touchEvent(page, finger.get()).release(0, {50, 100});
     }
 
     void noButtonLooksSmallerThanItIs() {

@@ -86,6 +86,7 @@ class SettingsWindowTest : public QObject {
             QCOMPARE(w.limit(kSize), Value(number * 1'048'576));
         }
         QAccessible::queryAccessibleInterface(age)->valueInterface()->setCurrentValue(22);
+        age->setFocus(Qt::TabFocusReason);
         QTest::keyClicks(age, u"44"_qs); // without Return
         size->setFocus(Qt::TabFocusReason);
         QCOMPARE(w.limit(kAge), Value(22 * 86'400.0));

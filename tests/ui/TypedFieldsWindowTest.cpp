@@ -1,7 +1,5 @@
 #include <QAccessible>
 #include <QComboBox>
-#include <QDragEnterEvent>
-#include <QMimeData>
 #include <QTest>
 
 #include "app/TimeText.h"
@@ -49,6 +47,10 @@ class TypedFieldsWindowTest : public QObject {
                  {"Pitch", 100, u"+100 cents"_qs, 100, "+100"},
                  {"Pitch", 7, u"-"_qs, 7, "+7"},
                  {"Pitch", 0, u"0.9"_qs, 0, "0"},
+                 {"Custom speed step", 0, u"0"_qs, 3, "3.0"},
+                 {"Custom speed step", 0, u"101"_qs, 3, "3.0"},
+                 {"Custom speed step", 0, u"x"_qs, 3, "3.0"},
+                 {"Custom speed step", 0, u"1.25"_qs, 1.25, "1.25"},
                  {"Start seconds", 0, u"2"_qs, 2.5, "02"},
                  {"Start seconds", 0, u"75"_qs, 3, "03"}, // not beyond the end
                  {"Start seconds", 0, u"1.5"_qs, 1.5004, "01"},
@@ -65,20 +67,24 @@ class TypedFieldsWindowTest : public QObject {
         const QString name = QLatin1String(typed.field);
         w.state->setSpeed(typed.before);
         w.state->setPitch(typed.before);
+        w.state->setSpeedStep(3);
         w.state->setRegionStart(1.5004);
         w.type(name, typed.text);
         const QString kind = name.section(u' ', 0, 0);
         QCOMPARE(kind == u"Speed"_qs   ? w.state->speed()
                  : kind == u"Pitch"_qs ? w.state->pitch()
                  : kind == u"Start"_qs ? w.state->regionStart()
-                                       : w.state->regionEnd(),
+                 : kind == u"End"_qs   ? w.state->regionEnd()
+                                       : w.state->speedStep(),
                  typed.after);
         QCOMPARE(w.field(name)->text(), QLatin1String(typed.shown));
-        if (w.field(name)->hasFocus()) { // the times: the next number replaces this one
+        if (kind == u"Start"_qs || kind == u"End"_qs) { // the next number replaces this one
+            QVERIFY(w.field(name)->hasFocus());
             QCOMPARE(w.field(name)->selectedText(), w.field(name)->text());
             return;
         }
-        QCOMPARE(name == u"Speed"_qs ? w.graph->rate * 100 : w.graph->pitch, float(typed.after));
+        QCOMPARE(w.graph->rate, kind == u"Speed"_qs ? float(typed.after / 100) : 0);
+        QCOMPARE(w.graph->pitch, kind == u"Pitch"_qs ? float(typed.after) : 0);
         QTRY_VERIFY(w.responder->hasFocus());
     }
 
@@ -127,12 +133,6 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
         QTest::keyClick(speed, Qt::Key_Z, Qt::ControlModifier);
         QCOMPARE(speed->text(), QString());
-        QMimeData text;
-        text.setText(u"hello"_qs);
-        QDragEnterEvent drag({}, Qt::CopyAction, &text, Qt::LeftButton, {});
-        drag.ignore();
-        QCoreApplication::sendEvent(speed, &drag);
-        QVERIFY(!drag.isAccepted());
     }
 
     void whatIsTypedIsCommittedBeforeItsFieldOrItsFileGoes() {
@@ -181,19 +181,12 @@ class TypedFieldsWindowTest : public QObject {
         }
     }
 
-    void customStep() {
+    void customStepWhileTheStepIsAPreset() {
         Practice w;
         auto* picker = w.find<QComboBox>(u"Speed step"_qs);
         w.state->setSpeedStep(3);
-        for (const char* refused : {"0", "-1", "101", "x", ""}) {
-            w.type(u"Custom speed step"_qs, QLatin1String(refused));
-            QCOMPARE(w.state->speedStep(), 3.0);
-            QCOMPARE(w.field(u"Custom speed step"_qs)->text(), u"3.0"_qs);
-        }
         w.type(u"Custom speed step"_qs, u"2"_qs);
         QVERIFY(picker->currentText() == u"2%"_qs && !w.field(u"Custom speed step"_qs));
-
-        // "Custom" while the step is a preset writes nothing before a step is typed.
         picker->setCurrentIndex(5);
         Q_EMIT picker->activated(5);
         QCOMPARE(w.field(u"Custom speed step"_qs)->selectedText(), u"2.0"_qs);
