@@ -85,6 +85,8 @@ class ContentViewWindowTest : public QObject {
         w.mainQueue.async([] {});
         QCoreApplication::processEvents();
         QVERIFY(speed->hasFocus() && speed->text() == u"12"_qs);
+        QTest::mouseClick(w.find(u"Waveform"_qs), Qt::LeftButton);
+        QTRY_VERIFY(w.responder->hasFocus());
     }
 
     void opensARecentFileOnlyWhenGivenOne() {
