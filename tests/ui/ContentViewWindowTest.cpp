@@ -95,12 +95,8 @@ class ContentViewWindowTest : public QObject {
                                        QVariant(QUrl(u"https://example.org/a.mp3"_qs))})
             w.notifications.post(notifications::openRecent, object);
         QVERIFY(w.state->loadingState().isIdle());
-        for (const auto& address :
-             {u"file://localhost/music/a.mp3"_qs, u"file:////music/../music/a.mp3"_qs}) {
-            w.notifications.post(notifications::openRecent, QUrl(address));
-            QVERIFY(w.state->loadingState().isLoading());
-            QCOMPARE(w.state->audioFileURL(), QUrl(u"file:///music/a.mp3"_qs));
-        }
+        w.notifications.post(notifications::openRecent, QUrl(u"file://localhost/b/../a.mp3"_qs));
+        QCOMPARE(w.state->audioFileURL(), QUrl(u"file:///a.mp3"_qs));
     }
 
     void anErrorIsShownOnceAndTakesTheClicks() {
@@ -136,7 +132,6 @@ class ContentViewWindowTest : public QObject {
               Case{u"Zoom out"_qs, 2, 3, 25, 0, 12.5, 2.45},
               Case{u"Fit Track"_qs, 2, 3, 7, 0.3, 1, 0},
               Case{u"Fit Region"_qs, 2, 3, 1, 0, 9, 1.75},
-              Case{u"Fit Region"_qs, 2, 2.001, 1, 0, 50, 9.95},
               Case{u"Fit Region"_qs, 2, 2, 3, 0.3, 3, 0.3},
               Case{u"Fit Region"_qs, NAN, 2, 3, 0.3, 3, 0.3},
               Case{u"Pan left"_qs, 2, 3, 4, 0.8, 4, 0.3}, Case{u"Pan left"_qs, 2, 3, 4, 0.1, 4, 0},
