@@ -2,9 +2,11 @@
 
 #include <memory>
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QTest>
@@ -22,6 +24,29 @@
 #include "ui/window/KeyResponderNSView.h"
 
 namespace ambrel::test {
+
+/// The shown control of that kind which a screen reader finds under that name or description.
+template <typename Control = QWidget> Control* findIn(const QWidget& window, const QString& text) {
+    for (Control* control : window.findChildren<Control*>()) {
+        auto* spoken =
+            control->isVisible() ? QAccessible::queryAccessibleInterface(control) : nullptr;
+        if (spoken && (spoken->text(QAccessible::Name) == text ||
+                       spoken->text(QAccessible::Description) == text))
+            return control;
+    }
+    return nullptr;
+}
+
+inline void clickIn(const QWidget& window, const QString& button) {
+    QTest::mouseClick(findIn<QAbstractButton>(window, button), Qt::LeftButton);
+}
+
+inline void activate(QWidget& window) {
+    window.show();
+    window.activateWindow();
+    if (!QTest::qWaitForWindowActive(&window))
+        qFatal("the window is not active");
+}
 
 /// The main window with its menus and keys on a scripted sound graph, driven by events as a user
 /// would.
@@ -52,10 +77,7 @@ struct TestWindow {
         commands::addMenus(*window.menuBar(), settings.recentFiles(), notifications, openSettings);
         keyHandler.start(state);
         window.resize(780, 680);
-        window.show();
-        window.activateWindow();
-        if (!QTest::qWaitForWindowActive(&window))
-            qFatal("the window is not active");
+        activate(window);
     }
 
     /// As the loader leaves it, with the region from 1 s to 3 s.
@@ -72,26 +94,39 @@ struct TestWindow {
         state->setLoadingState(LoadingState::loaded());
     }
 
-    /// The shown widget that a screen reader finds under that name or description.
-    QWidget* find(const QString& text) const {
-        for (QWidget* widget : window.findChildren<QWidget*>()) {
-            if (!widget->isVisible())
-                continue;
-            auto* interface = QAccessible::queryAccessibleInterface(widget);
-            if (interface && (interface->text(QAccessible::Name) == text ||
-                              interface->text(QAccessible::Description) == text))
-                return widget;
-        }
-        return nullptr;
+    template <typename Control = QWidget> Control* find(const QString& text) const {
+        return findIn<Control>(window, text);
     }
 
     QString textOf(const QString& description) const {
-        const auto* label = qobject_cast<QLabel*>(find(description));
+        const auto* label = find<QLabel>(description);
         return label ? label->text() : QString();
     }
 
+    void click(const QString& button) const { clickIn(window, button); }
+
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
         QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    }
+};
+
+/// The window with a file open, and its fields as a user types into them.
+struct Practice : TestWindow {
+    Practice() { showFile(); }
+
+    QLineEdit* field(const QString& name) const { return find<QLineEdit>(name); }
+
+    /// Clicks into the field and types.
+    QLineEdit* beginTyping(const QString& name, const QString& text) const {
+        QLineEdit* where = field(name);
+        QTest::mouseClick(where, Qt::LeftButton);
+        QTest::keyClicks(where, text);
+        return where;
+    }
+
+    /// And then Return or another key.
+    void type(const QString& name, const QString& text, Qt::Key end = Qt::Key_Return) const {
+        QTest::keyClick(beginTyping(name, text), end);
     }
 };
 
