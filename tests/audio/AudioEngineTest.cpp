@@ -184,12 +184,11 @@ class AudioEngineTest : public QObject {
 
     void aCompletionMayArriveAfterModelAndEngine() {
         playRegion();
-        auto completion = graph_->takeCompletion();
         player_->state.reset();
-        completion();
+        graph_->takeCompletion()();
         handleAll();
         player_->engine->play(0, 1);
-        completion = graph_->takeCompletion();
+        const auto completion = graph_->takeCompletion();
         player_->engine.reset();
         completion();
         handleAll();
@@ -199,9 +198,9 @@ class AudioEngineTest : public QObject {
         loadFile(48000);
         playRegion();
         graph_->time = 24000;
-        QTRY_COMPARE(writes_, QStringList(u"position 2"_qs));
+        QTRY_COMPARE(writes_.value(0), u"position 2"_qs);
         graph_->time = 240000;
-        QTRY_COMPARE(writes_.value(1), u"position 3.25"_qs);
+        QTRY_COMPARE(writes_.last(), u"position 3.25"_qs);
         player_->engine->pause();
         writes_.clear();
         handleAll(std::chrono::milliseconds(60));
