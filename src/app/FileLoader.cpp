@@ -16,6 +16,9 @@
 namespace ambrel {
 namespace {
 
+/// The longest file accepted, in seconds.
+constexpr double kMaximumDuration = 59999.999;
+
 /// Older loads finish computing their waveforms; with several threads the newest need not wait.
 int generatorThreads() {
     return static_cast<int>(std::thread::hardware_concurrency()) + 2;
@@ -23,7 +26,7 @@ int generatorThreads() {
 
 double acceptedDuration(const std::shared_ptr<AudioFile>& file) {
     const double duration = static_cast<double>(file->length()) / file->sampleRate();
-    if (duration > FileLoader::maximumDuration)
+    if (duration > kMaximumDuration)
         throw std::runtime_error("File duration exceeds the maximum supported length "
                                  "(999:59.999).");
     return duration;

@@ -31,9 +31,6 @@ class WaveformCache;
 /// Main thread only; opening and reading run on other threads.
 class FileLoader {
   public:
-    /// The longest file accepted, in seconds.
-    static constexpr double maximumDuration = 59999.999;
-
     /// Receives the message for the error alert.
     using ErrorHandler = std::function<void(const QString& message)>;
 

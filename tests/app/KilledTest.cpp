@@ -19,7 +19,7 @@ using namespace ambrel;
 
 namespace {
 
-const QUrl kFile = QUrl::fromLocalFile(QStringLiteral("/music/a.wav"));
+const QUrl kFile = QUrl::fromLocalFile(u"/music/a.wav"_qs);
 
 /// The program that is killed: goes on changing the open file's speed from the stored one upwards,
 /// and says all the time which it is and for how many milliseconds it has been that.
@@ -46,59 +46,54 @@ int changeForEver(const char* path) {
     return QCoreApplication::exec();
 }
 
+/// One of the programs that run side by side, each on a store of its own.
+struct Lane {
+    QTemporaryDir folder;
+    QString path = folder.filePath(u"preferences.sqlite"_qs);
+    QProcess program;
+    double stood = 0; ///< the last speed that was there for 0.45 s
+
+    void kill() {
+        program.kill();
+        QVERIFY(program.waitForFinished());
+        for (const QByteArray& line : program.readAllStandardOutput().split('\n')) {
+            const auto numbers = line.split(' ');
+            if (numbers.size() == 2 && numbers[1].toInt() >= 450)
+                stood = numbers[0].toDouble();
+        }
+        SQLite::Database database(path.toStdString(), SQLite::OPEN_READWRITE);
+        QCOMPARE(database.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
+        Preferences preferences(path.toStdString());
+        const auto stored = SettingsStore(preferences).load(kFile);
+        QVERIFY2(!(stood > 0) || (stored && stored->speed >= stood),
+                 qPrintable(QString::number(stood)));
+        QVERIFY(QDir(folder.path()).entryList({u"*damaged*"_qs}).isEmpty());
+    }
+};
+
 } // namespace
 
 /// AMBREL_KILLS: how many, in all; 20 unless it is set.
 class KilledTest : public QObject {
     Q_OBJECT
 
-  private:
-    struct Lane {
-        QTemporaryDir folder;
-        QString path = folder.filePath(QStringLiteral("preferences.sqlite"));
-        QProcess program;
-        double stood = 0; ///< the last speed that was there for 0.45 s
-    };
-
-    static void start(Lane& lane) {
-        lane.program.start(QCoreApplication::applicationFilePath(),
-                           {QStringLiteral("--child"), lane.path});
-    }
-
-    static void kill(Lane& lane) {
-        lane.program.kill();
-        QVERIFY(lane.program.waitForFinished());
-        for (const QByteArray& line : lane.program.readAllStandardOutput().split('\n')) {
-            const auto numbers = line.split(' ');
-            if (numbers.size() == 2 && numbers[1].toInt() >= 450)
-                lane.stood = numbers[0].toDouble();
-        }
-        SQLite::Database database(lane.path.toStdString(), SQLite::OPEN_READWRITE);
-        QCOMPARE(database.execAndGet("PRAGMA integrity_check").getString(), std::string("ok"));
-        Preferences preferences(lane.path.toStdString());
-        const auto stored = SettingsStore(preferences).load(kFile);
-        QVERIFY2(!(lane.stood > 0) || (stored && stored->speed >= lane.stood),
-                 qPrintable(QString::number(lane.stood)));
-        QVERIFY(QDir(lane.folder.path()).entryList({QStringLiteral("*damaged*")}).isEmpty());
-    }
-
   private Q_SLOTS:
     void whatStoodForAMomentIsThere() {
-        const int kills = qEnvironmentVariable("AMBREL_KILLS", QStringLiteral("20")).toInt();
-        std::array<Lane, 5> lanes; // one after the other would take minutes
+        const int kills = qEnvironmentVariable("AMBREL_KILLS", u"20"_qs).toInt();
+        std::array<Lane, 10> lanes;
         std::mt19937 random(1);
         for (int done = 0; done < kills; done += int(lanes.size())) {
             for (Lane& lane : lanes)
-                start(lane);
-            for (Lane& lane : lanes)
-                QVERIFY(lane.program.waitForReadyRead());
+                lane.program.start(QCoreApplication::applicationFilePath(),
+                                   {u"--child"_qs, lane.path});
             for (Lane& lane : lanes) {
-                QTest::qWait(int(random() % 600));
-                kill(lane);
+                QVERIFY(lane.program.waitForReadyRead());
+                QTest::qWait(int(random() % 200));
+                lane.kill();
             }
         }
         // Or nothing has been tried. The first lane is killed so soon that it may have nothing.
-        QVERIFY(std::ranges::any_of(lanes, [](const Lane& lane) { return lane.stood > 100; }));
+        QVERIFY(std::ranges::any_of(lanes, [](auto& lane) { return lane.stood > 100; }));
     }
 };
 

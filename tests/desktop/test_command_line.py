@@ -17,7 +17,7 @@ class CommandLineTest(unittest.TestCase):
                               stdin=subprocess.DEVNULL, timeout=60)
 
     def test_refusals_are_one_sentence_and_status_2(self):
-        for arguments in (["a.wav", "b.wav"], ["--loud"], ["-x"], []):
+        for arguments in (["a.wav", "b.wav"], ["--loud"], ["-style", "fusion"], ["--help=yes"], [""], []):
             with self.subTest(arguments):
                 result = self.run_program(*arguments)
                 self.assertEqual(result.returncode, 2, result.stderr)

@@ -40,7 +40,7 @@ class OpeningTest(Scenario):
         for name in ("take: 3 #1? 100% \"loud\" & ’soft’.wav", "a\nb 🎸.wav", "-x.wav", "é" * 122 + ".wav"):
             with self.subTest(name=name):
                 path = write_wav(self.folder / name, tone(440, 0.5))
-                program = self.start_with(path)
+                program = self.start_with(os.path.relpath(path))
                 program.wait_for(name=name)
                 program.key("ctrl+q")
                 self.assert_ends(program)

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <memory>
-
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"
-#include "platform/desktop/MainQueue.h"
 #include "support/ScriptedGraph.h"
 #include "support/TemporarySettings.h"
 
