@@ -52,7 +52,7 @@ class Desktop:
             self._set_environment()
             self._start_display()
             self._start_session_bus()
-            self._start_sound_server()
+            self.start_sound_server()
             self._start_window_manager()
         except BaseException:
             self.stop()
@@ -82,6 +82,23 @@ class Desktop:
             (home / name).mkdir()
         return {**os.environ, "HOME": str(home),
                 **{variable: str(home / name) for variable, name in folders.items()}}
+
+    def start_sound_server(self):
+        """Without rewinds, or the null sink's first start stalls for nearly two seconds."""
+        socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
+        self._daemon(
+            "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
+            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
+            "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
+            "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
+                  f"rate={self.RATE} channels=2")
+        wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
+
+    def kill_sound_server(self):
+        server, = (process for process in self._processes if process.args[0] == "pulseaudio")
+        self._processes.remove(server)
+        server.kill()
+        server.wait()
 
     def _set_environment(self):
         runtime = self.folder / "runtime"
@@ -120,17 +137,6 @@ class Desktop:
         os.close(writing)
         with os.fdopen(reading) as answer:
             os.environ["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
-
-    def _start_sound_server(self):
-        """Without rewinds, or the null sink's first start stalls for nearly two seconds."""
-        socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
-        self._daemon(
-            "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
-            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
-            "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
-            "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
-                  f"rate={self.RATE} channels=2")
-        wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
 
     def _start_window_manager(self):
         """By itself it lets go of its keys when the first one is sent, and takes them anew: Alt+F4

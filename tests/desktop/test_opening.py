@@ -67,11 +67,11 @@ class OpeningTest(Scenario):
     def test_file_chosen_in_the_open_panel_opens(self):
         path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))
         program = self.start()
-        from application import is_active
+        from application import has_state
         program.wait_for_window()
         program.key("ctrl+o")
         dialog = program.wait_for(role="dialog")
-        wait_until(lambda: is_active(dialog), "the dialog to have the keys")
+        wait_until(lambda: has_state(dialog, "ACTIVE"), "the dialog to have the keys")
         program.type(path)
 
         def accepted():

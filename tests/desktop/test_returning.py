@@ -107,14 +107,14 @@ class ReturningTest(Scenario):
 
     def test_each_key_acts_once_on_any_layout(self):
         # Keys by their place: what a Dvorak keyboard prints on R and L is another letter.
-        right, left, up, down, r, l = "Right", "Left", "Up", "Down", "27", "46"
+        right, left, up, down, r, l, number_pads_left = "Right", "Left", "Up", "Down", "27", "46", "83"
         for layout in ("us", "fr", "de", "us dvorak"):
             with self.subTest(layout):
                 subprocess.run(["setxkbmap", *layout.split()], check=True)
                 self.addCleanup(subprocess.run, ["setxkbmap", "us"], check=True)
                 path = self.song()
                 program = self.start_with(path)
-                for key in (right, right, left, right, up, down, up, "shift+" + up, "alt+" + l):
+                for key in (right, right, left, right, up, down, up, "shift+" + up, "alt+" + l, number_pads_left):
                     program.key("ctrl+" + key)
                 program.key("space")
                 program.wait_for(name="Pause")
