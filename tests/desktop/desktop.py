@@ -62,12 +62,10 @@ class Desktop:
         for process in reversed(self._processes):
             process.kill()
             process.wait()
-        for pid in _descendants():
-            try:
+        while children := list(_children()):  # those of a child that ends become ours
+            for pid in children:
                 os.kill(pid, signal.SIGKILL)
                 os.waitpid(pid, 0)
-            except (ProcessLookupError, ChildProcessError):
-                pass
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def spawn(self, *command, **options):
@@ -154,15 +152,5 @@ def _output(*command):
     return subprocess.run(command, capture_output=True, text=True).stdout
 
 
-def _descendants():
-    parents = {}
-    for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
-        try:
-            parents[int(stat.parent.name)] = int(stat.read_text().rpartition(")")[2].split()[1])
-        except (FileNotFoundError, ProcessLookupError):
-            pass  # it ended meanwhile
-    found, new = [], [os.getpid()]
-    while new:
-        new = [pid for pid, parent in parents.items() if parent in new]
-        found += new
-    return found
+def _children():
+    return map(int, pathlib.Path(f"/proc/self/task/{os.getpid()}/children").read_text().split())

@@ -23,8 +23,7 @@ class OpeningTest(Scenario):
         program.wait_until_gone(name="OK")
         program.wait_for(name="Open File…")
         self.assertIsNone(program.find(name="Waveform"))
-        program.key("ctrl+q")
-        self.assert_ends(program)
+        self.quit(program)
 
     def test_text_named_mp3_is_refused(self):
         path = self.folder / "take3.mp3"
@@ -42,8 +41,7 @@ class OpeningTest(Scenario):
                 path = write_wav(self.folder / name, tone(440, 0.5))
                 program = self.start_with(path)
                 program.wait_for(name=name)
-                program.key("ctrl+q")
-                self.assert_ends(program)
+                self.quit(program)
                 self.assertIsNotNone(program.stored_settings(path))
 
     def test_file_url_opens(self):
@@ -61,8 +59,7 @@ class OpeningTest(Scenario):
                 program.wait_for_window()
                 hints = subprocess.check_output(["xprop", "-name", "Ambrel", "WM_NORMAL_HINTS"], text=True)
                 self.assertIn(f"minimum size: {size}\n", hints)
-                program.key("ctrl+q")
-                self.assert_ends(program)
+                self.quit(program)
 
     def test_file_chosen_in_the_open_panel_opens(self):
         path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))

@@ -28,9 +28,7 @@ class PractisingTest(Scenario):
 
     def shown(self, field):
         """The text in a field."""
-        from gi.repository import Atspi
-        control = self.program.wait_for(name=field, role="text")
-        return Atspi.Text.get_text(control, 0, -1)
+        return self.program.wait_for(name=field, role="text").get_text(0, -1)
 
     def setting(self, name, value):
         wait_until(lambda: (self.program.stored_settings(self.path) or {}).get(name) == value,
@@ -115,8 +113,7 @@ class PractisingTest(Scenario):
                                capture_output=True, text=True, check=True).stdout
         self.assertEqual(comma.strip(), ",")
         first = self.program
-        first.key("ctrl+q")
-        self.assert_ends(first)
+        self.quit(first)
         left = {**first.stored_settings(self.path), "eqEnabled": True,
                 "eqGains": [-2.5, 0, 0, 0, 0], "speedStep": 7.5, "regionStart": 1.25}
         first.store_settings(self.path, left)
@@ -133,8 +130,7 @@ class PractisingTest(Scenario):
             self.type("Custom speed step", text)
             self.setting("speedStep", step)
             self.assertEqual(self.shown("Custom speed step"), str(step))
-        program.key("ctrl+q")
-        self.assert_ends(program)
+        self.quit(program)
         self.assertEqual(program.stored_settings(self.path), {**left, "speedStep": 1.234})
 
     def test_loop_pause_is_right_pass_after_pass(self):
@@ -193,11 +189,10 @@ class PractisingTest(Scenario):
         with Recording(self.desktop) as recording:
             program.key("space")
             recording.wait_for_sound()
-            from gi.repository import Atspi
             for band in ("60Hz gain", "250Hz gain", "1kHz gain"):
                 slider = program.wait_for(name=band)
-                self.assertEqual(Atspi.Value.get_minimum_increment(slider), 0.5)
-                Atspi.Value.set_current_value(slider, -12)
+                self.assertEqual(slider.get_minimum_increment(), 0.5)
+                slider.set_current_value(-12)
             self.setting("eqGains", [-12, -12, -12, 0, 0])
             tail = recording.next(0.5).mean(axis=1)
             program.key("space")
