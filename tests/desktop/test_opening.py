@@ -11,29 +11,26 @@ from sound import tone, write_wav
 
 
 class OpeningTest(Scenario):
-    def assert_refused(self, path, *said):
+    def assert_refused(self, path):
         """One alert that names the file and the reason; OK brings the welcome screen back."""
         program = self.start(path)
         program.wait_for(name="Error", role="alert")
         message = next((text for text in program.texts() if path.name in text), None)
         self.assertIsNotNone(message, program.texts())
-        for words in said:
-            self.assertIn(words, message)
+        self.assertIn("could not be opened", message)
         program.click(name="OK")
         program.wait_until_gone(name="OK")
         program.wait_for(name="Open File…")
         self.assertIsNone(program.find(name="Waveform"))
         self.quit(program)
 
-    def test_text_named_mp3_is_refused(self):
-        path = self.folder / "take3.mp3"
-        path.write_text("Not a note of music in here.\n" * 40)
-        self.assert_refused(path, "could not be opened")
-
-    def test_fifo_is_refused_and_does_not_hang(self):
-        path = self.folder / "pipe.wav"
-        os.mkfifo(path)
-        self.assert_refused(path, "could not be opened")
+    def test_what_is_no_sound_is_refused_and_a_fifo_does_not_hang(self):
+        text, fifo = self.folder / "take3.mp3", self.folder / "pipe.wav"
+        text.write_text("Not a note of music in here.\n" * 40)
+        os.mkfifo(fifo)
+        for path in text, fifo:
+            with self.subTest(path.name):
+                self.assert_refused(path)
 
     def test_odd_names_open_like_any_other(self):
         for name in ("take: 3 #1? 100% \"loud\" & ’soft’.wav", "a\nb 🎸.wav", "-x.wav", "é" * 122 + ".wav"):

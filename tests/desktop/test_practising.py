@@ -26,6 +26,11 @@ class PractisingTest(Scenario):
         self.program.type(text)
         self.program.key("Return")
 
+    def enter(self, name, text):
+        """And leave the field."""
+        self.type(name, text)
+        self.program.key("Escape")
+
     def shown(self, field):
         """The text in a field."""
         return self.program.wait_for(name=field, role="text").get_text(0, -1)
@@ -84,8 +89,7 @@ class PractisingTest(Scenario):
                               np.concatenate([tone(hz, 1) for hz in steps_hz]))
         self.program = program = self.start_with(self.path)
         program.key("ctrl+l")
-        self.type("End seconds", "1")
-        program.key("Escape")
+        self.enter("End seconds", "1")
 
         def is_heard(step):
             mono = recording.last(0.1).mean(axis=1)
@@ -135,10 +139,8 @@ class PractisingTest(Scenario):
 
     def test_loop_pause_is_right_pass_after_pass(self):
         program = self.program
-        self.type("End seconds", "0")
-        program.key("Escape")
-        self.type("End milliseconds", "400")
-        program.key("Escape")
+        self.enter("End seconds", "0")
+        self.enter("End milliseconds", "400")
         ways = ("mouse", "keyboard", "screen reader")
         for first in range(len(ways)):  # a click leaves the keys to the transport
             loop, play, pause = ways[first:] + ways[:first]
@@ -146,8 +148,7 @@ class PractisingTest(Scenario):
                 program.use(loop, "ctrl+l", "Toggle", name="Loop", role="check box")
                 self.setting("loopEnabled", True)
                 if first == 0:
-                    self.type("Loop delay milliseconds", "300")
-                    program.key("Escape")
+                    self.enter("Loop delay milliseconds", "300")
                 with Recording(self.desktop) as recording:
                     program.use(play, "space", "Press", name="Play")
                     recording.wait_for_sound()
@@ -168,8 +169,7 @@ class PractisingTest(Scenario):
         program = self.program
         for field, value in (("Start milliseconds", "100"), ("End seconds", "0"),
                              ("End milliseconds", "500")):  # whole periods of the tone
-            self.type(field, value)
-            program.key("Escape")
+            self.enter(field, value)
         program.key("ctrl+l")
         with Recording(self.desktop) as recording:
             program.key("space")
