@@ -142,11 +142,6 @@ class Application:
         """What a screen reader does: an action that the control offers."""
         perform(self.wait_for(**wanted), action)
 
-    def use(self, way, key, action, **wanted):
-        """A control by "mouse" or by "screen reader", or its key by "keyboard"."""
-        {"mouse": lambda: self.click(**wanted), "keyboard": lambda: self.key(key),
-         "screen reader": lambda: self.act(action, **wanted)}[way]()
-
     def drag(self, *points):
         """Press at the first point, move over the others, release at the last."""
         steps = ["mousemove", *points[0], "mousedown", 1]

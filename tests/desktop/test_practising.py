@@ -141,29 +141,21 @@ class PractisingTest(Scenario):
         program = self.program
         self.enter("End seconds", "0")
         self.enter("End milliseconds", "400")
-        ways = ("mouse", "keyboard", "screen reader")
-        for first in range(len(ways)):  # a click leaves the keys to the transport
-            loop, play, pause = ways[first:] + ways[:first]
-            with self.subTest(loop=loop, play=play, pause=pause):
-                program.use(loop, "ctrl+l", "Toggle", name="Loop", role="check box")
-                self.setting("loopEnabled", True)
-                if first == 0:
-                    self.enter("Loop delay milliseconds", "300")
-                with Recording(self.desktop) as recording:
-                    program.use(play, "space", "Press", name="Play")
-                    recording.wait_for_sound()
-                    wait_until(lambda: len(recording.stretches()) >= 3, "three passes")
-                    program.use(pause, "space", "Press", name="Pause")
-                    recording.wait_for_silence(0.5)
-                program.use(loop, "ctrl+l", "Toggle", name="Loop", role="check box")
-                self.setting("loopEnabled", False)
-                mono = np.abs(recording.samples().mean(axis=1))
-                loud = np.flatnonzero(mono > 0.01)
-                gaps = np.diff(loud) / Desktop.RATE
-                pauses = gaps[gaps > 0.1]
-                self.assertGreaterEqual(len(pauses), 2)
-                for length in pauses:
-                    self.assertAlmostEqual(length, 0.3, delta=0.005)
+        program.click(name="Loop", role="check box")  # a click leaves the keys to the transport
+        self.setting("loopEnabled", True)
+        self.enter("Loop delay milliseconds", "300")
+        with Recording(self.desktop) as recording:
+            program.click(name="Play")
+            recording.wait_for_sound()
+            wait_until(lambda: len(recording.stretches()) >= 5, "five passes")
+            program.key("space")
+            recording.wait_for_silence(0.5)
+        loud = np.flatnonzero(np.abs(recording.samples().mean(axis=1)) > 0.01)
+        gaps = np.diff(loud) / Desktop.RATE
+        pauses = gaps[gaps > 0.1]
+        self.assertGreaterEqual(len(pauses), 4)
+        for length in pauses:
+            self.assertAlmostEqual(length, 0.3, delta=0.005)
 
     def test_a_loop_without_a_pause_is_one_sound(self):
         program = self.program
