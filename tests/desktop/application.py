@@ -178,7 +178,8 @@ class Application:
 
     def wait_for_window(self):
         """Until the window manager has put the window, or its alert, in place and given it the keys."""
-        wait_until(lambda: any(has_state(control, "ACTIVE") for control in self.controls()), "an active window")
+        wait_until(lambda: any(has_state(control, "ACTIVE") for control in self.controls()),
+                   "an active window")
 
 
 def extents(control):

@@ -12,9 +12,7 @@ from sound import tone, write_wav
 AS_LEFT = {"regionStart": 20.5, "regionEnd": 122.25, "speed": 90, "speedStep": 5, "pitch": 5,
            "eqEnabled": True, "eqGains": [1, 0, 0, 0, 0], "loopEnabled": True,
            "loopDelaySeconds": 1, "loopDelayMilliseconds": 1}
-
-
-GAINS = {f"{band} gain": gain for band, gain in zip(("60Hz", "250Hz", "1kHz", "4kHz", "12kHz"), AS_LEFT["eqGains"])}
+GAINS = {"60Hz gain": 1, "250Hz gain": 0, "1kHz gain": 0, "4kHz gain": 0, "12kHz gain": 0}
 NUMBERS = {"Start minutes": 0, "Start seconds": 20, "Start milliseconds": 500,
            "End minutes": 2, "End seconds": 2, "End milliseconds": 250,
            "Loop delay seconds": 1, "Loop delay milliseconds": 1, "Speed": 90, "Pitch": 5}
@@ -52,6 +50,7 @@ def has(state, is_there, **control):
 
 def opened(**window):
     """And closed again."""
+    from application import is_showing
     found = []
 
     def is_over(program, _):
@@ -60,7 +59,6 @@ def opened(**window):
         if control := found[0] if found else program.find(**window):
             found[:] = [control]
             program.key("Escape")  # as often as it takes: it may not have the keys yet
-    from application import is_showing
     return is_over
 
 
@@ -95,7 +93,8 @@ def numbers():
         role, step = ("slider", 0.5) if kind == "slider" else ("text", 1)
         for turn, is_up in enumerate((True, False)):
             for field, value in fields.items():
-                name = BUTTONS.get(field, (f"{field} up", f"{field} down"))[turn] if kind == "push button" else field
+                buttons = BUTTONS.get(field, (f"{field} up", f"{field} down"))
+                name = buttons[turn] if kind == "push button" else field
                 more = 5 if field == "Speed" else step
                 yield kind, name, actions[turn], reads(role, field, value + more * is_up)
             yield kind, "all", None, stored(**(raised if is_up else AS_LEFT))
