@@ -45,7 +45,7 @@ class PlayingTest(Scenario):
             for _ in range(2):
                 program.key("space")
                 recording.wait_for_sound()
-                recording.next(0.4)
+                recording.next(1)
                 program.wait_for(name="Pause")
                 program.key("space")
                 program.wait_for(name="Play")
