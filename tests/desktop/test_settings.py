@@ -37,7 +37,7 @@ def shown(is_shown=True, **control):
 
 def reads(role, name, value):
     def is_read(program, _):
-        control = program.find(role=role, name=name)
+        control = program.wait_for(role=role, name=name)
         return value == (float(control.get_text(0, -1).rstrip("%")) if role == "text" else
                          control.get_current_value())
     return is_read
@@ -45,7 +45,7 @@ def reads(role, name, value):
 
 def has(state, is_there, **control):
     from application import has_state
-    return lambda program, _: has_state(program.find(**control), state) == is_there
+    return lambda program, _: has_state(program.wait_for(**control), state) == is_there
 
 
 def opened(**window):
@@ -63,7 +63,7 @@ def opened(**window):
 
 
 def zoom(text):
-    return lambda program, _: program.find(description="Zoom level").get_name() == text
+    return lambda program, _: program.wait_for(description="Zoom level").get_name() == text
 
 
 def settings_window():
