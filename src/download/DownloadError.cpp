@@ -14,24 +14,19 @@ QString descriptionOf(DownloadError::Reason reason) {
         return QStringLiteral("Download succeeded but no output file path was reported.");
     case Reason::notAWebAddress:
         return QStringLiteral("This is not a web address.");
-    case Reason::processFailed:
-        break;
     }
     return {};
 }
 
 } // namespace
 
-DownloadError::DownloadError(Reason reason) : DownloadError(reason, descriptionOf(reason)) {}
-
-DownloadError::DownloadError(Reason reason, const QString& description)
-    : reason_(reason), description_(description.toStdString()) {}
+DownloadError::DownloadError(Reason reason) : DownloadError(descriptionOf(reason)) {}
 
 DownloadError DownloadError::processFailed(int exitCode, const QString& standardError) {
     const QString description =
         standardError.isEmpty() ? QStringLiteral("Download failed (exit code %1).").arg(exitCode)
                                 : QStringLiteral("Download failed: ") + standardError;
-    return {Reason::processFailed, description};
+    return DownloadError(description);
 }
 
 } // namespace ambrel

@@ -11,30 +11,24 @@ namespace ambrel {
 class DownloadError : public std::exception {
   public:
     enum class Reason {
-        processFailed,  ///< the helper ended with a non-zero status, or by a signal
         helperNotFound, ///< no executable file next to the program
         ffmpegNotFound,
         noOutputFile,   ///< the helper reported success, but no path
         notAWebAddress, ///< or it would be taken for an option
     };
 
-    /// For every reason but processFailed.
     explicit DownloadError(Reason reason);
 
     /// `exitCode`: the helper's exit status, or the signal that ended it. `standardError`: its
     /// output there, trimmed.
     static DownloadError processFailed(int exitCode, const QString& standardError);
 
-    Reason reason() const { return reason_; }
-
-    /// A text for the user; what() is the same in UTF-8.
-    QString errorDescription() const { return QString::fromStdString(description_); }
+    /// A text for the user, in UTF-8.
     const char* what() const noexcept override { return description_.c_str(); }
 
   private:
-    DownloadError(Reason reason, const QString& description);
+    explicit DownloadError(const QString& description) : description_(description.toStdString()) {}
 
-    Reason reason_;
     std::string description_;
 };
 

@@ -25,6 +25,7 @@ class Application:
     def __init__(self, desktop, *arguments, home=None):
         """`home` is another run's, to come back to what that one stored."""
         self.home = home or desktop.fresh_home()
+        self._found = {}
         self._log = tempfile.TemporaryFile("w+", dir=desktop.folder)
         self.process = desktop.spawn(str(PROGRAM), *map(str, arguments), env=self.home,
                                      stdin=subprocess.DEVNULL, stdout=self._log, stderr=self._log)
@@ -78,8 +79,14 @@ class Application:
     def find(self, **wanted):
         """The first visible control with that name, role, description and group, or None; an item
         also of a closed menu."""
-        controls = self.controls(hidden=wanted.get("role") == "menu item")
-        return next((control for control in controls if _matches(control, wanted)), None)
+        hidden = wanted.get("role") == "menu item"
+        key = tuple(wanted.items())
+        last = self._found.get(key)
+        if last and (hidden or is_showing(last)) and _matches(last, wanted):
+            return last
+        self._found[key] = next((control for control in self.controls(hidden)
+                                 if _matches(control, wanted)), None)
+        return self._found[key]
 
     def wait_for(self, seconds=30, **wanted):
         try:
@@ -135,11 +142,6 @@ class Application:
         """What a screen reader does: an action that the control offers."""
         perform(self.wait_for(**wanted), action)
 
-    def use(self, way, key, action, **wanted):
-        """A control by "mouse" or by "screen reader", or its key by "keyboard"."""
-        {"mouse": lambda: self.click(**wanted), "keyboard": lambda: self.key(key),
-         "screen reader": lambda: self.act(action, **wanted)}[way]()
-
     def drag(self, *points):
         """Press at the first point, move over the others, release at the last."""
         steps = ["mousemove", *points[0], "mousedown", 1]
@@ -176,7 +178,8 @@ class Application:
 
     def wait_for_window(self):
         """Until the window manager has put the window, or its alert, in place and given it the keys."""
-        wait_until(lambda: any(map(is_active, self.controls())), "an active window")
+        wait_until(lambda: any(has_state(control, "ACTIVE") for control in self.controls()),
+                   "an active window")
 
 
 def extents(control):
@@ -185,8 +188,8 @@ def extents(control):
     return area.x, area.y, area.width, area.height
 
 
-def is_active(window):
-    return window.get_state_set().contains(Atspi.StateType.ACTIVE)
+def has_state(control, state):
+    return control.get_state_set().contains(getattr(Atspi.StateType, state))
 
 
 def actions(control):
@@ -199,14 +202,17 @@ def perform(control, action):
     control.do_action(actions(control).index(action))
 
 
-def is_enabled(control):
-    return control.get_state_set().contains(Atspi.StateType.ENABLED)
+def is_showing(control):
+    """False also for one that is gone."""
+    with contextlib.suppress(GLib.Error):
+        return has_state(control, "SHOWING")
+    return False
 
 
 def _below(control, hidden):
     for index in range(control.get_child_count()):
         child = control.get_child_at_index(index)
-        if child and (hidden or child.get_state_set().contains(Atspi.StateType.SHOWING)):
+        if child and (hidden or has_state(child, "SHOWING")):
             yield child
             yield from _below(child, hidden)
 

@@ -52,7 +52,7 @@ class Desktop:
             self._set_environment()
             self._start_display()
             self._start_session_bus()
-            self._start_sound_server()
+            self.start_sound_server()
             self._start_window_manager()
         except BaseException:
             self.stop()
@@ -62,12 +62,10 @@ class Desktop:
         for process in reversed(self._processes):
             process.kill()
             process.wait()
-        for pid in _descendants():
-            try:
+        while children := list(_children()):  # those of a child that ends become ours
+            for pid in children:
                 os.kill(pid, signal.SIGKILL)
                 os.waitpid(pid, 0)
-            except (ProcessLookupError, ChildProcessError):
-                pass
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def spawn(self, *command, **options):
@@ -82,6 +80,23 @@ class Desktop:
             (home / name).mkdir()
         return {**os.environ, "HOME": str(home),
                 **{variable: str(home / name) for variable, name in folders.items()}}
+
+    def start_sound_server(self):
+        """Without rewinds, or the null sink's first start stalls for nearly two seconds."""
+        socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
+        self._daemon(
+            "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
+            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
+            "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
+            "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
+                  f"rate={self.RATE} channels=2")
+        wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
+
+    def kill_sound_server(self):
+        server, = (process for process in self._processes if process.args[0] == "pulseaudio")
+        self._processes.remove(server)
+        server.kill()
+        server.wait()
 
     def _set_environment(self):
         runtime = self.folder / "runtime"
@@ -121,17 +136,6 @@ class Desktop:
         with os.fdopen(reading) as answer:
             os.environ["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
 
-    def _start_sound_server(self):
-        """Without rewinds, or the null sink's first start stalls for nearly two seconds."""
-        socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
-        self._daemon(
-            "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
-            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
-            "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
-            "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
-                  f"rate={self.RATE} channels=2")
-        wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
-
     def _start_window_manager(self):
         """By itself it lets go of its keys when the first one is sent, and takes them anew: Alt+F4
         can fall in between."""
@@ -148,15 +152,5 @@ def _output(*command):
     return subprocess.run(command, capture_output=True, text=True).stdout
 
 
-def _descendants():
-    parents = {}
-    for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
-        try:
-            parents[int(stat.parent.name)] = int(stat.read_text().rpartition(")")[2].split()[1])
-        except (FileNotFoundError, ProcessLookupError):
-            pass  # it ended meanwhile
-    found, new = [], [os.getpid()]
-    while new:
-        new = [pid for pid, parent in parents.items() if parent in new]
-        found += new
-    return found
+def _children():
+    return map(int, pathlib.Path(f"/proc/self/task/{os.getpid()}/children").read_text().split())

@@ -32,3 +32,15 @@ class Scenario(unittest.TestCase):
         """That it ends by itself, in time (0.1 s where nothing else runs) and in order."""
         self.assertEqual(program.wait_for_end(seconds), 0, program.log())
         self.assertEqual(program.log(), "")
+
+    def quit(self, program):
+        program.key("ctrl+q")
+        self.assert_ends(program)
+
+    def leave(self, path, settings=None):
+        """A run that has had that file open and has ended; with these settings stored for it."""
+        program = self.start_with(path)
+        self.quit(program)
+        if settings:
+            program.store_settings(path, settings)
+        return program

@@ -62,6 +62,12 @@ class Recording:
     def last(self, seconds):
         return self.samples()[-round(seconds * Desktop.RATE):]
 
+    def next(self, seconds):
+        """What is played from now on."""
+        start = len(self.samples())
+        wait_until(lambda: len(self.samples()) >= start + seconds * Desktop.RATE, "more to be played")
+        return self.samples()[start:]
+
     def wait_for_sound(self):
         wait_until(lambda: np.abs(self.last(0.05)).max(initial=0) > 0.01, "a sound")
 

@@ -45,9 +45,9 @@ class DownloadingTest(Scenario):
 
     @staticmethod
     def wait_until_asked(program):
-        from gi.repository import Atspi
-        wait_until(lambda: program.wait_for(name="URL", role="text").get_state_set().contains(
-            Atspi.StateType.FOCUSED), "the address field")
+        from application import has_state
+        wait_until(lambda: has_state(program.wait_for(name="URL", role="text"), "FOCUSED"),
+                   "the address field")
 
     def wait_until_opened(self, program, name):
         """The file that was downloaded, as it is called."""
@@ -97,7 +97,7 @@ class DownloadingTest(Scenario):
         self.assertAlmostEqual(program.region()[2], 3, delta=0.1)
 
     def test_slow_server_holds_nothing_up_and_may_break_off(self):
-        from application import is_enabled
+        from application import has_state
         program = self.start_downloading_into(self.downloads)
         self.submit(program, "/slow/song.mp3")
         wait_until(self.names, "a beginning")
@@ -107,7 +107,7 @@ class DownloadingTest(Scenario):
                     {"name": "Download & Open"}]
         for control in controls * 5:
             asked = time.monotonic()
-            self.assertFalse(is_enabled(program.wait_for(**control)))
+            self.assertFalse(has_state(program.wait_for(**control), "ENABLED"))
             longest_s = max(longest_s, time.monotonic() - asked)
         self.assertLess(longest_s, SLOWNESS)
         program.key("Escape")
@@ -115,6 +115,8 @@ class DownloadingTest(Scenario):
         self.server.break_off.set()
         error = program.wait_for(description="Error").get_name()  # the sheet is still there
         self.assertTrue(error.startswith("Download failed: "), error)
+        program.click(name="Cancel")
+        program.wait_until_gone(name="Download & Open")
 
     def test_end_meanwhile_leaves_nothing(self):
         ends = {

@@ -8,31 +8,24 @@ from sound import Recording, tone, write_wav
 
 
 class EndingTest(Scenario):
-    def assert_ends_with_all_saved(self, end):
-        """Marks a region, types a speed without Return, and ends the program before the delayed
-        save can have run."""
+    def test_every_end_saves_what_was_marked_and_typed_without_return(self):
+        ends = {"ctrl+q": lambda program: program.key("ctrl+q"),
+                "the window": lambda program: program.key("alt+F4"),
+                **{number.name: lambda program, number=number: program.process.send_signal(number)
+                   for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)}}
         path = write_wav(self.folder / "song.wav", tone(440, 4))
-        program = self.start_with(path)
-        start_s, end_s = program.mark(1, 3)
-        program.click(name="Speed", role="text")
-        program.type("80")
-        end(program)
-        self.assert_ends(program)
-        settings = program.stored_settings(path)
-        self.assertAlmostEqual(settings["regionStart"], start_s, delta=0.001)
-        self.assertAlmostEqual(settings["regionEnd"], end_s, delta=0.001)
-        self.assertEqual(settings["speed"], 80)
-
-    def test_quit_saves(self):
-        self.assert_ends_with_all_saved(lambda program: program.key("ctrl+q"))
-
-    def test_closing_the_window_saves(self):
-        self.assert_ends_with_all_saved(lambda program: program.key("alt+F4"))
-
-    def test_signals_save(self):
-        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
-            with self.subTest(number.name):
-                self.assert_ends_with_all_saved(lambda program: program.process.send_signal(number))
+        for name, end in ends.items():
+            with self.subTest(name):
+                program = self.start_with(path)
+                start_s, end_s = program.mark(1, 3)
+                program.click(name="Speed", role="text")
+                program.type("80")
+                end(program)  # before the delayed save can have run
+                self.assert_ends(program)
+                settings = program.stored_settings(path)
+                self.assertAlmostEqual(settings["regionStart"], start_s, delta=0.001)
+                self.assertAlmostEqual(settings["regionEnd"], end_s, delta=0.001)
+                self.assertEqual(settings["speed"], 80)
 
     def test_closing_while_loading(self):
         program = self.start(self.hours_of_silence())

@@ -11,30 +11,26 @@ from sound import tone, write_wav
 
 
 class OpeningTest(Scenario):
-    def assert_refused(self, path, *said):
+    def assert_refused(self, path):
         """One alert that names the file and the reason; OK brings the welcome screen back."""
         program = self.start(path)
         program.wait_for(name="Error", role="alert")
         message = next((text for text in program.texts() if path.name in text), None)
         self.assertIsNotNone(message, program.texts())
-        for words in said:
-            self.assertIn(words, message)
+        self.assertIn("could not be opened", message)
         program.click(name="OK")
         program.wait_until_gone(name="OK")
         program.wait_for(name="Open File…")
         self.assertIsNone(program.find(name="Waveform"))
-        program.key("ctrl+q")
-        self.assert_ends(program)
+        self.quit(program)
 
-    def test_text_named_mp3_is_refused(self):
-        path = self.folder / "take3.mp3"
-        path.write_text("Not a note of music in here.\n" * 40)
-        self.assert_refused(path, "could not be opened")
-
-    def test_fifo_is_refused_and_does_not_hang(self):
-        path = self.folder / "pipe.wav"
-        os.mkfifo(path)
-        self.assert_refused(path, "could not be opened")
+    def test_what_is_no_sound_is_refused_and_a_fifo_does_not_hang(self):
+        text, fifo = self.folder / "take3.mp3", self.folder / "pipe.wav"
+        text.write_text("Not a note of music in here.\n" * 40)
+        os.mkfifo(fifo)
+        for path in text, fifo:
+            with self.subTest(path.name):
+                self.assert_refused(path)
 
     def test_odd_names_open_like_any_other(self):
         for name in ("take: 3 #1? 100% \"loud\" & ’soft’.wav", "a\nb 🎸.wav", "-x.wav", "é" * 122 + ".wav"):
@@ -42,8 +38,7 @@ class OpeningTest(Scenario):
                 path = write_wav(self.folder / name, tone(440, 0.5))
                 program = self.start_with(os.path.relpath(path))
                 program.wait_for(name=name)
-                program.key("ctrl+q")
-                self.assert_ends(program)
+                self.quit(program)
                 self.assertIsNotNone(program.stored_settings(path))
 
     def test_file_url_opens(self):
@@ -61,17 +56,16 @@ class OpeningTest(Scenario):
                 program.wait_for_window()
                 hints = subprocess.check_output(["xprop", "-name", "Ambrel", "WM_NORMAL_HINTS"], text=True)
                 self.assertIn(f"minimum size: {size}\n", hints)
-                program.key("ctrl+q")
-                self.assert_ends(program)
+                self.quit(program)
 
     def test_file_chosen_in_the_open_panel_opens(self):
         path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))
         program = self.start()
-        from application import is_active
+        from application import has_state
         program.wait_for_window()
         program.key("ctrl+o")
         dialog = program.wait_for(role="dialog")
-        wait_until(lambda: is_active(dialog), "the dialog to have the keys")
+        wait_until(lambda: has_state(dialog, "ACTIVE"), "the dialog to have the keys")
         program.type(path)
 
         def accepted():

@@ -4,7 +4,7 @@ import unittest
 
 import numpy as np
 
-from desktop import Desktop
+from desktop import Desktop, wait_until
 from scenario import Scenario
 from sound import Recording, level_db, tone, write_wav
 
@@ -45,6 +45,7 @@ class PlayingTest(Scenario):
             for _ in range(2):
                 program.key("space")
                 recording.wait_for_sound()
+                recording.next(1)
                 program.wait_for(name="Pause")
                 program.key("space")
                 program.wait_for(name="Play")
@@ -55,6 +56,25 @@ class PlayingTest(Scenario):
         self.assertEqual(len(stretches), 2)
         for heard in stretches:
             self.assert_only(heard, TONES_HZ[1])
+
+    def test_sound_and_play_head_return_with_the_sound_server(self):
+        program = self.four_tones()
+        program.key("ctrl+l")
+        with Recording(self.desktop) as recording:
+            program.key("space")
+            recording.wait_for_sound()
+        self.desktop.kill_sound_server()
+        self.desktop.start_sound_server()
+
+        def position():
+            return program.wait_for(description="Position").get_name()
+        with Recording(self.desktop) as recording:
+            recording.wait_for_sound()
+            before = position()
+            wait_until(lambda: position() != before, "the play head to move")
+            program.key("space")
+            program.wait_for(name="Play")
+            recording.wait_for_silence()
 
     def test_region_marked_while_playing_is_heard_from_its_start(self):
         program = self.four_tones()

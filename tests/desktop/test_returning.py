@@ -26,17 +26,10 @@ class ReturningTest(Scenario):
     def song(self):
         return write_wav(self.folder / "song.wav", tone(330, 4))
 
-    def quit(self, program):
-        program.key("ctrl+q")
-        self.assert_ends(program)
-
     def test_all_settings_come_back_from_the_recent_list_and_are_heard(self):
         path = self.song()
-        first = self.start_with(path)
-        self.quit(first)
+        first = self.leave(path, AS_LEFT)
         self.assertEqual(json.loads(first.stored("recentFiles")[1]), [str(path)])
-        first.store_settings(path, AS_LEFT)
-
         program = self.start(home=first.home)
         entry = program.wait_for(name="song.wav")
         self.assertEqual(entry.get_description(), str(self.folder))
@@ -59,8 +52,7 @@ class ReturningTest(Scenario):
         noise = np.random.default_rng(1).uniform(-0.7, 0.7, (48_000 * 5 + 123, 2))
         wav = write_wav(self.folder / "noise.wav", noise * np.linspace(0, 1, len(noise))[:, None], 48_000)
         subprocess.run(["ffmpeg", "-loglevel", "error", "-i", wav, path], check=True)
-        program = self.start_with(path)
-        self.quit(program)
+        program = self.leave(path)
         kind, row = program.stored(f"waveformCache.{path}")
         self.assertEqual(kind, "data")
         self.assertRegex(row.decode(), r'^\{"samplesData":"[^"]*","fileSize":\d+,'
@@ -79,17 +71,14 @@ class ReturningTest(Scenario):
 
     def test_a_file_opened_anew_starts_afresh_and_stores_that(self):
         path = self.song()
-        first = self.start_with(path)
-        self.quit(first)
-        first.store_settings(path, AS_LEFT)
+        first = self.leave(path, AS_LEFT)
         program = self.start(path, home=first.home)
         program.wait_until_loaded()
         wait_until(lambda: program.stored_settings(path) == DEFAULTS, "the defaults to be stored")
 
     def test_what_is_set_while_another_program_locks_the_store_is_saved_later(self):
         path = self.song()
-        first = self.start_with(path)
-        self.quit(first)
+        first = self.leave(path)
         with contextlib.closing(sqlite3.connect(first.store_path)) as lock:
             lock.execute("BEGIN EXCLUSIVE")
             program = self.start(path, home=first.home)

@@ -14,10 +14,10 @@ class WaveformTest(Scenario):
 
     def assert_bar(self, zoom, enabled):
         """The zoom text and the buttons that can be pressed, soon."""
-        from application import is_enabled
+        from application import has_state
         self.program.wait_for(name=zoom, description="Zoom level")
         for name in ("Pan left", "Pan right", "Zoom out", "Zoom in", "Fit Track", "Fit Region"):
-            wait_until(lambda: is_enabled(self.program.find(name=name)) == (name in enabled),
+            wait_until(lambda: has_state(self.program.find(name=name), "ENABLED") == (name in enabled),
                        f"{name} as wanted at {zoom}")
 
     def test_zoom_bar(self):

@@ -1,12 +1,16 @@
 #include "platform/store/Preferences.h"
 
-#include <cmath>
+#include <csignal>
+#include <iostream>
 #include <limits>
 #include <thread>
 
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace ambrel;
 using namespace std::chrono_literals;
@@ -29,6 +33,36 @@ struct OtherProgram : SQLite::Database {
     }
 };
 
+/// What a child of this test does with the store, named by its first argument.
+int runChild(const QString& task, const std::string& path) {
+    if (task != "full disk"_q && task != "read-only"_q) {
+        Preferences preferences(path);
+        for (int i = 0; i < 200; ++i)
+            preferences.set(task + QString::number(i), std::int64_t(i));
+        return 0;
+    }
+    if (geteuid() == 0 && task == "read-only"_q && (setgid(65534) != 0 || setuid(65534) != 0))
+        return 3;
+    const Value large = QByteArray(1'500'000, 'x');
+    {
+        Preferences preferences(path);
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        if (task == "full disk"_q) { // for all that is larger
+            std::signal(SIGXFSZ, SIG_IGN);
+            const rlimit small = {100'000, limit.rlim_max};
+            setrlimit(RLIMIT_FSIZE, &small);
+        }
+        preferences.set("a"_q, large);
+        preferences.set("b"_q, true);
+        preferences.remove("b"_q);
+        if (preferences.value("a"_q) != large || preferences.value("b"_q))
+            return 4;
+        setrlimit(RLIMIT_FSIZE, &limit); // and there is room at the end
+    }
+    return task == "read-only"_q || Preferences(path).value("a"_q) == large ? 0 : 6;
+}
+
 } // namespace
 
 class PreferencesTest : public QObject {
@@ -38,84 +72,85 @@ class PreferencesTest : public QObject {
     std::unique_ptr<QTemporaryDir> folder_;
     std::string path_;
 
+    QByteArray fileBytes() const {
+        QFile file(QString::fromStdString(path_));
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    void overwrite(qint64 offset, const QByteArray& bytes) const {
+        QFile file(QString::fromStdString(path_));
+        QVERIFY(file.open(QFile::ReadWrite) && file.seek(offset));
+        file.write(bytes);
+    }
+
+    QStringList files(const QString& names) const {
+        return QDir(folder_->path()).entryList({names}, QDir::Files);
+    }
+
+    void start(QProcess& child, const QString& task) const {
+        child.start(QCoreApplication::applicationFilePath(),
+                    {"--child"_q, task, QString::fromStdString(path_)});
+    }
+
+    bool runs(const QString& task) const {
+        QProcess child;
+        start(child, task);
+        return child.waitForFinished() && child.exitCode() == 0;
+    }
+
   private Q_SLOTS:
     void init() {
         folder_ = std::make_unique<QTemporaryDir>();
         path_ = folder_->filePath("preferences.sqlite"_q).toStdString();
     }
 
-    void valuesAreStoredByTypeAndComeBack_data() {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<Value>("value");
-        QTest::addColumn<QString>("row"); // type, storage class, value
-        const auto row = [](const QString& key, const Value& value, const QString& stored) {
-            QTest::newRow(qPrintable(key)) << key << value << stored;
-        };
-        row("data"_q, QByteArray("\0\xff{}", 4), "data blob 00FF7B7D"_q);
-        row("data, empty"_q, QByteArray(""), "data blob "_q);
-        row("string"_q, "Bär \U0001F3B8"_q, "string text 42C3A47220F09F8EB8"_q);
-        row("string, empty"_q, ""_q, "string text "_q);
-        row("strings"_q, QStringList{"/a b.mp3"_q, "\"\n"_q}, {});
-        row("strings, empty"_q, QStringList(), "strings text 5B5D"_q);
-        row("true"_q, true, "bool integer 31"_q);
-        row("false"_q, false, "bool integer 30"_q);
-        row("int"_q, std::numeric_limits<std::int64_t>::min(), {});
-        row("int, not bool"_q, std::int64_t(1), "int integer 31"_q);
-        row("double"_q, 0.1 + 0.2, {});
-        row("double, whole"_q, 15552000.0, "double real 31353535323030302E30"_q);
-        row("settings./Ünï/it's 100%_[a]*?\n\x7f\U0001F600"_q, true, {});
-        row(""_q, true, {});
-    }
-
     void valuesAreStoredByTypeAndComeBack() {
-        QFETCH(QString, key);
-        QFETCH(Value, value);
-        QFETCH(QString, row);
-        {
-            Preferences preferences(path_);
-            preferences.set(key, "an earlier value"_q);
-            preferences.set(key, value);
-            QVERIFY(preferences.value(key) == value);
+        const std::tuple<QString, Value, QString> rows[] = {
+            // and type, storage class, value
+            {"data"_q, QByteArray("\0\xff{}", 4), "data blob 00FF7B7D"_q},
+            {"data, empty"_q, QByteArray(""), "data blob "_q},
+            {"string"_q, "Bär \U0001F3B8"_q, "string text 42C3A47220F09F8EB8"_q},
+            {"strings"_q, QStringList{"/ü"_q, "\"\n"_q},
+             "strings text 5B222FC3BC222C225C225C6E225D"_q},
+            {"true"_q, true, "bool integer 31"_q},
+            {"int"_q, std::numeric_limits<std::int64_t>::min(),
+             "int integer 2D39323233333732303336383534373735383038"_q},
+            {"double, whole"_q, 15552000.0, "double real 31353535323030302E30"_q},
+            {"double"_q, 0.1 + 0.2, "double real 302E33"_q},
+            {"settings./Ünï/it's 100%_[a]*?\n\x7f\U0001F600"_q, false, "bool integer 30"_q},
+        };
+        for (const auto& [key, value, stored] : rows) {
+            init();
+            {
+                Preferences preferences(path_);
+                preferences.set(key, "an earlier value"_q);
+                preferences.set(key, value);
+                QVERIFY2(preferences.value(key) == value, qPrintable(key));
+            }
+            const Preferences preferences(path_);
+            QVERIFY2(preferences.value(key) == value, qPrintable(key));
+            QCOMPARE(preferences.keys(), QStringList(key));
+            QCOMPARE(OtherProgram(path_).text("SELECT type || ' ' || typeof(value) || ' ' || "
+                                              "hex(value) FROM preference"),
+                     stored);
         }
-        const Preferences preferences(path_);
-        QVERIFY(preferences.value(key) == value);
-        QCOMPARE(preferences.keys(), QStringList(key));
-        OtherProgram other(path_);
-        if (!row.isEmpty())
-            QCOMPARE(other.text("SELECT type || ' ' || typeof(value) || ' ' || hex(value) "
-                                "FROM preference"),
-                     row);
-        QCOMPARE(other.text("PRAGMA journal_mode"), "wal"_q);
-        QCOMPARE(other.text("PRAGMA user_version"), "1"_q);
-    }
-
-    void readersTakeOneNumberForTheOther() {
-        Preferences preferences(path_);
-        preferences.set("whole"_q, 104857600.0);
-        preferences.set("int"_q, std::int64_t(0));
-        preferences.set("broken"_q, 2.5);
-        preferences.set("beyond"_q, 1e19);
-        preferences.set("nan"_q, std::nan(""));
-        preferences.set("bool"_q, true);
-        QCOMPARE(preferences.integer("whole"_q), std::optional<std::int64_t>(104857600));
-        QCOMPARE(preferences.real("int"_q), std::optional<double>(0));
-        for (const auto& key : {"broken"_q, "beyond"_q, "nan"_q, "bool"_q, "absent"_q})
-            QVERIFY2(!preferences.integer(key), qPrintable(key));
-        QVERIFY(!preferences.real("bool"_q));
-        QVERIFY(!preferences.boolean("int"_q));
-        QVERIFY(!preferences.data("absent"_q));
     }
 
     void rowsThatDoNotReadAreAbsent() {
         Preferences preferences(path_);
-        OtherProgram other(path_);
-        other.exec(
+        OtherProgram(path_).exec(
             "INSERT INTO preference VALUES('1', 'data', 5), ('2', 'string', NULL),"
             "('3', 'strings', '[\"a\", 1]'), ('4', 'strings', '{'), ('5', 'int', 'x'),"
             "('6', 'double', x'00'), ('7', 'bool', 'true'), ('8', 'colour', 1), ('9', '', 1)");
         QCOMPARE(preferences.keys().size(), 9);
         for (const QString& key : preferences.keys())
             QVERIFY2(!preferences.value(key), qPrintable(key));
+        preferences.set("whole"_q, 104857600.0);
+        QCOMPARE(preferences.integer("whole"_q), std::optional<std::int64_t>(104857600));
+        for (const double number : {2.5, 1e19, std::nan("")}) {
+            preferences.set("k"_q, number);
+            QVERIFY(!preferences.integer("k"_q));
+        }
     }
 
     void prefixIsTakenByteForByte() {
@@ -172,17 +207,6 @@ class PreferencesTest : public QObject {
         QVERIFY(Clock::now() - start < 1s);
     }
 
-    void storeLockedWhileItOpensIsUsedLater() {
-        OtherProgram other(path_);
-        other.exec("BEGIN EXCLUSIVE; CREATE TABLE unrelated(x)");
-        Preferences preferences(path_);
-        preferences.set("k"_q, 2.5);
-        QCOMPARE(preferences.real("k"_q), std::optional<double>(2.5));
-        other.exec("COMMIT");
-        QTRY_VERIFY(other.tableExists("preference"));
-        QTRY_COMPARE(other.text("SELECT count(*) FROM preference"), "1"_q);
-    }
-
     void logIsMovedIntoTheDatabaseMeanwhile() {
         Preferences preferences(path_);
         for (int i = 0; i < 40; ++i)
@@ -193,18 +217,101 @@ class PreferencesTest : public QObject {
         QVERIFY(preferences.keys().isEmpty());
     }
 
-    void defaultPathFollowsTheEnvironment() {
-        qputenv("HOME", "/home/ann");
-        qputenv("XDG_DATA_HOME", "/data/ü");
-        QCOMPARE(Preferences::defaultPath(),
-                 std::filesystem::path("/data/ü/ambrel/preferences.sqlite"));
-        qputenv("XDG_DATA_HOME", "relative");
-        const std::filesystem::path usual = "/home/ann/.local/share/ambrel/preferences.sqlite";
-        QCOMPARE(Preferences::defaultPath(), usual);
-        qunsetenv("XDG_DATA_HOME");
-        QCOMPARE(Preferences::defaultPath(), usual);
+    void twoProgramsMakeAndFillOneStore() {
+        std::array<QProcess, 2> children;
+        start(children[0], "a"_q);
+        start(children[1], "b"_q);
+        for (auto& child : children)
+            QVERIFY(child.waitForFinished() && child.exitCode() == 0);
+        QCOMPARE(Preferences(path_).keys().size(), 400);
+    }
+
+    void storeThatCannotBeWrittenNeverStopsTheProgram() {
+        QVERIFY(runs("full disk"_q));
+        init();
+        Preferences(path_).set("old"_q, true);
+        const QByteArray before = fileBytes();
+        std::filesystem::permissions(path_, std::filesystem::perms(0444));
+        std::filesystem::permissions(folder_->path().toStdString(), std::filesystem::perms(0555));
+        QVERIFY(runs("read-only"_q));
+        std::filesystem::permissions(folder_->path().toStdString(), std::filesystem::perms(0755));
+        QCOMPARE(fileBytes(), before);
+        QCOMPARE(files("*"_q).size(), 1);
+    }
+
+    void damagedFileIsMovedAside() {
+        struct Damage {
+            qint64 size;   // after it; -1 for all of it
+            qint64 offset; // of what is overwritten; -1 for nothing
+            bool isMovedAside = true;
+        };
+        for (const Damage damage : {Damage{-1, 0}, {5000, -1}, {-1, 100}, {0, -1, false}}) {
+            init();
+            Preferences(path_).set("before"_q, QByteArray(20'000, 'x'));
+            if (damage.size >= 0)
+                QFile::resize(QString::fromStdString(path_), damage.size);
+            if (damage.offset >= 0)
+                overwrite(damage.offset, QByteArray(3'000, '\xa5'));
+            const QByteArray damaged = fileBytes();
+            {
+                Preferences preferences(path_);
+                QVERIFY(preferences.keys().isEmpty());
+                preferences.set("k"_q, true);
+            }
+            QCOMPARE(Preferences(path_).keys(), QStringList("k"_q));
+            const QStringList aside = files("*.damaged-*"_q);
+            QCOMPARE(aside.size(), damage.isMovedAside ? 1 : 0);
+            for (const QString& name : aside) {
+                path_ = folder_->filePath(name).toStdString();
+                QCOMPARE(fileBytes(), damaged);
+            }
+        }
+    }
+
+    void whatReadsOfADamagedFileIsSaved() {
+        {
+            Preferences preferences(path_);
+            for (int i = 0; i < 300; ++i)
+                preferences.set("settings./%1"_q.arg(i), QByteArray(300, 'x'));
+        }
+        overwrite(10 * 4096, QByteArray(4096, '\xa5')); // one page of about 12 records
+        Preferences preferences(path_);
+        int saved = 0;
+        for (int pass = 0; pass < 2; ++pass) { // the first one comes upon the damage
+            saved = 0;
+            for (int i = 0; i < 300; ++i)
+                saved += preferences.data("settings./%1"_q.arg(i)).has_value();
+        }
+        QVERIFY2(saved > 250 && saved < 300, qPrintable(QString::number(saved)));
+        QCOMPARE(files("*.damaged-*"_q).size(), 1);
+        preferences.set("k"_q, true);
+        QCOMPARE(Preferences(path_).keys().size(), saved + 1);
+    }
+
+    void laterVersionsStoreIsLeftAlone() {
+        {
+            Preferences(path_).set("k"_q, true);
+            OtherProgram(path_).exec("PRAGMA user_version = 2");
+        }
+        const QByteArray before = fileBytes();
+        {
+            Preferences preferences(path_);
+            QVERIFY(!preferences.value("k"_q));
+            preferences.set("new"_q, "text"_q);
+            QCOMPARE(preferences.string("new"_q), std::optional("text"_q));
+            QCOMPARE(preferences.keys(), QStringList("new"_q));
+        }
+        QCOMPARE(fileBytes(), before);
+        QCOMPARE(files("*"_q), QStringList("preferences.sqlite"_q));
     }
 };
 
-QTEST_GUILESS_MAIN(PreferencesTest)
+int main(int argc, char** argv) {
+    if (argc > 3 && std::string(argv[1]) == "--child")
+        return runChild(QString::fromUtf8(argv[2]), argv[3]);
+    QCoreApplication application(argc, argv);
+    PreferencesTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "PreferencesTest.moc"
