@@ -81,7 +81,7 @@ class MenusAndKeysWindowTest : public QObject {
         w.press(Qt::Key_Backtab, Qt::ShiftModifier);
         QCOMPARE(QApplication::focusWidget(), w.find(u"/b"_qs));
         w.press(Qt::Key_Return);
-        QTRY_COMPARE(w.graph->opened(), std::vector(1, QUrl::fromLocalFile(u"/b/R&B take.wav"_qs)));
+        QTRY_COMPARE(w.graph->opened, 1);
         QTRY_VERIFY(w.state->loadingState().isIdle()); // it is not there, yet stays in the list
         QCOMPARE(w.settings.recentFiles().all().size(), 2);
     }
