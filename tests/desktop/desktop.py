@@ -4,6 +4,7 @@ Nothing of it touches the user's session, and nothing of it is left when the tes
 ends: every process started here dies with this one.
 """
 
+import contextlib
 import ctypes
 import os
 import pathlib
@@ -91,6 +92,10 @@ class Desktop:
             "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
                   f"rate={self.RATE} channels=2")
         wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
+        # Its sink's thread runs in real time, but the main one, which hands it the sound, does not:
+        # on a busy machine what that is late with is heard as a hole.
+        with contextlib.suppress(PermissionError):
+            os.sched_setscheduler(self._processes[-1].pid, os.SCHED_RR, os.sched_param(4))
 
     def kill_sound_server(self):
         server, = (process for process in self._processes if process.args[0] == "pulseaudio")
