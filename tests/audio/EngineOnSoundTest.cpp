@@ -2,7 +2,7 @@
 
 #include "audio/AudioEngine.h"
 #include "audio/PlaybackModel.h"
-#include "platform/sound/device/NullOutput.h"
+#include "support/ClockedOutput.h"
 #include "support/MediaMaker.h"
 
 using namespace ambrel;
@@ -48,8 +48,8 @@ class EngineOnSoundTest : public QObject {
         const auto file = media_.wav("phrase.wav", test::MediaMaker::phrase(1));
         MainQueue queue;
         const auto model = std::make_shared<NotingModel>();
-        auto engine =
-            AudioEngine::create(AudioGraph::create(std::make_unique<NullOutput>()), queue);
+        auto engine = AudioEngine::create(
+            AudioGraph::create(std::make_unique<test::ClockedOutput>(48'000, 480, 1)), queue);
         engine->setAppState(model);
         auto loading = engine->load(QUrl::fromLocalFile(QString::fromStdString(file.string())));
         QTRY_VERIFY(loading.isReady());

@@ -20,8 +20,16 @@ ClockedOutput::~ClockedOutput() {
 
 void ClockedOutput::open(FrameSource& source) {
     source_ = &source;
-    source.prepare(sampleRateHz_, request_);
+    prepare();
     thread_ = std::thread([this] { run(); });
+}
+
+void ClockedOutput::prepare() noexcept {
+    try {
+        source_->prepare(sampleRateHz_, request_);
+        isPrepared_ = true;
+    } catch (...) { // no memory: tries again with the next request
+    }
 }
 
 std::int64_t ClockedOutput::replaceDevice(int sampleRateHz, std::size_t request) {
@@ -52,7 +60,9 @@ void ClockedOutput::run() {
     while (!ending_) {
         {
             const std::scoped_lock lock(mutex_);
-            if (running_) {
+            if (!isPrepared_)
+                prepare();
+            if (running_ && isPrepared_) {
                 const std::size_t before = frames_.size();
                 frames_.resize(before + 2 * request_);
                 source_->render(frames_.data() + before, request_);

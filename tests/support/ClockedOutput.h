@@ -36,12 +36,14 @@ class ClockedOutput final : public AudioOutput {
     float leftAt(std::int64_t frame) const;
 
   private:
+    void prepare() noexcept;
     void run();
 
     FrameSource* source_ = nullptr;
     mutable std::mutex mutex_; ///< one device at a time; guards what follows
     int sampleRateHz_;
     std::size_t request_;
+    bool isPrepared_ = false;
     std::vector<float> frames_;
     double speed_;
     std::atomic<bool> running_{false};

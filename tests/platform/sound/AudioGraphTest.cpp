@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "platform/sound/AudioGraph.h"
-#include "platform/sound/device/NullOutput.h"
 #include "platform/sound/device/OfflineOutput.h"
 #include "platform/sound/stretch/TimePitchUnit.h"
 #include "support/ClockedOutput.h"
@@ -338,7 +337,8 @@ void AudioGraphTest::bearsRunningOutOfMemory() {
     const auto file = SyntheticFile::sine(rateHz, rateHz / 2, 440);
     std::atomic<int> completions{0};
     isMemoryOut = true;
-    const auto owned = AudioGraph::create(std::make_unique<NullOutput>(rateHz));
+    const auto owned =
+        AudioGraph::create(std::make_unique<test::ClockedOutput>(rateHz, rateHz / 100, 1));
     AudioGraph& graph = *owned;
     graph.start();
     QTRY_VERIFY(refusals > 0); // what renders cannot be made; later, no segment can be read
