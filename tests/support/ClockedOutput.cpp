@@ -7,6 +7,7 @@ namespace ambrel::test {
 
 namespace {
 constexpr std::chrono::milliseconds longestLag{50};
+constexpr int reservedSeconds = 30; ///< so that a test may run out of memory
 } // namespace
 
 ClockedOutput::ClockedOutput(int sampleRateHz, std::size_t request, double speed)
@@ -20,8 +21,14 @@ ClockedOutput::~ClockedOutput() {
 
 void ClockedOutput::open(FrameSource& source) {
     source_ = &source;
-    prepare();
-    thread_ = std::thread([this] { run(); });
+    frames_.reserve(std::size_t(2 * reservedSeconds) * std::size_t(sampleRateHz_));
+    thread_ = std::thread([this] {
+        prepare();
+        opened_ = true;
+        opened_.notify_one();
+        run();
+    });
+    opened_.wait(false);
 }
 
 void ClockedOutput::prepare() noexcept {

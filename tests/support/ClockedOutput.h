@@ -46,6 +46,7 @@ class ClockedOutput final : public AudioOutput {
     bool isPrepared_ = false;
     std::vector<float> frames_;
     double speed_;
+    std::atomic<bool> opened_{false};
     std::atomic<bool> running_{false};
     std::atomic<bool> ending_{false};
     std::atomic<std::int64_t> written_{0};
