@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/sound/device/Doorbell.h"
+#include "platform/sound/thread/WakeUp.h"
 
 namespace ambrel::bench {
 

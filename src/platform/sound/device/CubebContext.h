@@ -16,10 +16,10 @@ class DeviceError : public std::runtime_error {
 
 /// A connection to one of the sound systems that cubeb supports.
 ///
-/// Sound control thread only: any call may block for as long as the sound server does, even for
-/// ever. Streams must be destroyed before their context. No device-change callback is registered,
-/// because destroying a context aborts the process while one is; sound servers move streams to
-/// another sink by themselves.
+/// One thread at a time. Any call may block for as long as the sound server does, even for ever.
+/// Streams must be destroyed before their context. No device-change callback is registered, because
+/// destroying a context aborts the process while one is; sound servers move streams to another sink
+/// by themselves.
 class CubebContext {
   public:
     /// Connects to `backend`, or to the first one available if empty. Throws DeviceError.

@@ -25,37 +25,30 @@ long fill(cubeb_stream* /*stream*/, void* client, const void* /*input*/, void* o
         return true;
     }();
     static_cast<void>(raised);
-    static_cast<CubebStream::Client*>(client)->fill(static_cast<float*>(output),
-                                                    static_cast<std::size_t>(frames));
+    static_cast<DeviceCallback*>(client)->fill(static_cast<float*>(output),
+                                               static_cast<std::size_t>(frames));
     return frames;
 }
 
 void stateChanged(cubeb_stream* /*stream*/, void* client, cubeb_state state) {
     if (state == CUBEB_STATE_ERROR) {
-        static_cast<CubebStream::Client*>(client)->lost();
+        static_cast<DeviceCallback*>(client)->lose();
     }
 }
 
 } // namespace
 
-CubebStream::CubebStream(const CubebContext& context, int sampleRateHz, Client& client) {
+CubebStream::CubebStream(const CubebContext& context, int sampleRateHz, DeviceCallback& callback) {
     cubeb_stream_params wanted = parameters(sampleRateHz);
     cubeb_stream* stream = nullptr;
     const int result =
         cubeb_stream_init(context.get(), &stream, "Playback", nullptr, nullptr, nullptr, &wanted,
-                          latencyFrames(context, sampleRateHz), fill, stateChanged, &client);
+                          latencyFrames(context, sampleRateHz), fill, stateChanged, &callback);
     if (result != CUBEB_OK) {
         throw DeviceError("the default device does not open");
     }
     stream_.reset(stream);
-}
-
-CubebStream::~CubebStream() {
-    cubeb_stream_stop(stream_.get());
-}
-
-void CubebStream::start() {
-    if (cubeb_stream_start(stream_.get()) != CUBEB_OK) {
+    if (cubeb_stream_start(stream) != CUBEB_OK) {
         throw DeviceError("the default device does not start");
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/sound/device/CubebContext.h"
+#include "platform/sound/device/DeviceCallback.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,33 +12,18 @@ namespace ambrel {
 
 /// A stereo output stream to the default device.
 ///
-/// Sound control thread only, as its context. A stream is started once and destroyed after use,
-/// never stopped and started again. With PulseAudio a new one is faster (1 to 3 ms to the first
-/// request instead of 2 to 7 ms), plays no leftovers from the server's buffer, and is safe:
-/// starting a stream whose server has died aborts the process.
+/// A stream is started once and destroyed after use, never stopped and started again. With
+/// PulseAudio a new one is faster (1 to 3 ms to the first request instead of 2 to 7 ms), plays no
+/// leftovers from the server's buffer, and is safe: starting a stream whose server has died aborts
+/// the process.
+///
+/// One thread at a time. All but position() may block for as long as the sound server does, even
+/// for ever.
 class CubebStream {
   public:
-    /// Supplies the frames of a stream. Called on threads of cubeb.
-    class Client {
-      public:
-        virtual ~Client() = default;
-
-        /// Fills `frames` interleaved stereo frames. Must not lock, allocate, log or do I/O.
-        virtual void fill(float* stereo, std::size_t frames) noexcept = 0;
-
-        /// The device or its server is gone; the stream can only be destroyed.
-        virtual void lost() noexcept = 0;
-    };
-
-    /// Opens a stream. `client` must outlive it. Throws DeviceError.
-    CubebStream(const CubebContext& context, int sampleRateHz, Client& client);
-    ~CubebStream();
-
-    CubebStream(const CubebStream&) = delete;
-    CubebStream& operator=(const CubebStream&) = delete;
-
-    /// Starts asking the client for frames. Once only. Throws DeviceError.
-    void start();
+    /// Opens a stream and starts asking `callback`, which must outlive it, for frames. Throws
+    /// DeviceError.
+    CubebStream(const CubebContext& context, int sampleRateHz, DeviceCallback& callback);
 
     /// Frames of this stream that have left the device; absent while unknown. (Increases steadily;
     /// cubeb's own latency call aborts the process when the device is behind.)
@@ -49,7 +35,10 @@ class CubebStream {
 
   private:
     struct Destroy {
-        void operator()(cubeb_stream* stream) const noexcept { cubeb_stream_destroy(stream); }
+        void operator()(cubeb_stream* stream) const noexcept {
+            cubeb_stream_stop(stream);
+            cubeb_stream_destroy(stream);
+        }
     };
 
     std::unique_ptr<cubeb_stream, Destroy> stream_;

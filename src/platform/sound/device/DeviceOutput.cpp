@@ -1,12 +1,13 @@
 #include "platform/sound/device/DeviceOutput.h"
 
-#include "platform/sound/device/DeviceKeeper.h"
-#include "platform/sound/device/DeviceLink.h"
-#include "platform/sound/device/SoundControlThread.h"
+#include "platform/sound/device/CubebContext.h"
+#include "platform/sound/device/CubebStream.h"
+#include "platform/sound/device/DeviceCallback.h"
 #include "platform/sound/thread/SoundPriority.h"
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace ambrel {
 
@@ -18,116 +19,231 @@ using namespace std::chrono_literals;
 /// longer on a busy machine. What the clock takes meanwhile is never heard.
 constexpr auto longestSilence = 250ms;
 
-/// How long a start waits in each state of a device that has not failed.
+/// How long a start waits for a device to be opened, and an open device for its first request.
 constexpr auto longestWait = 300ms;
-
-/// Polling interval while waiting for a device.
-constexpr auto watchInterval = 50ms;
 
 /// A stream counts as running after this many requests: one whose sink is suspended asks once, to
 /// fill its buffer.
 constexpr std::uint64_t requestsOfARunningStream = 3;
 
+/// A stream that has asked for nothing for this long is given up, even if no error was reported.
+constexpr auto longestStall = 2s;
+
+constexpr auto retryInterval = 1s;
+
+/// How long a stream plays silence after a stop, so that a start within that time needs no new one.
+constexpr auto idleTime = 3s;
+
+/// How often a device is looked at, and its position read. HeardClock interpolates.
+constexpr auto watchInterval = 20ms;
+
+/// Wait after an exception, for want of memory.
+constexpr auto afterAFailure = 100ms;
+
+/// Closing a device takes a few milliseconds, and quitting must not take a second.
+constexpr auto longestFarewell = 400ms;
+
 } // namespace
 
-DeviceOutput::DeviceOutput() : link_(std::make_shared<DeviceLink>()) {}
+DeviceOutput::DeviceOutput()
+    : access_(std::make_shared<SourceAccess>()), clock_(*access_, heard_) {}
 
 DeviceOutput::~DeviceOutput() {
-    link_->wanted = false;
-    link_->gate.close();
+    access_->close();
     closing_ = true;
-    link_->clockBell.ring();
-    if (clockThread_.joinable()) {
-        clockThread_.join();
+    wake_.signal();
+    if (thread_.joinable()) {
+        thread_.join();
     }
 }
 
 void DeviceOutput::open(FrameSource& source) {
-    link_->gate.open(source);
-    link_->opened = true;
-    clockThread_ = std::thread([this] { runClock(); });
-    controlThread_ = std::make_unique<SoundControlThread>(std::make_shared<DeviceKeeper>(link_));
+    access_->open(source);
+    thread_ = std::thread([this] { run(); });
 }
 
 void DeviceOutput::start() {
-    startedAt_ = SoundClock::now();
-    link_->wanted = true;
-    link_->controlBell.ring();
-    link_->clockBell.ring();
+    wanted_ = true;
+    wake_.signal();
 }
 
 void DeviceOutput::stop() {
-    link_->wanted = false;
-    link_->controlBell.ring();
-    link_->clockBell.ring();
+    wanted_ = false;
+    wake_.signal();
 }
 
 std::int64_t DeviceOutput::framesHeard() const noexcept {
-    return link_->heard.heard(link_->gate.rendered());
+    return heard_.heard(access_->rendered());
 }
 
-void DeviceOutput::runClock() {
-    raiseSoundPriority(SoundUrgency::onDemand); // as the device it replaces
-    NullClock clock(link_->gate, link_->heard);
+void DeviceOutput::run() {
+    raiseSoundPriority(SoundUrgency::onDemand); // as the device that it stands in for
+    lastWanted_ = SoundClock::now();
     while (!closing_) {
-        auto next = SoundClock::time_point::max();
+        auto next = SoundClock::now() + afterAFailure;
         try {
-            if (link_->wanted) {
-                next = tickOrWatch(clock, SoundClock::now());
-            } else if (ticking_) {
-                ticking_ = false;
-                link_->gate.giveTurn(RenderTurn::device);
-            }
-        } catch (...) {
-            next = SoundClock::now() + NullClock::afterAFailure;
+            next = step(SoundClock::now());
+        } catch (...) { // no memory
         }
-        link_->clockBell.waitUntil(next);
+        wake_.waitUntil(next);
+    }
+    try {
+        end();
+    } catch (...) { // no memory: the device ends with the process
     }
 }
 
-SoundClock::time_point DeviceOutput::tickOrWatch(NullClock& clock, SoundClock::time_point now) {
-    if (deviceAsks(now)) {
-        if (ticking_) {
-            ticking_ = false;
-            link_->gate.giveTurn(RenderTurn::device);
-        }
-        return link_->lastRequest.load() + longestSilence;
+/// Returns when to be called again at the latest.
+SoundClock::time_point DeviceOutput::step(SoundClock::time_point now) {
+    if (wanted_) {
+        lastWanted_ = now;
     }
-    if (!ticking_ && deviceIsExpected(now)) {
+    keepDevice(now);
+    const Puller before = access_->puller();
+    const Puller puller = nextPuller(now);
+    access_->setPuller(puller);
+    if (puller == Puller::clock) {
+        if (before != Puller::clock) {
+            clock_.begin(now);
+        }
+        return clock_.tick(now);
+    }
+    if (device_.stream) {
+        tellHeard();
+    }
+    if (device_.stream || call_.valid()) {
         return now + watchInterval;
     }
-    if (link_->gate.sampleRateHz() == 0) {
-        link_->gate.prepareIfNever(NullClock::defaultSampleRateHz,
-                                   NullClock::defaultSampleRateHz / 100);
-    }
-    if (!ticking_) {
-        ticking_ = true;
-        clock.begin(now);
-    }
-    return clock.tick(now);
+    return now - lastWanted_ <= idleTime ? nextTry_ : SoundClock::time_point::max();
 }
 
-bool DeviceOutput::deviceAsks(SoundClock::time_point now) const {
-    return link_->state == DeviceState::playing &&
-           now - link_->lastRequest.load() < longestSilence &&
-           (!ticking_ || link_->requests >= requestsOfARunningStream);
-}
-
-bool DeviceOutput::deviceIsExpected(SoundClock::time_point now) const {
-    const auto since = std::max(startedAt_.load(), link_->stateSince.load());
-    const bool isSoon = now - since < longestWait;
-    switch (link_->state) {
-    case DeviceState::closed:
-    case DeviceState::opening:
-        return isSoon;
-    case DeviceState::preparing:
-        return true; // preparing takes up to a second on a busy machine; the device is open
-    case DeviceState::playing:
-        return isSoon && link_->requests < requestsOfARunningStream;
-    case DeviceState::failed:
+Puller DeviceOutput::nextPuller(SoundClock::time_point now) {
+    if (!wanted_) {
+        return Puller::nobody;
+    }
+    const bool asks = device_.stream && now - device_.callback->lastRequest() < longestSilence;
+    switch (access_->puller()) {
+    case Puller::clock:
+        return asks && device_.callback->requests() >= requestsOfARunningStream ? Puller::device
+                                                                                : Puller::clock;
+    case Puller::nobody:
+        nextTry_ = now;
+        if (!device_.stream) {
+            patience_ = now + longestWait;
+        }
+        break;
+    case Puller::device:
+        if (access_->isPreparing()) {
+            patience_ = now + longestWait;
+        }
         break;
     }
-    return false;
+    return asks || now < patience_ ? Puller::device : Puller::clock;
+}
+
+/// Opens, watches and closes the device.
+void DeviceOutput::keepDevice(SoundClock::time_point now) {
+    if (call_.valid() && !takeResult()) {
+        return;
+    }
+    const bool isNeeded = now - lastWanted_ <= idleTime;
+    if (device_.stream) {
+        const bool stalled = wanted_ && now - device_.callback->lastRequest() > longestStall;
+        if (device_.callback->isLost() || stalled) {
+            loseDevice();
+        } else if (!isNeeded) {
+            closeDevice();
+        }
+    } else if (isNeeded && now >= nextTry_) {
+        openDevice();
+    }
+}
+
+void DeviceOutput::openDevice() {
+    make([access = access_, backend = backend_](Device device) {
+        if (device.context) {
+            try {
+                startStream(access, device);
+                return device;
+            } catch (const DeviceError&) { // the server may have restarted: reconnect
+                device = Device();
+            }
+        }
+        device.context = std::make_unique<CubebContext>(backend);
+        startStream(access, device);
+        return device;
+    });
+}
+
+void DeviceOutput::startStream(const std::shared_ptr<SourceAccess>& access, Device& device) {
+    const int rateHz = device.context->preferredSampleRateHz();
+    access->prepare(rateHz, CubebStream::latencyFrames(*device.context, rateHz));
+    device.callback = std::make_unique<DeviceCallback>(access, rateHz);
+    device.stream = std::make_unique<CubebStream>(*device.context, rateHz, *device.callback);
+}
+
+void DeviceOutput::closeDevice() {
+    heard_.rest(access_->rendered());
+    make([access = access_](Device device) {
+        device.stream.reset();
+        device.callback.reset();
+        if (const int rateHz = access->sampleRateHz(); rateHz > 0) {
+            access->prepare(rateHz, 0); // it may have asked for more than it was expected to
+        }
+        return device;
+    });
+}
+
+void DeviceOutput::loseDevice() {
+    patience_ = {};
+    make([](Device /*lost*/) { return Device(); });
+}
+
+/// Makes a call that may never return, on a thread of its own. It has the device until then.
+void DeviceOutput::make(Call call) {
+    std::packaged_task<Device()> task(
+        [call = std::move(call), device = std::move(device_)]() mutable {
+            return call(std::move(device));
+        });
+    call_ = task.get_future();
+    std::thread(std::move(task)).detach();
+}
+
+/// Takes the device back, if the call that has it has returned.
+bool DeviceOutput::takeResult() {
+    if (call_.wait_for(0s) != std::future_status::ready) {
+        return false;
+    }
+    try {
+        device_ = call_.get();
+        if (device_.context) {
+            backend_ = device_.context->backend();
+        }
+    } catch (...) { // no device, or no memory
+        patience_ = {};
+        nextTry_ = SoundClock::now() + retryInterval;
+    }
+    return true;
+}
+
+void DeviceOutput::tellHeard() {
+    const auto position = device_.stream->position();
+    const auto now = SoundClock::now();
+    const auto heard = position ? device_.callback->heardAt(*position) : std::nullopt;
+    if (heard) {
+        heard_.follow(now, heard->frames, device_.callback->sampleRateHz(), heard->ceiling);
+    }
+}
+
+void DeviceOutput::end() {
+    const auto deadline = SoundClock::now() + longestFarewell;
+    if (call_.valid() && call_.wait_until(deadline) == std::future_status::ready) {
+        takeResult();
+    }
+    if (!call_.valid() && device_.context) {
+        loseDevice();
+        call_.wait_until(deadline);
+    }
 }
 
 } // namespace ambrel

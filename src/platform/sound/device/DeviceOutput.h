@@ -1,32 +1,46 @@
 #pragma once
 
 #include "platform/sound/AudioOutput.h"
-#include "platform/sound/device/NullClock.h"
+#include "platform/sound/device/HeardClock.h"
+#include "platform/sound/device/SourceAccess.h"
+#include "platform/sound/device/StandInClock.h"
+#include "platform/sound/thread/WakeUp.h"
 
 #include <atomic>
+#include <functional>
+#include <future>
 #include <memory>
+#include <string>
 #include <thread>
 
 namespace ambrel {
 
-class DeviceLink;
-class SoundControlThread;
+class CubebContext;
+class CubebStream;
+class DeviceCallback;
 
 /// The application's output: the default sound device, with a silent clock standing in where there
 /// is none. Owned by the graph.
 ///
-/// - Every call to the device is made on a sound control thread, so a hanging sound server blocks
-///   nothing else. The destructor takes at most about 0.5 s even then.
-/// - While frames are wanted and no device asks for them (none, lost, or its server hangs), the
-///   stand-in clock takes them in real time: at once if the device has failed, otherwise 0.25 s
-///   after the last request. The device is tried again every second, and gets the turn back after
-///   three requests.
-/// - After start() the device asks within 20 ms. For 3 s after a stop() it keeps running, silently,
-///   and a start() is answered at once. Later neither thread wakes until the next start().
-/// - A start() waits up to 0.3 s for a device that has not failed before the clock steps in, so
-///   that the first note is heard; preparing the source for the device is always waited for.
-/// - The source is prepared for the device's rate when a device opens, and again if that changes.
-///   Without a device it is prepared for NullClock::defaultSampleRateHz.
+/// One thread, the sound control thread, decides who pulls frames:
+///
+/// | Puller is      | and                                                       | then it is |
+/// |----------------|-----------------------------------------------------------|------------|
+/// | any            | stop() was called                                         | nobody     |
+/// | nobody         | start() was called                                        | the device |
+/// | the device     | opening it fails, or it is lost                           | the clock  |
+/// | the device     | it asks for nothing for 0.25 s, or for 0.3 s while opened | the clock  |
+/// | the clock      | the device asks, for the third time since it was opened   | the device |
+///
+/// Preparing the source for a device is always waited for, so that the first note is heard.
+///
+/// A device is open from start() until 3 s after stop(), and for 3 s after open(); it is opened
+/// again at once when it is lost, and every second while that fails. A call to the sound server may
+/// never return, so each is made on a thread of its own, one at a time, that nobody waits for. The
+/// destructor takes at most about 0.5 s even then.
+///
+/// Once a sound system has worked, only that one is used: while PulseAudio restarts, taking the
+/// sound card directly would keep it from PulseAudio.
 class DeviceOutput : public AudioOutput {
   public:
     DeviceOutput();
@@ -38,17 +52,44 @@ class DeviceOutput : public AudioOutput {
     std::int64_t framesHeard() const noexcept override;
 
   private:
-    void runClock();
-    SoundClock::time_point tickOrWatch(NullClock& clock, SoundClock::time_point now);
-    bool deviceAsks(SoundClock::time_point now) const;
-    bool deviceIsExpected(SoundClock::time_point now) const;
+    /// A connection to a sound system, and a stream while it is open. Destroyed in reverse: a
+    /// stream uses its callback and its context.
+    struct Device {
+        std::unique_ptr<CubebContext> context;
+        std::unique_ptr<DeviceCallback> callback;
+        std::unique_ptr<CubebStream> stream;
+    };
+    using Call = std::function<Device(Device)>;
 
-    std::shared_ptr<DeviceLink> link_;
-    std::atomic<SoundClock::time_point> startedAt_ = SoundClock::time_point();
+    void run();
+    SoundClock::time_point step(SoundClock::time_point now);
+    void keepDevice(SoundClock::time_point now);
+    void openDevice();
+    static void startStream(const std::shared_ptr<SourceAccess>& access, Device& device);
+    void closeDevice();
+    void loseDevice();
+    Puller nextPuller(SoundClock::time_point now);
+    void tellHeard();
+    void make(Call call);
+    bool takeResult();
+    void end();
+
+    const std::shared_ptr<SourceAccess> access_; ///< shared with calls that have not returned
+    HeardClock heard_;
+    WakeUp wake_;
+    std::atomic<bool> wanted_ = false; ///< between start() and stop()
     std::atomic<bool> closing_ = false;
-    bool ticking_ = false; ///< the stand-in clock has the turn; clock thread only
-    std::thread clockThread_;
-    std::unique_ptr<SoundControlThread> controlThread_;
+
+    // Sound control thread only.
+    StandInClock clock_;
+    Device device_;
+    std::future<Device> call_; ///< valid while a call has the device
+    std::string backend_;      ///< that has worked
+    SoundClock::time_point lastWanted_;
+    SoundClock::time_point nextTry_;
+    SoundClock::time_point patience_; ///< the device may ask for nothing until then
+
+    std::thread thread_;
 };
 
 } // namespace ambrel

@@ -1,18 +1,18 @@
 #pragma once
 
-#include "platform/sound/device/Doorbell.h"
+#include "platform/sound/thread/Seqlock.h"
+#include "platform/sound/thread/WakeUp.h"
 
 #include <atomic>
 #include <cstdint>
 #include <limits>
-#include <mutex>
 
 namespace ambrel {
 
 /// How many frames have been heard by now, interpolated.
 ///
 /// The device's position is read from time to time; in between, heard() advances by the clock, so
-/// that it increases evenly. Reading is wait-free, on any thread; the setters lock.
+/// that it increases evenly. Any thread reads, without waiting; one thread at a time sets.
 class HeardClock {
   public:
     static constexpr std::int64_t noCeiling = std::numeric_limits<std::int64_t>::max();
@@ -42,19 +42,7 @@ class HeardClock {
         double at(SoundClock::time_point now) const noexcept;
     };
 
-    void publish(const Line& line);
-    bool read(Line& line) const noexcept;
-
-    std::mutex writing_;
-    Line line_; ///< as last published; guarded by writing_
-
-    // The published line. Seqlock: the version is odd while it is written.
-    std::atomic<std::uint32_t> version_ = 0;
-    std::atomic<SoundClock::rep> when_ = 0;
-    std::atomic<double> frames_ = 0;
-    std::atomic<double> framesPerSecond_ = 0;
-    std::atomic<std::int64_t> ceiling_ = noCeiling;
-
+    Seqlock<Line> line_;
     mutable std::atomic<std::int64_t> largestReturned_ = 0;
 };
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "platform/sound/thread/Seqlock.h"
+
 namespace ambrel {
 
 /// Log of which file frames were handed to the device when. The play head is looked up here once
@@ -31,18 +33,7 @@ class PlayheadLog {
 
     void write(const Entry& entry) noexcept {
         const std::uint64_t number = written_.load(std::memory_order_relaxed);
-        Slot& slot = slots_[number % slots_.size()];
-        // Seqlock: the number is odd while the slot is written. The fields are stored with release
-        // and loaded with acquire before the number is checked again, so a mixed entry is never
-        // returned.
-        slot.number.store(2 * number + 1, std::memory_order_relaxed);
-        slot.epoch.store(entry.epoch, std::memory_order_release);
-        slot.pass.store(entry.pass, std::memory_order_release);
-        slot.outputFrame.store(entry.outputFrame, std::memory_order_release);
-        slot.frames.store(entry.frames, std::memory_order_release);
-        slot.fileFrameBegin.store(entry.fileFrameBegin, std::memory_order_release);
-        slot.fileFrameEnd.store(entry.fileFrameEnd, std::memory_order_release);
-        slot.number.store(2 * number + 2, std::memory_order_release);
+        entries_[number % entries_.size()].write(entry);
         written_.store(number + 1, std::memory_order_release);
     }
 
@@ -50,9 +41,9 @@ class PlayheadLog {
     /// from `firstEpoch` on; absent before their first frame has been heard.
     std::optional<Place> placeAt(std::int64_t heardFrames, std::int64_t firstEpoch) const noexcept {
         const std::uint64_t written = written_.load(std::memory_order_acquire);
-        for (std::uint64_t number = written; number > 0 && number + slots_.size() > written;
+        for (std::uint64_t number = written; number > 0 && number + entries_.size() > written;
              --number) {
-            const std::optional<Entry> entry = read(number - 1);
+            const std::optional<Entry> entry = entries_[(number - 1) % entries_.size()].read();
             if (!entry || entry->epoch < firstEpoch)
                 return std::nullopt;
             if (entry->outputFrame >= heardFrames)
@@ -68,33 +59,8 @@ class PlayheadLog {
     }
 
   private:
-    struct Slot {
-        std::atomic<std::uint64_t> number{0};
-        std::atomic<std::int64_t> epoch{0};
-        std::atomic<std::int64_t> pass{0};
-        std::atomic<std::int64_t> outputFrame{0};
-        std::atomic<std::int64_t> frames{0};
-        std::atomic<double> fileFrameBegin{0};
-        std::atomic<double> fileFrameEnd{0};
-    };
-
-    std::optional<Entry> read(std::uint64_t number) const noexcept {
-        const Slot& slot = slots_[number % slots_.size()];
-        if (slot.number.load(std::memory_order_acquire) != 2 * number + 2)
-            return std::nullopt;
-        const Entry entry{slot.epoch.load(std::memory_order_acquire),
-                          slot.pass.load(std::memory_order_acquire),
-                          slot.outputFrame.load(std::memory_order_acquire),
-                          slot.frames.load(std::memory_order_acquire),
-                          slot.fileFrameBegin.load(std::memory_order_acquire),
-                          slot.fileFrameEnd.load(std::memory_order_acquire)};
-        if (slot.number.load(std::memory_order_relaxed) != 2 * number + 2)
-            return std::nullopt;
-        return entry;
-    }
-
     /// Several seconds of requests: more than any device's latency.
-    std::array<Slot, 1024> slots_{};
+    std::array<Seqlock<Entry>, 1024> entries_;
     std::atomic<std::uint64_t> written_{0};
 };
 

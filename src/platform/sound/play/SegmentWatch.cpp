@@ -69,7 +69,7 @@ void SegmentWatch::setActive(bool active) {
         return;
     active_ = active;
     idleReported_ = false;
-    idleSince_ = std::chrono::steady_clock::now();
+    idleSince_ = SoundClock::now();
     wiring_.wake.signal();
 }
 
@@ -98,7 +98,7 @@ void SegmentWatch::hearBoundaries() {
         newest_.reset();
         active_ = false;
         idleReported_ = false;
-        idleSince_ = std::chrono::steady_clock::now();
+        idleSince_ = SoundClock::now();
     }
 }
 
@@ -132,26 +132,23 @@ void SegmentWatch::run() {
 
 void SegmentWatch::wait() {
     bool report = false;
-    std::chrono::milliseconds limit{0};
+    auto deadline = SoundClock::time_point::max();
     {
         const std::scoped_lock lock(mutex_);
-        const auto idleFor = std::chrono::steady_clock::now() - idleSince_;
+        const auto now = SoundClock::now();
         if (!due_.empty())
             return;
-        if (isEndOnItsWay() || wiring_.stage.oldestBoundary())
-            limit = lookAgainAfter;
-        else if (!active_ && !idleReported_ && idleFor >= idleAfter)
-            report = idleReported_ = true;
-        else if (!active_ && !idleReported_)
-            limit = std::chrono::duration_cast<std::chrono::milliseconds>(idleAfter - idleFor) +
-                    std::chrono::milliseconds(1);
+        if (isEndOnItsWay() || wiring_.stage.oldestBoundary()) {
+            deadline = now + lookAgainAfter;
+        } else if (!active_ && !idleReported_) {
+            deadline = idleSince_ + idleAfter;
+            report = idleReported_ = now >= deadline;
+        }
     }
     if (report)
         wiring_.idle();
-    else if (limit.count() > 0)
-        wiring_.wake.waitFor(limit);
     else
-        wiring_.wake.wait();
+        wiring_.wake.waitUntil(deadline);
 }
 
 } // namespace ambrel

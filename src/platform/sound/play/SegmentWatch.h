@@ -78,7 +78,7 @@ class SegmentWatch {
     std::list<Completion> due_;
     std::atomic<bool> active_{false};
     bool idleReported_ = true;
-    std::chrono::steady_clock::time_point idleSince_{};
+    SoundClock::time_point idleSince_;
     std::atomic<bool> ending_{false};
     std::thread thread_; ///< last: everything above is there before it runs
 };

@@ -44,10 +44,9 @@ void makeLessNice() noexcept {
 } // namespace
 
 void raiseSoundPriority(SoundUrgency urgency) noexcept {
-    int policy = SCHED_OTHER;
-    sched_param current{};
-    // A priority already raised by the sound system is kept.
-    if (pthread_getschedparam(pthread_self(), &policy, &current) == 0 && policy != SCHED_OTHER)
+    // A priority already raised by the sound system is kept. The kernel is asked: what the C
+    // library remembers of a thread that a real-time thread created is that thread's policy.
+    if ((sched_getscheduler(0) & ~SCHED_RESET_ON_FORK) != SCHED_OTHER)
         return;
     if (!makeRealTime(urgency))
         makeLessNice();

@@ -9,6 +9,9 @@
 
 namespace ambrel {
 
+/// The clock for all times in the sound code.
+using SoundClock = std::chrono::steady_clock;
+
 /// A semaphore for waking a thread: any number of signals before a wait count as one.
 ///
 /// signal() may be called on any thread, the device callback included: it is one atomic exchange
@@ -26,23 +29,20 @@ class WakeUp {
             sem_post(&semaphore_);
     }
 
-    void wait() noexcept {
-        while (sem_wait(&semaphore_) != 0 && errno == EINTR) {
-        }
-        pending_.exchange(false, std::memory_order_acq_rel);
-    }
+    void wait() noexcept { waitUntil(SoundClock::time_point::max()); }
 
-    /// Waits for at most `limit`.
-    void waitFor(std::chrono::milliseconds limit) noexcept {
-        timespec until{};
-        clock_gettime(CLOCK_MONOTONIC, &until);
-        const auto ns = std::chrono::nanoseconds(limit).count() + until.tv_nsec;
-        until.tv_sec += static_cast<time_t>(ns / 1'000'000'000);
-        until.tv_nsec = static_cast<long>(ns % 1'000'000'000);
+    /// Waits until `deadline` at most; SoundClock::time_point::max() is never.
+    void waitUntil(SoundClock::time_point deadline) noexcept {
+        constexpr long long nsPerSecond = 1'000'000'000;
+        const auto ns = std::chrono::nanoseconds(deadline.time_since_epoch()).count();
+        const timespec until{static_cast<time_t>(ns / nsPerSecond),
+                             static_cast<long>(ns % nsPerSecond)};
         int result = 0;
-        while ((result = sem_clockwait(&semaphore_, CLOCK_MONOTONIC, &until)) != 0 &&
-               errno == EINTR) {
-        }
+        do {
+            result = deadline == SoundClock::time_point::max()
+                         ? sem_wait(&semaphore_)
+                         : sem_clockwait(&semaphore_, CLOCK_MONOTONIC, &until);
+        } while (result != 0 && errno == EINTR);
         if (result == 0)
             pending_.exchange(false, std::memory_order_acq_rel);
     }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/sound/device/Doorbell.h"
 #include "platform/sound/device/HeardClock.h"
-#include "platform/sound/device/RenderGate.h"
+#include "platform/sound/device/SourceAccess.h"
 
 #include <cstdint>
 #include <vector>
@@ -11,20 +10,17 @@ namespace ambrel {
 
 /// Takes frames in real time and discards them: stands in for a device.
 ///
-/// It has no thread: its owner calls begin(), then tick() at the times that tick() returns. Times
-/// count from begin(), so late ticks are made up for (up to 0.1 s) and nothing drifts. Frames on
-/// their way to a lost device count as heard, at the same pace, before more are taken.
-class NullClock {
+/// It has no thread: its owner makes it the puller, calls begin(), then tick() at the times that
+/// tick() returns. Times count from begin(), so late ticks are made up for (up to 0.1 s) and
+/// nothing drifts. Frames on their way to a lost device count as heard, at the same pace, before
+/// more are taken. A source never prepared is prepared for defaultSampleRateHz.
+class StandInClock {
   public:
     /// Sample rate in Hz when no device has reported one.
     static constexpr int defaultSampleRateHz = 48'000;
 
-    /// How long the owning thread waits after an exception, for want of memory.
-    static constexpr std::chrono::milliseconds afterAFailure{100};
+    StandInClock(SourceAccess& access, HeardClock& heard);
 
-    NullClock(RenderGate& gate, HeardClock& heard);
-
-    /// Takes the turn at the gate.
     void begin(SoundClock::time_point now);
 
     /// Takes the frames that are due. Returns the time of the next tick.
@@ -33,7 +29,7 @@ class NullClock {
   private:
     double heardFrames(SoundClock::time_point now) const;
 
-    RenderGate& gate_;
+    SourceAccess& access_;
     HeardClock& heard_;
     std::vector<float> discarded_;
     int sampleRateHz_ = 0;

@@ -1,5 +1,6 @@
-#include "platform/sound/device/DeviceFeed.h"
+#include "platform/sound/device/DeviceCallback.h"
 
+#include "platform/sound/device/HeardClock.h"
 #include "support/SoundMeasures.h"
 #include "support/ToneSource.h"
 
@@ -16,28 +17,28 @@ using namespace ambrel;
 
 /// What the play head shows rests on knowing which frame of a stream is which frame of the music,
 /// whatever silence lies between.
-class DeviceFeedTest : public QObject {
+class DeviceCallbackTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
     void init() {
         source_ = std::make_unique<ToneSource>();
-        link_ = std::make_unique<DeviceLink>();
-        link_->gate.open(*source_);
-        link_->gate.prepare(rate, 300);
-        link_->wanted = true;
-        feed_ = std::make_unique<DeviceFeed>(*link_, rate);
+        access_ = std::make_shared<SourceAccess>();
+        access_->open(*source_);
+        access_->prepare(rate, 300);
+        access_->setPuller(Puller::device);
+        callback_ = std::make_unique<DeviceCallback>(access_, rate);
     }
 
     void mapsPositionsAcrossSilence() {
-        link_->wanted = false;
+        access_->setPuller(Puller::nobody);
         QVERIFY(!request(500)); // stream 0 to 500: silence
-        link_->wanted = true;
+        access_->setPuller(Puller::device);
         QVERIFY(request(300)); // 500 to 800: frames 0 to 300
         QVERIFY(request(300)); // 800 to 1100: frames 300 to 600
-        link_->wanted = false;
+        access_->setPuller(Puller::nobody);
         QVERIFY(!request(1'000)); // 1100 to 2100: silence
-        link_->wanted = true;
+        access_->setPuller(Puller::device);
         QVERIFY(request(300)); // 2100 to 2400: frames 600 to 900
 
         struct Row {
@@ -45,27 +46,27 @@ class DeviceFeedTest : public QObject {
             double heard;
             std::int64_t ceiling;
         };
-        QVERIFY(!feed_->heardAt(499));
+        QVERIFY(!callback_->heardAt(499));
         for (const Row& row :
              {Row{500, 0, 600}, Row{900, 400, 600}, Row{1'500, 1'000, 600},
               Row{2'100, 600, HeardClock::noCeiling}, Row{2'399, 899, HeardClock::noCeiling}}) {
-            const auto heard = feed_->heardAt(row.position);
+            const auto heard = callback_->heardAt(row.position);
             QCOMPARE(heard.value().frames, row.heard);
             QCOMPARE(heard.value().ceiling, row.ceiling);
         }
-        link_->wanted = false;
+        access_->setPuller(Puller::nobody);
         QVERIFY(!request(100));
-        QCOMPARE(feed_->heardAt(2'450)->ceiling, std::int64_t{900});
+        QCOMPARE(callback_->heardAt(2'450)->ceiling, std::int64_t{900});
     }
 
     void isSilentWithoutTheTurnAndForAnotherDevice() {
-        link_->gate.giveTurn(RenderTurn::clock);
+        access_->setPuller(Puller::clock);
         QVERIFY(!request(300));
         QCOMPARE(source_->rendered(), std::int64_t{0});
-        link_->gate.giveTurn(RenderTurn::device);
+        access_->setPuller(Puller::device);
         QVERIFY(request(300));
 
-        link_->gate.prepare(44'100, 300); // for another device
+        access_->prepare(44'100, 300); // for another device
         QVERIFY(!request(300));
         QCOMPARE(source_->rendered(), std::int64_t{300});
     }
@@ -74,13 +75,13 @@ class DeviceFeedTest : public QObject {
     void comesInWithoutAClick() {
         for (const int clockFrames : {11, 37, 61}) {
             QVERIFY(request(300));
-            link_->gate.giveTurn(RenderTurn::clock);
+            access_->setPuller(Puller::clock);
             QVERIFY(!request(300));
             std::vector<float> discarded(2 * std::size_t(clockFrames));
-            link_->gate.render(RenderTurn::clock, rate, discarded.data(), discarded.size() / 2);
-            link_->gate.giveTurn(RenderTurn::device);
+            access_->render(Puller::clock, rate, discarded.data(), discarded.size() / 2);
+            access_->setPuller(Puller::device);
             std::vector<float> stereo(2 * 300, 0.0F);
-            feed_->fill(stereo.data() + 2, 299);
+            callback_->fill(stereo.data() + 2, 299);
             QCOMPARE_LT(test::largestBend(test::channelOf(stereo, 0)), 1.5 * smoothBend);
             QCOMPARE_GT(test::rms(std::span(stereo).last(200)), 0.6 * ToneSource::amplitude);
         }
@@ -90,7 +91,6 @@ class DeviceFeedTest : public QObject {
         QVERIFY(request(1'000));
         QCOMPARE(source_->rendered(), std::int64_t{1'000});
         QVERIFY(source_->wasAskedProperly());
-        QCOMPARE(feed_->largestRequest(), std::size_t{1'000});
     }
 
     void keepsAClosedSourceAlone() {
@@ -101,20 +101,20 @@ class DeviceFeedTest : public QObject {
             }
         });
         QTRY_VERIFY(source_->rendered() > 0);
-        link_->gate.close();
+        access_->close();
         const std::int64_t rendered = source_->rendered();
         source_.reset(); // a render after this is a use after free
-        QTRY_VERIFY(link_->requests > static_cast<std::uint64_t>(rendered / 300 + 10));
+        QTRY_VERIFY(callback_->requests() > static_cast<std::uint64_t>(rendered / 300 + 10));
         ended = true;
         device.join();
-        QCOMPARE(link_->gate.rendered(), rendered);
+        QCOMPARE(access_->rendered(), rendered);
     }
 
   private:
     /// Asks for frames as a device does; whether they are the source's.
     bool request(std::size_t frames) {
         std::vector<float> stereo(2 * frames, 99.0F);
-        feed_->fill(stereo.data(), frames);
+        callback_->fill(stereo.data(), frames);
         return std::ranges::any_of(stereo, [](float sample) { return sample != 0; });
     }
 
@@ -122,9 +122,9 @@ class DeviceFeedTest : public QObject {
     /// The tone's own second difference.
     static constexpr double smoothBend = ToneSource::amplitude * 0.131 * 0.131;
     std::unique_ptr<ToneSource> source_;
-    std::unique_ptr<DeviceLink> link_;
-    std::unique_ptr<DeviceFeed> feed_;
+    std::shared_ptr<SourceAccess> access_;
+    std::unique_ptr<DeviceCallback> callback_;
 };
 
-QTEST_GUILESS_MAIN(DeviceFeedTest)
-#include "DeviceFeedTest.moc"
+QTEST_GUILESS_MAIN(DeviceCallbackTest)
+#include "DeviceCallbackTest.moc"

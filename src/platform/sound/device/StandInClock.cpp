@@ -1,4 +1,4 @@
-#include "platform/sound/device/NullClock.h"
+#include "platform/sound/device/StandInClock.h"
 
 #include <chrono>
 
@@ -25,42 +25,45 @@ SoundClock::duration clockDuration(double seconds) {
 
 } // namespace
 
-NullClock::NullClock(RenderGate& gate, HeardClock& heard) : gate_(gate), heard_(heard) {}
+StandInClock::StandInClock(SourceAccess& access, HeardClock& heard)
+    : access_(access), heard_(heard) {}
 
-void NullClock::begin(SoundClock::time_point now) {
-    gate_.giveTurn(RenderTurn::clock);
-    const int sampleRateHz = gate_.sampleRateHz();
+void StandInClock::begin(SoundClock::time_point now) {
+    const int sampleRateHz = access_.sampleRateHz();
     discarded_.resize(2 * static_cast<std::size_t>(sampleRateHz / blocksPerSecond));
     sampleRateHz_ = sampleRateHz;
     origin_ = now;
-    originFrames_ = static_cast<double>(heard_.heard(gate_.rendered()));
+    originFrames_ = static_cast<double>(heard_.heard(access_.rendered()));
 }
 
-SoundClock::time_point NullClock::tick(SoundClock::time_point now) {
-    if (gate_.sampleRateHz() != sampleRateHz_) {
+SoundClock::time_point StandInClock::tick(SoundClock::time_point now) {
+    if (access_.sampleRateHz() == 0 && !access_.isPreparing()) {
+        access_.prepareIfNever(defaultSampleRateHz, defaultSampleRateHz / blocksPerSecond);
+    }
+    if (access_.sampleRateHz() != sampleRateHz_) {
         begin(now);
     }
     if (sampleRateHz_ == 0) {
         return now + prepareAgainAfter;
     }
     const double rate = sampleRateHz_;
-    const auto lateFrames = heardFrames(now) - static_cast<double>(gate_.rendered());
+    const auto lateFrames = heardFrames(now) - static_cast<double>(access_.rendered());
     if (lateFrames > largestCatchUpSeconds * rate) {
         origin_ += clockDuration(lateFrames / rate - largestCatchUpSeconds);
     }
     const double wanted = heardFrames(now) + leadSeconds * rate;
-    while (static_cast<double>(gate_.rendered()) <= wanted) {
-        if (!gate_.render(RenderTurn::clock, sampleRateHz_, discarded_.data(),
-                          discarded_.size() / 2)) {
+    while (static_cast<double>(access_.rendered()) <= wanted) {
+        if (!access_.render(Puller::clock, sampleRateHz_, discarded_.data(),
+                            discarded_.size() / 2)) {
             return now + prepareAgainAfter;
         }
     }
     heard_.run(origin_, originFrames_, rate);
-    const double spareFrames = static_cast<double>(gate_.rendered()) - wanted;
+    const double spareFrames = static_cast<double>(access_.rendered()) - wanted;
     return now + clockDuration(spareFrames / rate);
 }
 
-double NullClock::heardFrames(SoundClock::time_point now) const {
+double StandInClock::heardFrames(SoundClock::time_point now) const {
     return originFrames_ + Seconds(now - origin_).count() * sampleRateHz_;
 }
 

@@ -1,24 +1,19 @@
-#include "platform/sound/device/DeviceFeed.h"
+#include "platform/sound/device/DeviceCallback.h"
+
+#include "platform/sound/device/HeardClock.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ambrel {
 
-DeviceFeed::DeviceFeed(DeviceLink& link, int sampleRateHz)
-    : link_(link), sampleRateHz_(sampleRateHz), fade_(sampleRateHz) {
-    link_.requests = 0;
-    link_.lastRequest = SoundClock::now();
-}
+DeviceCallback::DeviceCallback(std::shared_ptr<SourceAccess> access, int sampleRateHz)
+    : access_(std::move(access)), sampleRateHz_(sampleRateHz), fade_(sampleRateHz) {}
 
-void DeviceFeed::fill(float* stereo, std::size_t frames) noexcept {
-    link_.lastRequest = SoundClock::now();
-    ++link_.requests;
-    largestRequest_ = std::max(frames, largestRequest_.load());
-
-    std::optional<std::int64_t> first;
-    if (link_.wanted) {
-        first = link_.gate.render(RenderTurn::device, sampleRateHz_, stereo, frames);
-    }
+void DeviceCallback::fill(float* stereo, std::size_t frames) noexcept {
+    lastRequest_ = SoundClock::now();
+    ++requests_;
+    const auto first = access_->render(Puller::device, sampleRateHz_, stereo, frames);
     if (first) {
         note(*first);
         fadeIn(stereo, frames);
@@ -30,14 +25,8 @@ void DeviceFeed::fill(float* stereo, std::size_t frames) noexcept {
     written_ += static_cast<std::int64_t>(frames);
 }
 
-void DeviceFeed::lost() noexcept {
-    lost_ = true;
-    link_.enter(DeviceState::failed);
-    link_.controlBell.ring();
-}
-
 // If the queue is full, the span is recorded with the next request.
-void DeviceFeed::note(std::int64_t renderedFrame) noexcept {
+void DeviceCallback::note(std::int64_t renderedFrame) noexcept {
     const bool goesOn =
         writing_ && renderedFrame - writing_->renderedFrame == written_ - writing_->streamFrame;
     const Span span = {written_, renderedFrame};
@@ -46,14 +35,14 @@ void DeviceFeed::note(std::int64_t renderedFrame) noexcept {
     }
 }
 
-void DeviceFeed::fadeIn(float* stereo, std::size_t frames) noexcept {
+void DeviceCallback::fadeIn(float* stereo, std::size_t frames) noexcept {
     for (std::size_t i = 0; i < frames && fadeStep_ < fade_.frames(); ++i, ++fadeStep_) {
         stereo[2 * i] *= fade_.gain(fadeStep_);
         stereo[2 * i + 1] *= fade_.gain(fadeStep_);
     }
 }
 
-std::optional<DeviceFeed::Heard> DeviceFeed::heardAt(std::uint64_t position) {
+std::optional<DeviceCallback::Heard> DeviceCallback::heardAt(std::uint64_t position) {
     const auto streamFrame = static_cast<std::int64_t>(position);
     while (spans_.read_available() > 0 && spans_.front().streamFrame <= streamFrame) {
         hearing_ = spans_.front();
@@ -62,7 +51,7 @@ std::optional<DeviceFeed::Heard> DeviceFeed::heardAt(std::uint64_t position) {
     if (!hearing_) {
         return std::nullopt;
     }
-    std::int64_t ceiling = silent_ ? link_.gate.rendered() : HeardClock::noCeiling;
+    std::int64_t ceiling = silent_ ? access_->rendered() : HeardClock::noCeiling;
     if (spans_.read_available() > 0) {
         ceiling = spans_.front().renderedFrame;
     }

@@ -1,31 +1,40 @@
 #pragma once
 
-#include "platform/sound/device/CubebStream.h"
-#include "platform/sound/device/DeviceLink.h"
+#include "platform/sound/device/SourceAccess.h"
 #include "platform/sound/effect/Fade.h"
+#include "platform/sound/thread/WakeUp.h"
 
 #include <boost/lockfree/spsc_queue.hpp>
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace ambrel {
 
-/// Fills the requests of one stream from the gate, with silence while playback is stopped or the
-/// stand-in clock has the turn, and records which rendered frame is where in the stream. Frames
-/// after silence fade in, because a device may return in the middle of the music. Owned by
-/// DeviceKeeper.
+/// Fills the requests of one stream from the source, with silence while the device is not the
+/// puller, and records which rendered frame is where in the stream. Frames after silence fade in,
+/// because a device may return in the middle of the music.
 ///
-/// fill() and lost() are called on threads of cubeb; the rest is for the sound control thread.
-class DeviceFeed : public CubebStream::Client {
+/// fill() and lose() are called on threads of cubeb: they neither lock, allocate, log nor do I/O.
+/// The rest is for the sound control thread.
+class DeviceCallback {
   public:
-    DeviceFeed(DeviceLink& link, int sampleRateHz);
+    DeviceCallback(std::shared_ptr<SourceAccess> access, int sampleRateHz);
 
-    void fill(float* stereo, std::size_t frames) noexcept override;
-    void lost() noexcept override;
+    /// Fills `frames` interleaved stereo frames.
+    void fill(float* stereo, std::size_t frames) noexcept;
+
+    /// The device or its server is gone; the stream can only be destroyed.
+    void lose() noexcept { lost_ = true; }
 
     bool isLost() const noexcept { return lost_; }
+    int sampleRateHz() const noexcept { return sampleRateHz_; }
+
+    /// Requests so far, and the time of the last one or of construction.
+    std::uint64_t requests() const noexcept { return requests_; }
+    SoundClock::time_point lastRequest() const noexcept { return lastRequest_; }
 
     struct Heard {
         double frames = 0;        ///< rendered frames that have been heard
@@ -35,9 +44,6 @@ class DeviceFeed : public CubebStream::Client {
     /// What has been heard at stream frame `position`, which must not decrease; absent if that is
     /// silence before the first frame.
     std::optional<Heard> heardAt(std::uint64_t position);
-
-    /// The largest request so far, in frames. Any thread.
-    std::size_t largestRequest() const noexcept { return largestRequest_; }
 
   private:
     /// From `streamFrame` of the stream on, it plays the rendered frames from `renderedFrame` on.
@@ -49,11 +55,12 @@ class DeviceFeed : public CubebStream::Client {
     void note(std::int64_t renderedFrame) noexcept;
     void fadeIn(float* stereo, std::size_t frames) noexcept;
 
-    DeviceLink& link_;
+    const std::shared_ptr<SourceAccess> access_;
     const int sampleRateHz_;
-    std::atomic<std::size_t> largestRequest_ = 0;
     std::atomic<bool> silent_ = true;
     std::atomic<bool> lost_ = false;
+    std::atomic<std::uint64_t> requests_ = 0;
+    std::atomic<SoundClock::time_point> lastRequest_ = SoundClock::now();
 
     // Device callback only.
     std::int64_t written_ = 0;
