@@ -5,10 +5,10 @@
 //   BenchDevice --underruns SECONDS  plays at three speeds beside two busy programs and counts what
 //                                    was missing
 
+#include "GapCounter.h"
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/device/DeviceOutput.h"
-#include "support/sound/GapCounter.h"
 
 #include <benchmark/benchmark.h>
 

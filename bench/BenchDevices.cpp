@@ -6,7 +6,7 @@
 //
 // One line for each case; what is beyond its limit is named, and the exit status is 1.
 
-#include "support/sound/DeviceCases.h"
+#include "DeviceCases.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -29,9 +29,9 @@ bool runCase(const DeviceCase& deviceCase, double seconds) {
     // A case that hangs is ended by the signal.
     constexpr unsigned patienceSeconds = 240;
     alarm(static_cast<unsigned>(2 * seconds) + patienceSeconds);
-    DeviceOrdeal ordeal(seconds / deviceCase.parts);
-    deviceCase.run(ordeal);
-    const std::vector<Measure> measures = ordeal.finish(Margins::exact);
+    DeviceTrial trial(seconds / deviceCase.parts);
+    deviceCase.run(trial);
+    const std::vector<Measure> measures = trial.finish(Margins::exact);
     const bool reached = std::ranges::all_of(measures, &Measure::isReached);
     std::printf("%s, %g s: %s: ", deviceCase.name, seconds, reached ? "ok" : "MISSED");
     for (const Measure& measure : measures) {

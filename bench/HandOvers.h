@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/sound/TappedDevice.h"
+#include "TappedDevice.h"
 
 #include <algorithm>
 #include <atomic>

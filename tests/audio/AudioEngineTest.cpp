@@ -6,7 +6,7 @@
 #include <QTest>
 
 #include "audio/LocalPath.h"
-#include "platform/sound/device/NullOutput.h"
+#include "support/ClockedOutput.h"
 #include "support/ScriptedPlayer.h"
 
 using namespace ambrel;
@@ -234,9 +234,9 @@ class AudioEngineTest : public QObject {
 
     /// In real time, heard by nobody.
     void loopsAndEndsOnTheRealGraph() {
-        const auto engine =
-            AudioEngine::create(AudioGraph::create(std::make_unique<NullOutput>()), player_->queue,
-                                [](auto&) { return test::SyntheticFile::numbered(8000, 8000); });
+        const auto engine = AudioEngine::create(
+            AudioGraph::create(std::make_unique<test::ClockedOutput>(48'000, 480, 1)),
+            player_->queue, [](auto&) { return test::SyntheticFile::numbered(8000, 8000); });
         engine->setAppState(player_->state);
         QCoro::waitFor(engine->load(file_));
         model_->setRegion(0.2, 0.6);

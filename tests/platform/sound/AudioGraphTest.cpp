@@ -50,6 +50,14 @@ struct Clocked {
     AudioGraph& graph;
 };
 
+/// Frames before `end` since the last that is not silent.
+std::int64_t silenceBefore(const std::vector<float>& mono, std::int64_t end) {
+    std::int64_t begin = end;
+    while (begin > 0 && mono[std::size_t(begin - 1)] == 0)
+        --begin;
+    return end - begin;
+}
+
 } // namespace
 
 void* operator new(std::size_t size) {
@@ -182,13 +190,51 @@ class AudioGraphTest : public QObject {
         QVERIFY(clocked.isSilentFor(15000));
     }
 
+    /// A device that comes at another rate in the middle of a pause takes nothing off it, nor does
+    /// the next.
+    void aPauseOutlivesItsDevice() {
+        constexpr int firstHz = 44'100, secondHz = 32'000, thirdHz = 48'000;
+        const auto file = SyntheticFile::numbered(thirdHz, 60'000);
+        auto* const output = new test::ClockedOutput(firstHz, firstHz / 100, 1);
+        const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+        AudioGraph& graph = *owned;
+        const auto isSilent = [&](std::size_t frames) {
+            return test::rms(output->lastFrames(frames)) == 0;
+        };
+        graph.start();
+        graph.scheduleSegment(
+            file, 5'000, 9'600, [] {}, Announcement{1, 5'000, 9'600, 1.0});
+        graph.play();
+        QTRY_VERIFY(!isSilent(100));
+        QTRY_VERIFY(isSilent(firstHz / 5));
+        const std::int64_t second = output->replaceDevice(secondHz, secondHz / 100);
+        QTRY_VERIFY(output->framesWritten() > second + secondHz / 5);
+        const std::int64_t third = output->replaceDevice(thirdHz, thirdHz / 100);
+        QTRY_VERIFY(!isSilent(100));
+        QTRY_VERIFY(output->framesWritten() > third + thirdHz);
+
+        const std::vector<float> heard = test::channelOf(output->frames(), 0);
+        const auto sound = std::find_if(heard.begin() + second, heard.end(),
+                                        [](float sample) { return sample != 0; });
+        const std::int64_t begin = sound - heard.begin();
+        QCOMPARE_GT(begin, third);
+        const double pause = double(silenceBefore(heard, second)) / firstHz +
+                             double(third - second) / secondHz + double(begin - third) / thirdHz;
+        QCOMPARE_GT(pause, 0.999);
+        QCOMPARE_LT(pause, 1.4); // each device waits for its first frames
+        // Behind its fade the pass is there from its first frame on.
+        for (std::int64_t i = 150; i < 5'000; ++i)
+            QCOMPARE(heard[std::size_t(begin + i)], file->at(5'000 + i).first);
+    }
+
     void endsAtOnceWhileADeviceOpens() {
         std::clock_t began = std::clock(); // processor time, however busy the machine is
         { const TimePitchUnit warmedUp(rateHz); }
         const std::clock_t whole = std::clock() - began;
         began = std::clock();
         {
-            const auto graph = AudioGraph::create(std::make_unique<ClockedOutput>(rateHz, rateHz / 100, 1));
+            const auto graph =
+                AudioGraph::create(std::make_unique<test::ClockedOutput>(rateHz, rateHz / 100, 1));
             QTRY_VERIFY(std::clock() > began + whole / 20); // it is being prepared
         }
         QCOMPARE_LT(std::clock() - began, whole / 3);
@@ -219,7 +265,8 @@ class AudioGraphTest : public QObject {
         const auto file = SyntheticFile::sine(rateHz, rateHz / 2, 440);
         std::atomic<int> completions{0};
         isMemoryOut = true;
-        const auto graph = AudioGraph::create(std::make_unique<ClockedOutput>(rateHz, rateHz / 100, 1));
+        const auto graph =
+            AudioGraph::create(std::make_unique<test::ClockedOutput>(rateHz, rateHz / 100, 1));
         graph->start();
         QTRY_VERIFY(refusals > 0); // what renders cannot be made; later, no segment can be read
         for (const bool isOut : {false, true, true, false}) {

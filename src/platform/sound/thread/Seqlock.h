@@ -11,7 +11,8 @@ namespace ambrel {
 
 /// A value that one thread at a time writes and any thread reads; neither waits.
 template <typename Value> class Seqlock {
-    static_assert(std::is_trivially_copyable_v<Value> && sizeof(Value) % sizeof(std::uint64_t) == 0);
+    static_assert(std::is_trivially_copyable_v<Value> &&
+                  sizeof(Value) % sizeof(std::uint64_t) == 0);
 
   public:
     void write(const Value& value) noexcept {

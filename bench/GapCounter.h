@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "support/sound/TappedDevice.h"
+#include "TappedDevice.h"
 
 namespace ambrel::test {
 

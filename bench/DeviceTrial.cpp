@@ -1,4 +1,4 @@
-#include "support/sound/DeviceOrdeal.h"
+#include "DeviceTrial.h"
 
 #include <QTest>
 
@@ -46,28 +46,28 @@ double middle(std::vector<double> values) {
 
 } // namespace
 
-void DeviceOrdeal::play() {
+void DeviceTrial::play() {
     tones_.emplace();
 }
 
-void DeviceOrdeal::playToNobody() {
+void DeviceTrial::playToNobody() {
     QTest::qWait(int(1000 * partSeconds_));
 }
 
-void DeviceOrdeal::playTo(const SinkShape& shape) {
+void DeviceTrial::playTo(const SinkShape& shape) {
     server_.start(shape);
     play();
     bring([](PrivateSoundServer&) {}, QStringLiteral("one"), shape);
 }
 
-void DeviceOrdeal::lose(const Deed& deed) {
+void DeviceTrial::lose(const Deed& deed) {
     const auto begin = Clock::now();
     deed(server_);
     disturbances_.push_back({begin, Clock::now() + settling});
     QTest::qWait(int(500 * partSeconds_));
 }
 
-void DeviceOrdeal::bring(const Deed& deed, const QString& sink, const SinkShape& shape) {
+void DeviceTrial::bring(const Deed& deed, const QString& sink, const SinkShape& shape) {
     const auto begin = Clock::now();
     deed(server_);
     const auto there = Clock::now();
@@ -86,8 +86,8 @@ void DeviceOrdeal::bring(const Deed& deed, const QString& sink, const SinkShape&
     listenings_.push_back(std::move(listening));
 }
 
-double DeviceOrdeal::awaitSound(Listening& listening, SinkRecorder& recorder, int channels,
-                                Clock::time_point there) const {
+double DeviceTrial::awaitSound(Listening& listening, SinkRecorder& recorder, int channels,
+                               Clock::time_point there) const {
     const Recording& recording = listening.recording;
     const HeardTones heard(recording);
     std::size_t& at = listening.soundFrom;
@@ -103,14 +103,14 @@ double DeviceOrdeal::awaitSound(Listening& listening, SinkRecorder& recorder, in
     return never;
 }
 
-bool DeviceOrdeal::isDisturbed(Clock::time_point begin, Clock::time_point end) const {
+bool DeviceTrial::isDisturbed(Clock::time_point begin, Clock::time_point end) const {
     return std::ranges::any_of(disturbances_, [&](const Interval& disturbance) {
         return begin < disturbance.end && disturbance.begin < end;
     });
 }
 
 /// How far the play head was from where the clock says, over any span without a disturbance.
-double DeviceOrdeal::worstPaceMs() const {
+double DeviceTrial::worstPaceMs() const {
     const double span = std::min(paceSeconds, partSeconds_ / 2);
     std::optional<double> worst;
     std::size_t last = 0;
@@ -130,7 +130,7 @@ double DeviceOrdeal::worstPaceMs() const {
 }
 
 /// By how much less than the clock the play head has moved in all, for each disturbance.
-double DeviceOrdeal::lostSeconds() const {
+double DeviceTrial::lostSeconds() const {
     if (account_.sights.empty())
         return never;
     const LoopedTones::Sight& first = account_.sights.front();
@@ -140,7 +140,7 @@ double DeviceOrdeal::lostSeconds() const {
 }
 
 /// The silence that the device was given there, and its longest time without a request.
-LoopedTones::Sight DeviceOrdeal::gapsBetweenChanges() const {
+LoopedTones::Sight DeviceTrial::gapsBetweenChanges() const {
     LoopedTones::Sight all;
     for (const LoopedTones::Sight& sight : account_.sights)
         if (!isDisturbed(sight.when - 100ms, sight.when)) {
@@ -151,7 +151,7 @@ LoopedTones::Sight DeviceOrdeal::gapsBetweenChanges() const {
 }
 
 /// How far apart the play head was from what the sink played at that moment.
-double DeviceOrdeal::worstPlayHeadMs() const {
+double DeviceTrial::worstPlayHeadMs() const {
     double worst = 0;
     for (const Listening& listening : listenings_) {
         const HeardTones heard(listening.recording);
@@ -172,7 +172,7 @@ double DeviceOrdeal::worstPlayHeadMs() const {
     return worst;
 }
 
-std::vector<Measure> DeviceOrdeal::finish(Margins margins) {
+std::vector<Measure> DeviceTrial::finish(Margins margins) {
     account_ = tones_->finish();
     HeardTones::Findings worst;
     for (const Listening& listening : listenings_) {

@@ -1,12 +1,12 @@
-#include "support/sound/HeardTones.h"
+#include "HeardTones.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <optional>
 
+#include "LoopedTones.h"
 #include "support/SoundMeasures.h"
-#include "support/sound/LoopedTones.h"
 
 namespace ambrel::test {
 

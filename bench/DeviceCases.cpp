@@ -1,4 +1,4 @@
-#include "support/sound/DeviceCases.h"
+#include "DeviceCases.h"
 
 #include <array>
 
@@ -14,43 +14,43 @@ void killServer(PrivateSoundServer& server) {
     server.kill();
 }
 
-DeviceOrdeal::Deed startServer(const SinkShape& shape) {
+DeviceTrial::Deed startServer(const SinkShape& shape) {
     return [shape](PrivateSoundServer& server) { server.start(shape); };
 }
 
-void restartServer(DeviceOrdeal& ordeal) {
-    ordeal.playTo({});
+void restartServer(DeviceTrial& trial) {
+    trial.playTo({});
     for (int turn = 0; turn < 3; ++turn) {
-        ordeal.lose(killServer);
-        ordeal.bring(startServer({}), one);
+        trial.lose(killServer);
+        trial.bring(startServer({}), one);
     }
 }
 
-void changeSinks(DeviceOrdeal& ordeal) {
-    ordeal.playTo({});
-    ordeal.bring(
+void changeSinks(DeviceTrial& trial) {
+    trial.playTo({});
+    trial.bring(
         [](PrivateSoundServer& server) {
             server.addSink(two);
             server.makeDefault(two);
         },
         two);
-    ordeal.bring([](PrivateSoundServer& server) { server.removeSink(two); }, one);
-    ordeal.lose([](PrivateSoundServer& server) { server.removeSink(one); });
-    ordeal.bring([](PrivateSoundServer& server) { server.addSink(three); }, three);
+    trial.bring([](PrivateSoundServer& server) { server.removeSink(two); }, one);
+    trial.lose([](PrivateSoundServer& server) { server.removeSink(one); });
+    trial.bring([](PrivateSoundServer& server) { server.addSink(three); }, three);
 }
 
-void changeRates(DeviceOrdeal& ordeal) {
-    ordeal.playTo({44'100});
+void changeRates(DeviceTrial& trial) {
+    trial.playTo({44'100});
     for (const int rateHz : {48'000, 96'000}) {
-        ordeal.lose(killServer);
-        ordeal.bring(startServer({rateHz}), one, {rateHz});
+        trial.lose(killServer);
+        trial.bring(startServer({rateHz}), one, {rateHz});
     }
 }
 
-void comeLate(DeviceOrdeal& ordeal) {
-    ordeal.play();
-    ordeal.playToNobody();
-    ordeal.bring(startServer({}), one);
+void comeLate(DeviceTrial& trial) {
+    trial.play();
+    trial.playToNobody();
+    trial.bring(startServer({}), one);
 }
 
 constexpr std::array<DeviceCase, 6> cases = {{
@@ -58,12 +58,12 @@ constexpr std::array<DeviceCase, 6> cases = {{
     {"another sink made default, the default removed, the last removed, one added", 5, changeSinks},
     {"sinks at 44,100, 48,000 and 96,000 Hz", 5, changeRates},
     {"a mono sink", 1,
-     [](DeviceOrdeal& ordeal) {
-         ordeal.playTo({48'000, 1});
+     [](DeviceTrial& trial) {
+         trial.playTo({48'000, 1});
      }},
     {"a sink of 6 channels", 1,
-     [](DeviceOrdeal& ordeal) {
-         ordeal.playTo({48'000, 6});
+     [](DeviceTrial& trial) {
+         trial.playTo({48'000, 6});
      }},
     {"no server at first", 2, comeLate},
 }};

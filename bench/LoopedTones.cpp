@@ -1,4 +1,4 @@
-#include "support/sound/LoopedTones.h"
+#include "LoopedTones.h"
 
 #include <algorithm>
 #include <cmath>

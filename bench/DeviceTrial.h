@@ -5,9 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "HeardTones.h"
+#include "LoopedTones.h"
 #include "support/PrivateSoundServer.h"
-#include "support/sound/HeardTones.h"
-#include "support/sound/LoopedTones.h"
 
 namespace ambrel::test {
 
@@ -33,12 +33,12 @@ struct Measure {
 /// Everything the sinks play is recorded, everything the play head shows is kept, and finish()
 /// compares the two. Between a change of the device and the return of its sound nothing is asked of
 /// the sound, and of the play head only that it goes on.
-class DeviceOrdeal {
+class DeviceTrial {
   public:
     using Deed = std::function<void(PrivateSoundServer&)>;
 
     /// `partSeconds`: how long each sink is listened to.
-    explicit DeviceOrdeal(double partSeconds) : partSeconds_(partSeconds) {}
+    explicit DeviceTrial(double partSeconds) : partSeconds_(partSeconds) {}
 
     /// Plays to whatever device there is, none at first.
     void play();

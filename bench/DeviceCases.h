@@ -2,15 +2,15 @@
 
 #include <span>
 
-#include "support/sound/DeviceOrdeal.h"
+#include "DeviceTrial.h"
 
 namespace ambrel::test {
 
 /// A way in which devices come and go.
 struct DeviceCase {
     const char* name;
-    int parts; ///< that an ordeal's time is divided into
-    void (*run)(DeviceOrdeal&);
+    int parts; ///< that a trial's time is divided into
+    void (*run)(DeviceTrial&);
 };
 
 std::span<const DeviceCase> deviceCases();

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "GapCounter.h"
 #include "platform/sound/AudioGraph.h"
-#include "support/sound/GapCounter.h"
 
 namespace ambrel::test {
 
