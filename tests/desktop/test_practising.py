@@ -132,8 +132,8 @@ class PractisingTest(Scenario):
         self.assertEqual(program.region(), (1.25, 8, 8))
         for text, step in (("1,5", 7.5), ("1.5", 1.5), ("1.234", 1.234)):
             self.type("Custom speed step", text)
+            wait_until(lambda: self.shown("Custom speed step") == str(step), f"{step} to be shown")
             self.setting("speedStep", step)
-            self.assertEqual(self.shown("Custom speed step"), str(step))
         self.quit(program)
         self.assertEqual(program.stored_settings(self.path), {**left, "speedStep": 1.234})
 
@@ -205,7 +205,8 @@ class PractisingTest(Scenario):
             for place in (*range(at, len(controls)), *range(at)):
                 if has_state(controls[place], "FOCUSED"):
                     return place != at and (place, controls[place].get_name())
-        said, at = [], -1
+        said = []
+        at = next(place for place, control in enumerate(controls) if has_state(control, "FOCUSED"))
         while not said or said[0] not in said[1:]:
             self.program.key("Tab")
             at, name = wait_until(has_moved, f"the focus to move on from {said[-1:]}")
