@@ -17,7 +17,7 @@
 #include "platform/store/Preferences.h"
 #include "store/DownloadSettingsStore.h"
 #include "store/SettingsStore.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/settings/SettingsWindow.h"
 #include "waveform/WaveformCache.h"

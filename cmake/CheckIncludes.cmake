@@ -23,14 +23,15 @@ set(rules
     "download:       platform/desktop"
     "app:            platform/desktop platform/sound store audio waveform"
     "waveform/view:  audio waveform app"
-    "ui/controls:    app"
-    "ui/sheets:      store app ui/controls"
-    "download/sheet: download app ui/controls ui/sheets"
-    "ui/panels:      audio app ui/controls"
-    "ui/settings:    platform/desktop store waveform app ui/controls ui/sheets"
-    "ui/window:      platform/desktop store audio waveform app waveform/view ui/controls ui/sheets
+    "ui/look:"
+    "ui/controls:    app ui/look"
+    "ui/sheets:      store app ui/look ui/controls"
+    "download/sheet: download app ui/look ui/controls ui/sheets"
+    "ui/panels:      audio app ui/look ui/controls"
+    "ui/settings:    platform/desktop store waveform app ui/look ui/controls ui/sheets"
+    "ui/window:      platform/desktop store audio waveform app waveform/view ui/look ui/controls ui/sheets
                      download/sheet ui/panels"
-    "app/main:       platform/desktop store audio waveform download app ui/controls ui/settings ui/window")
+    "app/main:       platform/desktop store audio waveform download app ui/look ui/controls ui/settings ui/window")
 
 set(wrong)
 set(known ${sound})

@@ -34,7 +34,7 @@
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 #include "ui/settings/CacheSettingsView.h"
 #include "ui/settings/ClearConfirmation.h"
 #include "ui/settings/SettingsWindow.h"

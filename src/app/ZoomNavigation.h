@@ -14,10 +14,7 @@ class ZoomNavigation {
   public:
     explicit ZoomNavigation(std::shared_ptr<AppState> state);
 
-    /// Width of the waveform in points; 600 until it has been measured.
-    double waveformViewWidth() const { return waveformViewWidth_; }
-
-    /// Sets the measured width, and limits the pan to the file.
+    /// Sets the measured width of the waveform, and limits the pan to the file.
     void setWaveformViewWidth(double points);
 
     void zoomIn();  ///< to twice the zoom, at most 50
@@ -33,7 +30,7 @@ class ZoomNavigation {
     void showRegionStart(double zoom);
 
     std::shared_ptr<AppState> state_;
-    double waveformViewWidth_ = 600;
+    double waveformViewWidth_ = 600; ///< points, until it has been measured
 };
 
 } // namespace ambrel

@@ -7,7 +7,7 @@
 
 #include "app/Notifications.h"
 #include "support/TestWindow.h"
-#include "ui/controls/Spinner.h"
+#include "ui/look/Spinner.h"
 #include "ui/sheets/FolderPanel.h"
 
 using namespace ambrel;

@@ -7,8 +7,8 @@
 
 #include "app/Notifications.h"
 #include "support/TestWindow.h"
-#include "ui/controls/Spinner.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Spinner.h"
+#include "ui/look/Theme.h"
 #include "ui/sheets/OpenPanel.h"
 
 using namespace ambrel;

@@ -7,8 +7,8 @@
 
 #include "support/TestWindow.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/Theme.h"
 #include "ui/controls/VerticalSlider.h"
+#include "ui/look/Theme.h"
 
 using namespace ambrel;
 using test::Practice;

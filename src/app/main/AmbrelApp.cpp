@@ -15,7 +15,7 @@
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KeyResponderNSView.h"
 #include "ui/window/RecentFilesMenu.h"

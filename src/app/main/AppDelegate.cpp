@@ -5,7 +5,7 @@
 #include <QApplication>
 
 #include "app/AppState.h"
-#include "ui/controls/Symbols.h"
+#include "ui/look/Symbols.h"
 
 namespace ambrel {
 

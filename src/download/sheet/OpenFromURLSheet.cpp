@@ -13,10 +13,10 @@
 
 #include "app/TypedNumber.h"
 #include "download/URLDownloader.h"
-#include "ui/controls/ErrorText.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/Spinner.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/ErrorText.h"
+#include "ui/look/Spinner.h"
+#include "ui/look/TextLabel.h"
 #include "ui/sheets/DownloadFolderRow.h"
 #include "ui/sheets/SheetBlocker.h"
 

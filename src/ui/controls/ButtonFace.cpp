@@ -4,7 +4,7 @@
 #include <QPainter>
 #include <QStyle>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

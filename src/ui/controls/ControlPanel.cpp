@@ -6,8 +6,8 @@
 #include <QVBoxLayout>
 
 #include "ui/controls/PushButton.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

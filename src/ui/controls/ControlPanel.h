@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/controls/RoundedPanel.h"
+#include "ui/look/RoundedPanel.h"
 
 class QBoxLayout;
 class QCheckBox;

@@ -7,7 +7,7 @@
 #include <QMenuBar>
 #include <QPointer>
 
-#include "ui/controls/AccessibleFactory.h"
+#include "ui/look/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

@@ -1,7 +1,7 @@
 #include "ui/controls/MenuButton.h"
 
-#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/MenuOwnerInterface.h"
+#include "ui/look/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

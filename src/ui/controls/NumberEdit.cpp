@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "ui/controls/AccessibleFactory.h"
+#include "ui/look/AccessibleFactory.h"
 
 namespace ambrel {
 namespace {

@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "ui/controls/NumberEdit.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

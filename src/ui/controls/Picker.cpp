@@ -3,11 +3,11 @@
 #include <QActionGroup>
 #include <QWheelEvent>
 
-#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/DescribedMenu.h"
 #include "ui/controls/MenuOwnerInterface.h"
-#include "ui/controls/PlainText.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/AccessibleFactory.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

@@ -3,8 +3,8 @@
 #include <QPainter>
 
 #include "ui/controls/ButtonFace.h"
-#include "ui/controls/PlainText.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -2,7 +2,7 @@
 
 #include <QPushButton>
 
-#include "ui/controls/Symbols.h"
+#include "ui/look/Symbols.h"
 
 namespace ambrel {
 

@@ -4,9 +4,9 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-#include "ui/controls/AccessibleFactory.h"
-#include "ui/controls/PlainText.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/AccessibleFactory.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

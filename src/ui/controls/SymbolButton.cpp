@@ -5,7 +5,7 @@
 #include <QPainter>
 
 #include "ui/controls/ButtonFace.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -2,8 +2,8 @@
 
 #include <QAbstractButton>
 
-#include "ui/controls/Symbols.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Symbols.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

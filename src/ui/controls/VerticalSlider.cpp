@@ -7,8 +7,8 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-#include "ui/controls/AccessibleFactory.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/AccessibleFactory.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

@@ -6,9 +6,9 @@
 #include <QVBoxLayout>
 
 #include "audio/AudioEngine.h"
-#include "ui/controls/SlidingRow.h"
-#include "ui/controls/Theme.h"
 #include "ui/controls/VerticalSlider.h"
+#include "ui/look/SlidingRow.h"
+#include "ui/look/Theme.h"
 #include "ui/panels/GainLabel.h"
 
 namespace ambrel {

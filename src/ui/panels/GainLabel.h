@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 
 namespace ambrel {
 

@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "ui/controls/SlidingRow.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
 #include "ui/controls/TimePickerField.h"
+#include "ui/look/SlidingRow.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -7,8 +7,8 @@
 #include "audio/AudioEngine.h"
 #include "ui/controls/NumberField.h"
 #include "ui/controls/StepperRow.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

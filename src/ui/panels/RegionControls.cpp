@@ -9,10 +9,10 @@
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
 #include "ui/controls/ControlPanel.h"
-#include "ui/controls/Divider.h"
-#include "ui/controls/TextLabel.h"
 #include "ui/controls/TimePickerField.h"
-#include "ui/controls/WrappingRow.h"
+#include "ui/look/Divider.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/WrappingRow.h"
 
 namespace ambrel {
 

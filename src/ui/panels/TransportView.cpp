@@ -8,7 +8,7 @@
 #include "app/Transport.h"
 #include "audio/AudioEngine.h"
 #include "ui/controls/SymbolButton.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 
 namespace ambrel {
 

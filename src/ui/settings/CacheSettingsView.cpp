@@ -8,7 +8,7 @@
 #include "app/TypedNumber.h"
 #include "platform/desktop/ApplicationBundle.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 #include "ui/settings/ClearConfirmation.h"
 #include "ui/settings/FormScroller.h"
 #include "ui/settings/LimitControl.h"

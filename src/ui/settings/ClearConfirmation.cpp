@@ -2,7 +2,7 @@
 
 #include <QPushButton>
 
-#include "ui/controls/PlainText.h"
+#include "ui/look/PlainText.h"
 
 namespace ambrel {
 

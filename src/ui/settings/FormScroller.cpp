@@ -7,7 +7,7 @@
 #include <QPointer>
 #include <QScreen>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

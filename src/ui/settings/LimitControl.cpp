@@ -6,7 +6,7 @@
 #include "app/TypedNumber.h"
 #include "ui/controls/NumberEdit.h"
 #include "ui/controls/RadioGroup.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 
 namespace ambrel {
 

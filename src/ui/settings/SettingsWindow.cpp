@@ -3,7 +3,7 @@
 #include <QShortcut>
 #include <QVBoxLayout>
 
-#include "ui/controls/AccessibleFactory.h"
+#include "ui/look/AccessibleFactory.h"
 
 namespace ambrel {
 

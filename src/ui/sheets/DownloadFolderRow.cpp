@@ -2,9 +2,9 @@
 
 #include "app/FolderText.h"
 #include "store/DownloadSettingsStore.h"
-#include "ui/controls/PlainText.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/TextLabel.h"
 #include "ui/sheets/FolderPanel.h"
 #include "ui/sheets/SheetBlocker.h"
 

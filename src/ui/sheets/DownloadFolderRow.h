@@ -4,7 +4,7 @@
 #include <QUrl>
 
 #include "ui/controls/ControlPanel.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -10,10 +10,10 @@
 #include <QScroller>
 #include <QVBoxLayout>
 
-#include "ui/controls/Divider.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Divider.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
 #include "ui/sheets/HelpTexts.h"
 
 namespace ambrel {

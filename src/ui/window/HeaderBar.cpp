@@ -8,12 +8,12 @@
 
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/MenuButton.h"
-#include "ui/controls/PlainText.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/Spinner.h"
 #include "ui/controls/SymbolButton.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/WrappingRow.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/Spinner.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/WrappingRow.h"
 #include "ui/window/RecentFilesMenu.h"
 
 namespace ambrel {

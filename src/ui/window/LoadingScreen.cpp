@@ -2,8 +2,8 @@
 
 #include <QVBoxLayout>
 
-#include "ui/controls/Spinner.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/Spinner.h"
+#include "ui/look/TextLabel.h"
 
 namespace ambrel {
 

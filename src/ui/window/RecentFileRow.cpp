@@ -5,12 +5,12 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
-#include "ui/controls/AccessibleFactory.h"
 #include "ui/controls/ButtonFace.h"
-#include "ui/controls/Divider.h"
-#include "ui/controls/PlainText.h"
-#include "ui/controls/Symbols.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/AccessibleFactory.h"
+#include "ui/look/Divider.h"
+#include "ui/look/PlainText.h"
+#include "ui/look/Symbols.h"
+#include "ui/look/Theme.h"
 #include "ui/window/RecentFile.h"
 
 namespace ambrel {

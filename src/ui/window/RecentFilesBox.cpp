@@ -6,9 +6,9 @@
 #include <QVBoxLayout>
 
 #include "ui/controls/PushButton.h"
-#include "ui/controls/RoundedPanel.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/RoundedPanel.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
 #include "ui/window/RecentFileRow.h"
 
 namespace ambrel {

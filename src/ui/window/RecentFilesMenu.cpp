@@ -5,7 +5,7 @@
 #include "app/Notifications.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "store/RecentFilesStore.h"
-#include "ui/controls/PlainText.h"
+#include "ui/look/PlainText.h"
 #include "ui/window/RecentFile.h"
 
 namespace ambrel {

@@ -5,7 +5,7 @@
 
 #include "app/AppState.h"
 #include "audio/AudioEngine.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 #include "ui/window/ZoomBar.h"
 #include "waveform/view/WaveformNSView.h"
 #include "waveform/view/WaveformView.h"

@@ -3,8 +3,8 @@
 #include <QVBoxLayout>
 
 #include "ui/controls/PushButton.h"
-#include "ui/controls/SymbolView.h"
-#include "ui/controls/TextLabel.h"
+#include "ui/look/SymbolView.h"
+#include "ui/look/TextLabel.h"
 #include "ui/window/RecentFilesBox.h"
 
 namespace ambrel {

@@ -3,9 +3,9 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-#include "ui/controls/Divider.h"
-#include "ui/controls/Theme.h"
-#include "ui/controls/WrappingRow.h"
+#include "ui/look/Divider.h"
+#include "ui/look/Theme.h"
+#include "ui/look/WrappingRow.h"
 #include "ui/panels/EQView.h"
 #include "ui/panels/LoopControl.h"
 #include "ui/panels/PitchControl.h"

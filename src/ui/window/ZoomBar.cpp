@@ -9,9 +9,9 @@
 #include "app/ZoomNavigation.h"
 #include "ui/controls/ControlPanel.h"
 #include "ui/controls/PushButton.h"
-#include "ui/controls/TextLabel.h"
-#include "ui/controls/Theme.h"
-#include "ui/controls/WrappingRow.h"
+#include "ui/look/TextLabel.h"
+#include "ui/look/Theme.h"
+#include "ui/look/WrappingRow.h"
 #include "waveform/WaveformGeometry.h"
 
 namespace ambrel {

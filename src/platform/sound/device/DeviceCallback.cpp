@@ -16,7 +16,7 @@ void DeviceCallback::fill(float* stereo, std::size_t frames) noexcept {
     const auto first = access_->render(Puller::device, sampleRateHz_, stereo, frames);
     if (first) {
         note(*first);
-        fadeIn(stereo, frames);
+        fadeStep_ = fade_.in(stereo, frames, fadeStep_);
     } else {
         std::fill_n(stereo, 2 * frames, 0.0F);
         fadeStep_ = 0;
@@ -32,13 +32,6 @@ void DeviceCallback::note(std::int64_t renderedFrame) noexcept {
     const Span span = {written_, renderedFrame};
     if (!goesOn && spans_.push(span)) {
         writing_ = span;
-    }
-}
-
-void DeviceCallback::fadeIn(float* stereo, std::size_t frames) noexcept {
-    for (std::size_t i = 0; i < frames && fadeStep_ < fade_.frames(); ++i, ++fadeStep_) {
-        stereo[2 * i] *= fade_.gain(fadeStep_);
-        stereo[2 * i + 1] *= fade_.gain(fadeStep_);
     }
 }
 

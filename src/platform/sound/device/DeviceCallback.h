@@ -53,7 +53,6 @@ class DeviceCallback {
     };
 
     void note(std::int64_t renderedFrame) noexcept;
-    void fadeIn(float* stereo, std::size_t frames) noexcept;
 
     const std::shared_ptr<SourceAccess> access_;
     const int sampleRateHz_;

@@ -14,15 +14,17 @@ namespace ambrel {
 inline void crossfade(float* stereo, const float* other, std::size_t frames, std::size_t step,
                       std::size_t steps, double correlation) noexcept {
     const double alike = std::clamp(correlation, 0.0, 1.0);
-    for (std::size_t i = 0; i < 2 * frames; ++i) {
-        if (step + i / 2 >= steps) {
-            stereo[i] = other[i];
-            continue;
+    for (std::size_t i = 0; i < frames; ++i, stereo += 2, other += 2) {
+        if (step + i >= steps) {
+            std::copy_n(other, 2 * (frames - i), stereo);
+            return;
         }
-        const double in = raisedCosine(step + i / 2, steps);
+        const double in = raisedCosine(step + i, steps);
         const double out = 1 - in;
         const double level = std::sqrt(in * in + out * out + 2 * alike * in * out);
-        stereo[i] = static_cast<float>(out / level * stereo[i] + in / level * other[i]);
+        for (const int channel : {0, 1})
+            stereo[channel] =
+                static_cast<float>(out / level * stereo[channel] + in / level * other[channel]);
     }
 }
 

@@ -91,8 +91,8 @@ class RenderThread {
     bool isBroken_ = false;      ///< an exception was thrown: the segment ends here
     std::int64_t pauseLeft_ = 0; ///< frames left of the pause before the run
     double owed_ = 0;            ///< rounding error to be added to the next pause, in frames
-    std::size_t fadeInStep_ =
-        0;              ///< for a run that follows a pause; the output stage fades in a segment
+    /// Of the fade into a run that follows a pause; the output stage fades a segment in.
+    std::size_t fadeInStep_ = 0;
     float endGain_ = 1; ///< of the fade at the end of the run
     Place place_;       ///< of the next frame
     std::atomic<bool> ending_{false};

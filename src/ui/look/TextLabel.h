@@ -2,7 +2,7 @@
 
 #include <QLabel>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -1,4 +1,4 @@
-#include "ui/controls/PlainText.h"
+#include "ui/look/PlainText.h"
 
 #include <QTextDocument>
 

@@ -1,4 +1,4 @@
-#include "ui/controls/SymbolView.h"
+#include "ui/look/SymbolView.h"
 
 #include <QPainter>
 

@@ -1,11 +1,11 @@
-#include "ui/controls/WrappingRow.h"
+#include "ui/look/WrappingRow.h"
 
 #include <algorithm>
 
 #include <QBoxLayout>
 #include <QEvent>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

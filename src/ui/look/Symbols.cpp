@@ -1,4 +1,4 @@
-#include "ui/controls/Symbols.h"
+#include "ui/look/Symbols.h"
 
 #include <map>
 

@@ -1,4 +1,4 @@
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 #include <array>
 

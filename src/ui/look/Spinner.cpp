@@ -1,11 +1,11 @@
-#include "ui/controls/Spinner.h"
+#include "ui/look/Spinner.h"
 
 #include <QAccessibleWidget>
 #include <QPainter>
 #include <QTimerEvent>
 
-#include "ui/controls/AccessibleFactory.h"
-#include "ui/controls/Theme.h"
+#include "ui/look/AccessibleFactory.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

@@ -1,8 +1,8 @@
-#include "ui/controls/RoundedPanel.h"
+#include "ui/look/RoundedPanel.h"
 
 #include <QPainter>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

@@ -1,11 +1,11 @@
-#include "ui/controls/ErrorText.h"
+#include "ui/look/ErrorText.h"
 
 #include <cmath>
 
 #include <QApplication>
 #include <QScreen>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/controls/TextLabel.h"
+#include "ui/look/TextLabel.h"
 
 #include <QPainter>
 

@@ -1,10 +1,10 @@
-#include "ui/controls/Divider.h"
+#include "ui/look/Divider.h"
 
 #include <cmath>
 
 #include <QPainter>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 

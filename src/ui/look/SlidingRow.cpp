@@ -1,9 +1,9 @@
-#include "ui/controls/SlidingRow.h"
+#include "ui/look/SlidingRow.h"
 
 #include <QLayout>
 #include <QStyle>
 
-#include "ui/controls/Theme.h"
+#include "ui/look/Theme.h"
 
 namespace ambrel {
 namespace {
