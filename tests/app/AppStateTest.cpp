@@ -1,12 +1,10 @@
-#include <QCoroTask>
 #include <QTest>
 
-#include "app/Transport.h"
 #include "support/ScriptedPlayer.h"
 
 using namespace ambrel;
 
-/// When the state is saved, and what the transport makes of it.
+/// When the state is saved.
 class AppStateTest : public QObject {
     Q_OBJECT
 
@@ -46,38 +44,6 @@ class AppStateTest : public QObject {
         player_->state.reset();
         waitForSaves();
         QCOMPARE(store_->load(file_)->speed, 70.0);
-    }
-
-    void transportStartsPausesRestartsAndRewinds() {
-        player_->graph->addFile(file_, 10);
-        QCoro::waitFor(player_->engine->load(file_));
-        enum : bool { rests, plays };
-        const struct {
-            void (*step)(AppState&, AudioEngine&);
-            double start, end;
-            bool isPlaying;
-            double position;
-            const char* last; ///< of the graph's calls
-        } rows[] = {
-            {transport::togglePlayPause, 1, 2, plays, 1, "play"},
-            {transport::togglePlayPause, 1, 2, rests, 1.5, "pause"},
-            {transport::togglePlayPause, 1, 2, plays, 1, "play"},
-            {transport::restartRegion, 0.5, 2, plays, 1.5, "play"},
-            {transport::stopAndRewind, 0.5, 2, rests, 0.5, "stop"},
-            {transport::start, 0.5, 1, plays, 0.5, "play"},
-            {transport::restartRegion, 0.5, 0.50001, rests, 0.5, "stop"}, // less than a frame
-            {transport::togglePlayPause, 0.5, 0.5, rests, 1.5, ""},
-        };
-        for (const auto& row : rows) {
-            state_->setRegion(row.start, row.end);
-            state_->setPlaybackPosition(1.5);
-            player_->graph->takeCalls();
-            row.step(*state_, *player_->engine);
-            QCOMPARE(state_->isPlaying(), row.isPlaying);
-            QCOMPARE(state_->playbackPosition(), row.position);
-            const QStringList calls = player_->graph->takeCalls();
-            QCOMPARE(calls.value(calls.size() - 1), QString::fromLatin1(row.last));
-        }
     }
 
   private:

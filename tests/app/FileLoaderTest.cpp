@@ -224,29 +224,6 @@ class FileLoaderTest : public QObject {
         QVERIFY2(!player_->settings.waveformCache().get(fileC_), "half a waveform");
     }
 
-    void theLastOfManyLoadsWins() {
-        constexpr int loads = 200;
-        const auto file = [](int i) { return QUrl::fromLocalFile(u"/%1"_qs.arg(i)); };
-        for (int i = 1; i < loads; ++i) // the first is missing, which nobody wants to know any more
-            player_->graph->addFile(file(i), i);
-        extract_ = [](const QUrl& url, const WaveformGenerator::Progress& progress, auto&&...) {
-            for (const char* message : {"1 %", "1 %", "2 %", "3 %"})
-                progress(1, message);
-            return std::vector<float>(url.fileName().toUInt(), 1);
-        };
-        for (int i = 0; i < loads; ++i)
-            loader_->loadFile(file(i), false);
-        QTRY_COMPARE(extracted_.load(), loads - 1);
-        QTRY_VERIFY(state_->loadingState().isLoaded());
-        QCOMPARE(seen_.mid(loads),
-                 (QStringList{generating, u"1 %"_qs, u"2 %"_qs, u"3 %"_qs, loaded}));
-        QCOMPARE(state_->audioDuration(), 199.0);
-        QCOMPARE(state_->waveformSamples().size(), std::size_t{199});
-        player_->engine->play(0, 1);
-        QCOMPARE(player_->graph->file->length(), std::int64_t{199 * 44100});
-        QVERIFY(alerts_.isEmpty());
-    }
-
     void endsAtAnyMoment_data() {
         QTest::addColumn<bool>("isGenerating");
         QTest::addColumn<bool>("engineGoesOn");

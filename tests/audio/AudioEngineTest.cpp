@@ -165,23 +165,6 @@ class AudioEngineTest : public QObject {
         }
     }
 
-    void anAdoptedPassEndsLikeAnyOther() {
-        model_->setLoopEnabled(true);
-        playRegion();
-        const auto first = graph_->takeCompletion();
-        graph_->running = idAnnounced();
-        first();
-        QTRY_COMPARE(graph_->calls.value(0), u"adopt"_qs);
-        graph_->time = 4410; // counts in the new pass
-        QTRY_COMPARE(writes_.value(0), u"position 1.6"_qs);
-        model_->setLoopEnabled(false);
-        first(); // stale by now
-        handleAll();
-        QVERIFY(!writes_.contains(u"playing 0"_qs));
-        graph_->takeCompletion()();
-        QTRY_VERIFY(writes_.contains(u"playing 0"_qs));
-    }
-
     void aCompletionMayArriveAfterModelAndEngine() {
         playRegion();
         player_->state.reset();
@@ -192,22 +175,6 @@ class AudioEngineTest : public QObject {
         player_->engine.reset();
         completion();
         handleAll();
-    }
-
-    void writesThePositionWhileItPlays() {
-        loadFile(48000);
-        playRegion();
-        graph_->time = 24000;
-        QTRY_COMPARE(writes_.value(0), u"position 2"_qs);
-        graph_->time = 240000;
-        QTRY_COMPARE(writes_.last(), u"position 3.25"_qs);
-        player_->engine->pause();
-        writes_.clear();
-        handleAll(std::chrono::milliseconds(60));
-        QVERIFY2(writes_.isEmpty(), "it ticks on");
-        playRegion();
-        onPosition_ = [this] { player_->engine->stop(); };
-        QTRY_COMPARE(writes_.size(), 1);
     }
 
     void aLoadStopsWhatPlaysAndKeepsTheFileWhenItFails() {

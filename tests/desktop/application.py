@@ -135,8 +135,14 @@ class Application:
         _xdotool(*steps)
 
     def click(self, **wanted):
-        x, y, width, height = extents(self.wait_for(**wanted))
+        """Until a field that is clicked into has the focus: the window manager holds a click back
+        for a moment, and keys sent meanwhile would overtake it."""
+        control = self.wait_for(**wanted)
+        is_field = control.get_role_name() == "text"
+        x, y, width, height = extents(control)
         _xdotool("mousemove", x + width // 2, y + height // 2, "click", 1)
+        if is_field:
+            wait_until(lambda: has_state(control, "FOCUSED"), f"the focus on {wanted}")
 
     def act(self, action, **wanted):
         """What a screen reader does: an action that the control offers."""

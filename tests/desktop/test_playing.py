@@ -88,6 +88,16 @@ class PlayingTest(Scenario):
         length = round((end_s - start_s) * Desktop.RATE)
         self.assert_only(recording.heard()[-length:], TONES_HZ[3])
 
+    def test_drag_out_of_the_window_and_back_stays_in_the_file(self):
+        from application import extents
+        program = self.four_tones()
+        x, y, width, height = extents(program.wait_for(name="Waveform"))
+        middle = y + height // 2
+        program.drag((x + width // 2, middle), (x + 4 * width, middle))
+        program.wait_for_region(4, 8)
+        program.drag((x + width // 4, middle), (0, middle), (x + width * 3 // 4, 1000))
+        program.wait_for_region(2, 6)
+
 
 if __name__ == "__main__":
     unittest.main()

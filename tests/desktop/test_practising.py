@@ -87,6 +87,7 @@ class PractisingTest(Scenario):
         steps_hz = [330 * 1.2 ** step for step in range(8)]
         self.path = write_wav(self.folder / "scale.wav",
                               np.concatenate([tone(hz, 1) for hz in steps_hz]))
+        self.quit(self.program)
         self.program = program = self.start_with(self.path)
         program.key("ctrl+l")
         self.enter("End seconds", "1")

@@ -89,28 +89,6 @@ class OpenFromURLSheetWindowTest : public QObject {
         }
     }
 
-    void tellsWhatWentWrong() {
-        const QString words =
-            u"ERROR: <b>“&amp;”</b> "_qs + QString(300, u'x') + u"\nsecond line"_qs;
-        Sheet s("printf '%s' \"" + words.toUtf8() + "\" >&2; exit 1");
-        const int height = s.sheet()->height();
-        s.submit();
-        QTRY_COMPARE(s.error(), u"Download failed: "_qs + words);
-        const auto* text = s.sheet()->findChild<QTextEdit*>();
-        QVERIFY(text->document()->size().height() <= text->height());
-        QVERIFY(text->document()->size().width() <= text->width());
-        s.submit();
-        QCOMPARE(s.error(), QString());
-        QCOMPARE(s.sheet()->height(), height);
-    }
-
-    void aLongComplaintStaysOnTheScreen() {
-        Sheet s("yes complaint | head -n 5000 >&2; exit 1");
-        s.submit();
-        QTRY_VERIFY(!s.error().isEmpty());
-        QVERIFY(s.window.screen()->availableGeometry().contains(s.sheet()->frameGeometry()));
-    }
-
     void folderIsRemembered() {
         Sheet s("printf %s \"${10}\" >&2; exit 1");
         QTest::mouseClick(s.find(u"Change…"_qs), Qt::LeftButton);

@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QTest>
 
-#include "app/FolderText.h"
 #include "support/TemporarySettings.h"
 
 using namespace ambrel;
@@ -63,23 +62,6 @@ class StoresTest : public QObject {
         for (const Value& bad : {Value(true), Value(QByteArray("/a")), Value(QString())}) {
             preferences_.set(u"AMB.downloadDirectory"_qs, bad);
             QCOMPARE(store.downloadDirectory().toLocalFile(), QDir::homePath() + u"/Downloads"_qs);
-        }
-    }
-
-    void homeIsShownAsTildeUnlessItIsTheRoot() {
-        struct Case {
-            const char *home, *folder, *text; // no folder: the default one
-        };
-        for (const auto& [home, folder, text] : {Case{"/home/me", "/home/me", "~"},
-                                                 {"/home/me", nullptr, "~/Downloads"},
-                                                 {"/home/me", "/home/me2/Music", "/home/me2/Music"},
-                                                 {"/", "/", "/"},
-                                                 {"/", nullptr, "/Downloads"},
-                                                 {"", nullptr, "/Downloads"}}) {
-            qputenv("HOME", home);
-            const QUrl shown = folder ? QUrl::fromLocalFile(QString::fromLatin1(folder))
-                                      : settings_.downloads().downloadDirectory();
-            QCOMPARE(folderText(shown), QString::fromLatin1(text));
         }
     }
 };

@@ -22,7 +22,7 @@ class ClockedOutput final : public AudioOutput {
 
     void open(FrameSource& source) override {
         source_ = &source;
-        frames_.reserve(std::size_t(2 * reservedSeconds) * std::size_t(sampleRateHz_));
+        source.prepare(sampleRateHz_, request_);
         thread_ = std::jthread([this](const std::stop_token& end) { run(end); });
     }
     void start() override { running_ = true; }
@@ -35,7 +35,6 @@ class ClockedOutput final : public AudioOutput {
         sampleRateHz_ = sampleRateHz;
         request_ = request;
         source_->prepare(sampleRateHz, request);
-        isPrepared_ = true;
         return written_;
     }
 
@@ -54,25 +53,12 @@ class ClockedOutput final : public AudioOutput {
     float leftAt(std::int64_t frame) const { return frames().at(std::size_t(2 * frame)); }
 
   private:
-    static constexpr int reservedSeconds = 30; ///< so that a test may run out of memory
-
-    /// Without memory, tries again with the next request.
-    void prepare() noexcept {
-        try {
-            source_->prepare(sampleRateHz_, request_);
-            isPrepared_ = true;
-        } catch (...) {
-        }
-    }
-
     void run(const std::stop_token& end) {
         auto next = std::chrono::steady_clock::now();
         while (!end.stop_requested()) {
             {
                 const std::scoped_lock lock(mutex_);
-                if (!isPrepared_)
-                    prepare();
-                if (running_ && isPrepared_) {
+                if (running_) {
                     const std::size_t before = frames_.size();
                     frames_.resize(before + 2 * request_);
                     source_->render(frames_.data() + before, request_);
@@ -92,7 +78,6 @@ class ClockedOutput final : public AudioOutput {
     mutable std::mutex mutex_; ///< one device at a time; guards what follows
     int sampleRateHz_;
     std::size_t request_;
-    bool isPrepared_ = false;
     std::vector<float> frames_;
     double speed_;
     std::atomic<bool> running_{false};

@@ -1,19 +1,20 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
+#include <QDialog>
 #include <QMessageBox>
-#include <QPaintEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 
-#include "app/Notifications.h"
 #include "support/TestWindow.h"
-#include "ui/look/Spinner.h"
 #include "ui/look/Theme.h"
 #include "ui/sheets/OpenPanel.h"
 
 using namespace ambrel;
 using test::activate;
 using test::Practice;
+using Field = AppState::Field;
 using Window = test::TestWindow;
 
 /// The main window on a scripted sound graph, driven by events as a user would.
@@ -21,25 +22,6 @@ class ContentViewWindowTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void showsTheScreenOfTheLoadingState() {
-        Window w;
-        w.state->setAudioFileURL(QUrl(u"file:///music/song.wav"_qs));
-        w.state->setLoadingState(LoadingState::loading(u"Generating waveform... 40%"_qs));
-        QVERIFY(!w.find(u"Open File…"_qs) && !w.find(u"Open File..."_qs)->isEnabled() &&
-                !w.find(u"Open from URL..."_qs)->isEnabled());
-        QCOMPARE(w.textOf(u"Progress"_qs), u"Generating waveform... 40%"_qs);
-        auto* busy = QAccessible::queryAccessibleInterface(w.find(u"Busy"_qs));
-        QVERIFY(busy->role() == QAccessible::ProgressBar && busy->state().busy);
-        for (const QString& name : {u"Rock & Roll <b>live<br>.mp3"_qs, QString(250, u'x')}) {
-            w.showFile(name);
-            QCOMPARE(w.textOf(u"Status"_qs), name);
-            QCOMPARE(w.window.width(), 780);
-        }
-        QVERIFY(w.find(u"Open File..."_qs)->isEnabled() && !w.find(u"Progress"_qs));
-        for (const Spinner* spinner : w.window.findChildren<Spinner*>())
-            QVERIFY(!spinner->isTurning());
-    }
-
     void aControlReachedByTabKeepsSpaceUntilItLetsGo() {
         Practice w;
         while (QApplication::focusWidget() != w.find(u"Fit Region"_qs))
@@ -47,7 +29,7 @@ class ContentViewWindowTest : public QObject {
         w.press(Qt::Key_Space);
         QVERIFY(!w.state->isPlaying() && w.state->zoomLevel() > 1);
         w.press(Qt::Key_Escape);
-        QTRY_VERIFY(w.responder->hasFocus());
+        QVERIFY2(w.responder->hasFocus(), "at once, for the next key");
         w.press(Qt::Key_Space, Qt::ControlModifier);
         QVERIFY(!w.state->isPlaying());
         w.press(Qt::Key_Space, Qt::ShiftModifier);
@@ -87,16 +69,6 @@ class ContentViewWindowTest : public QObject {
         QVERIFY(speed->hasFocus() && speed->text() == u"12"_qs);
         QTest::mouseClick(w.find(u"Waveform"_qs), Qt::LeftButton);
         QTRY_VERIFY(w.responder->hasFocus());
-    }
-
-    void opensARecentFileOnlyWhenGivenOne() {
-        Window w;
-        for (const QVariant& object : {QVariant(), QVariant(7), QVariant(u"file:///music/a.mp3"_qs),
-                                       QVariant(QUrl(u"https://example.org/a.mp3"_qs))})
-            w.notifications.post(notifications::openRecent, object);
-        QVERIFY(w.state->loadingState().isIdle());
-        w.notifications.post(notifications::openRecent, QUrl(u"file://localhost/b/../a.mp3"_qs));
-        QCOMPARE(w.state->audioFileURL(), QUrl(u"file:///a.mp3"_qs));
     }
 
     void anErrorIsShownOnceAndTakesTheClicks() {
@@ -197,43 +169,107 @@ class ContentViewWindowTest : public QObject {
         QApplication::setFont(usual);
     }
 
-    void aStepOfThePlayHeadPaintsItsStripAndTheTimeAlone() {
+    void aKeyActsWhateverHasTheFocusAndSwitchesOnce() {
+        Practice w;
+        QWidget other;
+        const auto changesBy = [&](Qt::Key key, Field field) {
+            int changes = 0;
+            const auto counting =
+                connect(w.state.get(), &AppState::changed, this,
+                        [&](Field changed) { changes += changed == field ? 1 : 0; });
+            QWindow* active = QApplication::activeWindow()->windowHandle();
+            QTest::keyClick(active, key, Qt::ControlModifier);
+            QKeyEvent held(QEvent::KeyPress, key, Qt::ControlModifier, {}, true);
+            QCoreApplication::sendEvent(active, &held);
+            disconnect(counting);
+            return changes;
+        };
+        w.beginTyping(u"Start seconds"_qs, u"12"_qs);
+        for (QWidget* window : {static_cast<QWidget*>(&w.window), &other}) {
+            activate(*window);
+            w.state->setPlaybackPosition(2);
+            QCOMPARE(changesBy(Qt::Key_R, Field::playbackPosition), 1);
+            QCOMPARE(changesBy(Qt::Key_L, Field::loopEnabled), 1);
+            QCOMPARE(changesBy(Qt::Key_Right, Field::speed), 2);
+            QCOMPARE(changesBy(Qt::Key_Down, Field::pitch), 2);
+        }
+        QCOMPARE(w.field(u"Start seconds"_qs)->text(), u"12"_qs);
+    }
+
+    void theWelcomeScreenListsRecentFiles() {
         Window w;
+        w.settings.recentFiles().push(QUrl::fromLocalFile(u"/b/R&B take.wav"_qs));
+        w.settings.recentFiles().push(QUrl::fromLocalFile(u"/a/take.wav"_qs));
+        QWidget other;
+        activate(other);
+        activate(w.window); // from elsewhere, where another copy may have run
+        QTRY_VERIFY(w.find(u"/b"_qs));
+        QTest::keyClick(w.window.windowHandle(), Qt::Key_B, Qt::AltModifier);
+        QVERIFY(!w.find<QAbstractButton>(u"/b"_qs)->isDown());
+        auto* row = QAccessible::queryAccessibleInterface(w.find(u"/b"_qs));
+        QCOMPARE(row->text(QAccessible::Name), u"R&B take.wav"_qs);
+        QCOMPARE(row->role(), QAccessible::ListItem);
+        QCOMPARE(row->parent()->role(), QAccessible::List);
+        QCOMPARE(row->parent()->indexOfChild(row), 1);
+
+        w.find(u"/a"_qs)->setFocus(Qt::TabFocusReason);
+        w.press(Qt::Key_Down);
+        w.press(Qt::Key_Tab); // leaves the list
+        QCOMPARE(QApplication::focusWidget(), w.find(u"Clear Recents"_qs));
+        w.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(QApplication::focusWidget(), w.find(u"/b"_qs));
+        w.press(Qt::Key_Return);
+        QTRY_COMPARE(w.graph->opened, 1);
+        QTRY_VERIFY(w.state->loadingState().isIdle()); // it is not there, yet stays in the list
+        QCOMPARE(w.settings.recentFiles().all().size(), 2);
+    }
+
+    void whateverIsStoredIsBorne() {
+        Practice w;
         w.state->setEqEnabled(true);
         w.state->setLoopEnabled(true);
-        w.showFile();
-        w.state->setIsPlaying(true);
-        struct Watch : QObject {
-            std::function<bool(const QRect&)> isExpected;
-            int expected = 0, others = 0;
-            bool eventFilter(QObject* watched, QEvent* event) override {
-                others += event->type() == QEvent::LayoutRequest;
-                if (event->type() == QEvent::Paint && watched->isWidgetType()) {
-                    auto* widget = static_cast<QWidget*>(watched);
-                    const QPoint place = widget->mapTo(widget->window(), QPoint());
-                    const QRect part = static_cast<QPaintEvent*>(event)->rect().translated(place);
-                    ++(isExpected(part) ? expected : others);
-                }
-                return false;
+        for (const double number : {1e308, -1e308, 0.0})
+            for (const std::size_t gains : {0, 3, 10'000}) {
+                FileSettings settings;
+                settings.regionStart = number;
+                settings.regionEnd = -number;
+                settings.speed = settings.speedStep = settings.pitch = number;
+                settings.eqGains.assign(gains, number);
+                settings.loopEnabled = true;
+                settings.loopDelaySeconds = std::numeric_limits<std::int64_t>::max();
+                settings.loopDelayMilliseconds = std::numeric_limits<std::int64_t>::min();
+                w.state->applySettings(settings);
+                w.window.grab();
+                QTRY_VERIFY(w.find(u"Loop delay seconds up"_qs));
+                for (const auto& button :
+                     {u"Increase speed"_qs, u"Start seconds up"_qs, u"End seconds down"_qs,
+                      u"Loop delay seconds up"_qs, u"Loop delay milliseconds down"_qs})
+                    w.click(button);
+                QVERIFY(std::isfinite(w.state->speed()) && std::isfinite(w.state->regionStart()));
+                QCOMPARE(w.state->loopDelaySeconds(), 999);
             }
-        } watch;
-        watch.isExpected = [&w](const QRect& part) {
-            const auto contains = [&](const QString& name) {
-                const QWidget* widget = w.find(name);
-                return widget->rect().translated(widget->mapTo(&w.window, QPoint())).contains(part);
-            };
-            return contains(u"Position"_qs) || (contains(u"Waveform"_qs) && part.width() < 16);
-        };
-        qApp->installEventFilter(&watch);
-        const auto paintsNothingElseAt = [&](double seconds) {
-            watch.expected = watch.others = 0;
-            w.state->setPlaybackPosition(seconds);
-            QCoreApplication::processEvents();
-            return watch.expected > 0 && watch.others == 0;
-        };
-        QTRY_VERIFY(paintsNothingElseAt(1)); // the window has come to rest
-        for (int step = 1; step <= 20; ++step)
-            QVERIFY(paintsNothingElseAt(1 + step * 0.05));
+    }
+
+    void helpScrolls() {
+        Window w;
+        w.state->setIsShowingHelp(true);
+        auto* sheet = w.window.findChild<QDialog*>();
+        QVERIFY(QTest::qWaitForWindowActive(sheet));
+        const QScrollBar* place = sheet->findChild<QScrollArea*>()->verticalScrollBar();
+        int before = 0;
+        const auto way = [&] { return place->value() - std::exchange(before, place->value()); };
+        QTest::keyClick(sheet->windowHandle(), Qt::Key_Space);
+        QVERIFY(way() > 0);
+        w.find(u"Done"_qs)->setFocus(Qt::TabFocusReason);
+        for (const auto& [key, direction] : {std::pair(Qt::Key_Home, -1),
+                                             {Qt::Key_Down, 1},
+                                             {Qt::Key_PageDown, 1},
+                                             {Qt::Key_Up, -1},
+                                             {Qt::Key_End, 1},
+                                             {Qt::Key_PageUp, -1}}) {
+            QTest::keyClick(sheet->windowHandle(), key);
+            QVERIFY2(way() * direction > 0, qPrintable(QKeySequence(key).toString()));
+        }
     }
 };
 

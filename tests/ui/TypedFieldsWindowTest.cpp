@@ -1,5 +1,3 @@
-#include <QAccessible>
-#include <QComboBox>
 #include <QTest>
 
 #include "app/TimeText.h"
@@ -152,49 +150,31 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(w.settings.store().load(song)->speed, 70.0);
     }
 
-    void aNumberIsReadAndSetFromOutside() {
+    /// In the settings window; a limit that is no preset is shown rounded down.
+    void aCustomLimitIsTakenAtReturnIfItIsANumber() {
         Practice w;
-        w.state->setLoopEnabled(true);
-        w.state->setSpeedStep(2.5);
-        QTRY_VERIFY(w.field(u"Loop delay seconds"_qs));
-        struct Case {
-            QString field;
-            QVariantList told; // value, bounds, step
-            double set, then;
-        };
-        for (const auto& [name, told, set, then] :
-             {Case{u"Speed"_qs, {100.0, 5.0, 300.0, 2.5}, 87.5, 87.5},
-              Case{u"Pitch"_qs, {0.0, -1200.0, 1200.0, 1.0}, -50, -50},
-              Case{u"Custom speed step"_qs, {2.5, 0.0, 100.0, 0.0}, 101, 2.5},
-              Case{u"Loop delay seconds"_qs, {0.0, 0.0, 999.0, 1.0}, 1e300, 999}}) {
-            QLineEdit* field = w.beginTyping(name, u"12"_qs);
-            auto* spoken = QAccessible::queryAccessibleInterface(field);
-            auto* number = spoken->valueInterface();
-            QCOMPARE(QVariantList({number->currentValue(), number->minimumValue(),
-                                   number->maximumValue(), number->minimumStepSize()}),
-                     told);
-            auto* text = spoken->textInterface();
-            QCOMPARE(text->offsetAtPoint(text->characterRect(1).center()), 1);
-            number->setCurrentValue(set);
-            QCOMPARE(number->currentValue().toDouble(), then);
-            QCOMPARE(text->text(0, 9), field->accessibleDescription());
+        w.settings.waveformCache().setMaxTotalBytes(104'857'601);
+        QTest::keyClick(w.window.windowHandle(), Qt::Key_Comma, Qt::ControlModifier);
+        auto* size = test::findIn<QLineEdit>(*QApplication::activeWindow(), u"Custom size"_qs);
+        QCOMPARE(size->text(), u"100"_qs);
+        const std::int64_t largest = 8'796'093'022'207; // in bytes the last that 64 bits hold
+        for (const auto& [typed, megabytes] : {std::pair(u"20"_qs, std::int64_t(20)),
+                                               {u"0"_qs, 20},
+                                               {u"-5"_qs, 20},
+                                               {u"1.5"_qs, 20},
+                                               {u" 30"_qs, 20},
+                                               {u"+21"_qs, 21},
+                                               {u"8796093022207"_qs, largest},
+                                               {u"8796093022208"_qs, largest},
+                                               {u"99999999999999999999"_qs, largest}}) {
+            size->selectAll();
+            QTest::keyClicks(size, typed);
+            QTest::keyClick(size, Qt::Key_Return);
+            QCOMPARE(w.settings.waveformCache().maxTotalBytes(), megabytes * 1'048'576);
         }
-    }
-
-    void customStepWhileTheStepIsAPreset() {
-        Practice w;
-        auto* picker = w.find<QComboBox>(u"Speed step"_qs);
-        w.state->setSpeedStep(3);
-        w.type(u"Custom speed step"_qs, u"2"_qs);
-        QVERIFY(picker->currentText() == u"2%"_qs && !w.field(u"Custom speed step"_qs));
-        picker->setCurrentIndex(5);
-        Q_EMIT picker->activated(5);
-        QCOMPARE(w.field(u"Custom speed step"_qs)->selectedText(), u"2.0"_qs);
-        w.beginTyping(u"Custom speed step"_qs, u"7"_qs);
-        QCOMPARE(w.state->speedStep(), 2.0);
-        Q_EMIT picker->activated(4);
-        QCOMPARE(w.state->speedStep(), 25.0);
-        QVERIFY(!w.field(u"Custom speed step"_qs));
+        QTest::keyClicks(size, u"44"_qs);
+        QTest::keyClick(size, Qt::Key_Tab); // without Return
+        QCOMPARE(w.settings.waveformCache().maxTotalBytes(), largest * 1'048'576);
     }
 
     void everyTypedTimeReadsBack() {

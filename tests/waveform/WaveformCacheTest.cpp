@@ -193,14 +193,6 @@ class WaveformCacheTest : public QObject {
         }
     }
 
-    void limitsComeBack() {
-        cache_->setMaxAgeSeconds(1.5);
-        cache_->setMaxTotalBytes({});
-        const WaveformCache next(*preferences_);
-        QCOMPARE(next.maxAgeSeconds(), std::optional(1.5));
-        QVERIFY(!next.maxTotalBytes());
-    }
-
     void threadsShareTheCache() {
         std::vector<std::jthread> threads;
         std::atomic<int> hits = 0;

@@ -69,20 +69,6 @@ class WaveformGeneratorTest : public QObject {
                     .size() < 100);
     }
 
-    void refusesWhatHasNoSound() {
-        MediaMaker::ffmpeg({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
-                            QStringLiteral("color=size=32x32:duration=0.2"),
-                            QString::fromStdString(media_.path("film.mkv").string())});
-        try {
-            extract(media_.path("film.mkv"));
-            QFAIL("accepted");
-        } catch (const WaveformError& error) {
-            QCOMPARE(error.which, WaveformError::Case::noAudioTrack);
-        }
-        QVERIFY_EXCEPTION_THROWN(extract(media_.write("text.mp3", "No note.\n")), WaveformError);
-        QVERIFY_EXCEPTION_THROWN(extract(media_.path("missing.wav")), AudioFileError);
-    }
-
   private:
     MediaMaker media_;
 };

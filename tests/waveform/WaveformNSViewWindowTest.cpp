@@ -3,7 +3,6 @@
 
 #include <QApplication>
 #include <QNativeGestureEvent>
-#include <QPainter>
 #include <QPointingDevice>
 #include <QTest>
 #include <QWheelEvent>
@@ -81,48 +80,6 @@ class WaveformNSViewWindowTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void barsLookAsIfFilledOneByOne() {
-        struct Case {
-            int count;
-            double scale, zoom, pan;
-            int largest; // difference of a channel; the painter rounds after each bar,
-            double mean; // and grouped peaks are up to half a pixel shorter
-        };
-        for (const Case& c : {Case{2005, 1.25, 1, 0, 5, 1}, Case{2005, 1.5, 33.3, 5000.7, 3, 1},
-                              Case{7, 1, 1, 0, 3, 1}, Case{50'000, 1, 1, 0, 160, 2}}) {
-            TestView view;
-            view.setZoomLevel(c.zoom);
-            view.setPanOffset(c.pan);
-            view.setRegion({-9, -9});
-            std::vector<float> peaks(std::size_t(c.count), 0.0F);
-            QImage wanted(view.size() * c.scale, QImage::Format_ARGB32_Premultiplied);
-            wanted.setDevicePixelRatio(c.scale);
-            wanted.fill(Qt::transparent);
-            QPainter painter(&wanted);
-            painter.setRenderHint(QPainter::Antialiasing);
-            const double pitch = 500 * c.zoom / c.count;
-            for (int i = 0; i < c.count; ++i) {
-                const double peak = 0.6 + 0.39 * std::sin(i * 50.0 / c.count) + 0.01 * std::sin(i);
-                peaks[std::size_t(i)] = float(peak);
-                painter.fillRect(QRectF(pitch * i - c.pan, 50 - 50 * peak,
-                                        std::max(pitch - 0.5, 1.0), 100 * peak),
-                                 QColor(128, 128, 128, 102));
-            }
-            painter.end();
-            view.setSamples(peaks);
-            const QImage drawn = view.picture(c.scale);
-            int largest = 0;
-            double sum = 0;
-            for (qsizetype i = 0; i < drawn.sizeInBytes(); ++i) {
-                const int difference = std::abs(drawn.constBits()[i] - wanted.constBits()[i]);
-                largest = std::max(largest, difference);
-                sum += difference;
-            }
-            QCOMPARE_LE(largest, c.largest);
-            QCOMPARE_LE(sum / double(drawn.sizeInBytes()), c.mean);
-        }
-    }
-
     void showsRegionMarkersAndPlayhead() {
         TestView view;
         view.setPlaybackPosition(80);

@@ -51,7 +51,9 @@ void KeyResponderNSView::focusChanged(QWidget* old, QWidget* now) {
     if (!isHere(now)) {
         // An inactive window has no focus, yet remembers where it was.
         QWidget* kept = window()->focusWidget();
-        if (isHere(old) && (!kept || kept == window()))
+        if (isHere(old) && !kept && canHoldFocus(old))
+            setFocus(); // let go on purpose: a Space that was pressed since is meant for playing
+        else if (isHere(old) && (!kept || kept == window()))
             takeFocusFrom(kept);
         return;
     }

@@ -12,30 +12,6 @@ class MainQueueTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void everyThreadsStepsArriveInItsOrderOnTheMainThread() {
-        constexpr int kSteps = 2'000;
-        MainQueue queue;
-        std::array<std::vector<int>, 4> seen;
-        std::size_t strayed = 0;
-        const auto home = std::this_thread::get_id();
-        std::vector<std::jthread> threads;
-        for (auto& own : seen) {
-            threads.emplace_back([&] {
-                for (int i = 0; i < kSteps; ++i) {
-                    queue.async([&, i] {
-                        own.push_back(i);
-                        strayed += std::this_thread::get_id() != home;
-                    });
-                }
-            });
-        }
-        for (const auto& own : seen) {
-            QTRY_COMPARE(own.size(), std::size_t(kSteps));
-            QVERIFY(std::ranges::is_sorted(own));
-        }
-        QCOMPARE(strayed, std::size_t(0));
-    }
-
     void stepThatAddsItselfLetsTheLoopGoOn() {
         MainQueue queue;
         int turns = 0;

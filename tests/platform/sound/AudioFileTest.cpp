@@ -119,15 +119,6 @@ class AudioFileTest : public QObject {
         QVERIFY(text.endsWith(u'.') && !text.contains(u'\n'));
     }
 
-    void opensAnyName() {
-        for (const std::string& name : std::initializer_list<std::string>{
-                 "with space.wav", "\"quotes' `.wav", "100%20%s.wav", "#1.wav", "what?.wav",
-                 "take:3.wav", "http:take.wav", "file:take.wav", "line\nbreak.wav",
-                 "\U0001F3B8.wav", "-i.wav", "no ending", "wrong.mp3", ".hidden", "a picture.png",
-                 std::string(246, 'n') + ".wav"})
-            QCOMPARE(AudioFile::open(media_.wav(name, MediaMaker::phrase(0.2)))->length(), 8820);
-    }
-
     void replacesSamplesThatAreNoNumbers() {
         Sound sound = MediaMaker::phrase(0.5);
         sound.samples[10] = std::numeric_limits<float>::quiet_NaN();

@@ -1,12 +1,8 @@
 #include <QTest>
 
-#include <cstdlib>
-#include <ctime>
-#include <new>
 #include <random>
 #include <thread>
 
-#include "platform/sound/stretch/TimePitchUnit.h"
 #include "support/ClockedOutput.h"
 #include "support/PulledGraph.h"
 #include "support/SyntheticFile.h"
@@ -18,11 +14,6 @@ using test::SyntheticFile;
 namespace {
 
 constexpr int rateHz = 44100;
-
-/// While it is set, no thread but the test's own is given any memory.
-std::atomic<bool> isMemoryOut{false};
-std::atomic<int> refusals{0};
-const std::thread::id ownThread = std::this_thread::get_id();
 
 /// A graph on a device that runs by a clock.
 struct Clocked {
@@ -59,21 +50,6 @@ std::int64_t silenceBefore(const std::vector<float>& mono, std::int64_t end) {
 }
 
 } // namespace
-
-void* operator new(std::size_t size) {
-    const bool isRefused = isMemoryOut && std::this_thread::get_id() != ownThread;
-    void* const memory = isRefused ? nullptr : std::malloc(size);
-    refusals += isRefused;
-    return memory ? memory : throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 class AudioGraphTest : public QObject {
     Q_OBJECT
@@ -227,19 +203,6 @@ class AudioGraphTest : public QObject {
             QCOMPARE(heard[std::size_t(begin + i)], file->at(5'000 + i).first);
     }
 
-    void endsAtOnceWhileADeviceOpens() {
-        std::clock_t began = std::clock(); // processor time, however busy the machine is
-        { const TimePitchUnit warmedUp(rateHz); }
-        const std::clock_t whole = std::clock() - began;
-        began = std::clock();
-        {
-            const auto graph =
-                AudioGraph::create(std::make_unique<test::ClockedOutput>(rateHz, rateHz / 100, 1));
-            QTRY_VERIFY(std::clock() > began + whole / 20); // it is being prepared
-        }
-        QCOMPARE_LT(std::clock() - began, whole / 3);
-    }
-
     void bearsAnyNumber() {
         const float nan = std::numeric_limits<float>::quiet_NaN();
         const auto file = std::make_shared<SyntheticFile>(rateHz, 8000, [nan](std::int64_t frame) {
@@ -259,27 +222,6 @@ class AudioGraphTest : public QObject {
                 for (const float sample : pulled.pullStereo(10000))
                     QCOMPARE_LT(std::abs(sample), 1e12F);
             }
-    }
-
-    void bearsRunningOutOfMemory() {
-        const auto file = SyntheticFile::sine(rateHz, rateHz / 2, 440);
-        std::atomic<int> completions{0};
-        isMemoryOut = true;
-        const auto graph =
-            AudioGraph::create(std::make_unique<test::ClockedOutput>(rateHz, rateHz / 100, 1));
-        graph->start();
-        QTRY_VERIFY(refusals > 0); // what renders cannot be made; later, no segment can be read
-        for (const bool isOut : {false, true, true, false}) {
-            isMemoryOut = isOut;
-            const int before = completions;
-            graph->scheduleSegment(file, 0, file->length(), [&] {
-                ++completions;
-                throw std::bad_alloc();
-            });
-            graph->play();
-            QTRY_COMPARE(completions.load(), before + 1);
-            QVERIFY(isOut || graph->playerTime() == double(file->length()));
-        }
     }
 };
 

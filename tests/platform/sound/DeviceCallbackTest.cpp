@@ -87,12 +87,6 @@ class DeviceCallbackTest : public QObject {
         }
     }
 
-    void splitsLargeRequests() {
-        QVERIFY(request(1'000));
-        QCOMPARE(source_->rendered(), std::int64_t{1'000});
-        QVERIFY(source_->wasAskedProperly());
-    }
-
     void keepsAClosedSourceAlone() {
         std::atomic<bool> ended = false;
         std::thread device([&] {

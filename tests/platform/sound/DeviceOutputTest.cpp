@@ -57,24 +57,6 @@ class DeviceOutputTest : public QObject {
         QCOMPARE(source_->rates(), std::vector<int>{48'000});
     }
 
-    void stopsAndStartsAgain() {
-        server_->start();
-        output_->open(*source_);
-        // At once, while the stream still runs, and after it has been closed.
-        for (const int pauseMilliseconds : {0, 100, 4'000}) {
-            QTest::qWait(pauseMilliseconds);
-            const std::int64_t rendered = source_->rendered();
-            QElapsedTimer timer;
-            output_->start();
-            timer.start();
-            while (source_->rendered() == rendered && !timer.hasExpired(5'000)) {
-            }
-            QCOMPARE_LT(timer.elapsed(), 250); // 1 to 20 ms on an idle machine
-            output_->stop();
-            QTRY_COMPARE(output_->framesHeard(), source_->rendered());
-        }
-    }
-
     void goesOn_data() {
         QTest::addColumn<Deed>("lose");
         QTest::addColumn<Deed>("restore");
