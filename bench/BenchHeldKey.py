@@ -32,7 +32,7 @@ class WatchedDesktop(Desktop):
 
     def _daemon(self, *command, **options):
         if command[0] == "Xvfb":
-            command += ("-fbdir", str(self.folder), "-ardelay", "300",
+            command += ("r", "-fbdir", str(self.folder), "-ardelay", "300",
                         "-arinterval", str(1000 // PER_SECOND))
         super()._daemon(*command, **options)
 

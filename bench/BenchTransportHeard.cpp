@@ -7,6 +7,7 @@
 
 #include "HandOvers.h"
 #include "MonitorRecording.h"
+#include "PrivateSoundServer.h"
 #include "TransportRow.h"
 #include "ZeroCrossings.h"
 #include "audio/AudioEngine.h"
@@ -14,7 +15,6 @@
 #include "platform/sound/AudioGraph.h"
 #include "platform/sound/device/DeviceOutput.h"
 #include "support/MediaMaker.h"
-#include "support/PrivateSoundServer.h"
 #include "support/SoundMeasures.h"
 #include "support/SyntheticFile.h"
 

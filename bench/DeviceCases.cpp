@@ -53,7 +53,15 @@ void comeLate(DeviceTrial& trial) {
     trial.bring(startServer({}), one);
 }
 
-constexpr std::array<DeviceCase, 6> cases = {{
+void hang(DeviceTrial& trial) {
+    trial.playTo({});
+    for (int turn = 0; turn < 2; ++turn) {
+        trial.lose([](PrivateSoundServer& server) { server.hang(); });
+        trial.bring([](PrivateSoundServer& server) { server.goOn(); }, one);
+    }
+}
+
+constexpr std::array<DeviceCase, 7> cases = {{
     {"server killed and started three times", 7, restartServer},
     {"another sink made default, the default removed, the last removed, one added", 5, changeSinks},
     {"sinks at 44,100, 48,000 and 96,000 Hz", 5, changeRates},
@@ -66,6 +74,7 @@ constexpr std::array<DeviceCase, 6> cases = {{
          trial.playTo({48'000, 6});
      }},
     {"no server at first", 2, comeLate},
+    {"server hung twice", 4, hang},
 }};
 
 } // namespace

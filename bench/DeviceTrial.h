@@ -7,15 +7,9 @@
 
 #include "HeardTones.h"
 #include "LoopedTones.h"
-#include "support/PrivateSoundServer.h"
+#include "PrivateSoundServer.h"
 
 namespace ambrel::test {
-
-/// What a result is measured by.
-enum class Margins {
-    exact, ///< of a machine that has time for sound
-    busy   ///< of one that may not: the server itself leaves gaps then
-};
 
 /// One thing measured, and the most that it may be.
 struct Measure {
@@ -23,7 +17,6 @@ struct Measure {
     const char* unit;
     double got = 0;
     double most = 0;
-    bool isTimed = true; ///< a machine that is held up may spoil it
 
     bool isReached() const { return got <= most; }
 };
@@ -55,7 +48,7 @@ class DeviceTrial {
     /// After this there is one, `sink`: waits for its sound and listens for a while.
     void bring(const Deed& deed, const QString& sink, const SinkShape& shape = {});
 
-    std::vector<Measure> finish(Margins margins);
+    std::vector<Measure> finish();
 
   private:
     using Clock = LoopedTones::Clock;

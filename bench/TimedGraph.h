@@ -1,9 +1,9 @@
 #pragma once
 
 #include "HandOvers.h"
+#include "PrivateSoundServer.h"
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioGraph.h"
-#include "support/PrivateSoundServer.h"
 
 #include <QCoreApplication>
 

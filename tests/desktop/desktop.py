@@ -126,9 +126,10 @@ class Desktop:
                                               stderr=log, **options))
 
     def _start_display(self):
+        """Without auto-repeat: on a busy machine a key may be let go long after it was pressed."""
         reading, writing = os.pipe()
         self._daemon("Xvfb", "-displayfd", str(writing), "-screen", "0", "1280x1024x24", "-nolisten",
-                     "tcp", "-noreset", pass_fds=[writing])
+                     "tcp", "-noreset", "-r", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as answer:
             os.environ["DISPLAY"] = ":" + answer.readline().strip()

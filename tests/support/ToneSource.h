@@ -20,11 +20,7 @@ class ToneSource : public FrameSource {
     static constexpr double frequencyHz = 1'000;
     static constexpr double amplitude = 0.25;
 
-    /// How long preparing takes.
-    std::chrono::milliseconds preparation{0};
-
     void prepare(int sampleRateHz, std::size_t largestRequest) override {
-        std::this_thread::sleep_for(preparation);
         const std::lock_guard lock(mutex_);
         rates_.push_back(sampleRateHz);
         largestRequest_ = largestRequest;

@@ -1,4 +1,4 @@
-#include "support/PrivateSoundServer.h"
+#include "PrivateSoundServer.h"
 
 #include <QDeadlineTimer>
 #include <QTest>
