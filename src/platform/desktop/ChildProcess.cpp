@@ -12,7 +12,7 @@
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 
-#include "platform/desktop/ProcessKeeper.h"
+#include "platform/desktop/ProcessSupervisor.h"
 #include "platform/desktop/WrittenFiles.h"
 
 namespace ambrel {
@@ -68,7 +68,7 @@ ChildProcess::ChildProcess(const Command& command) : executable_(command.executa
 
 ChildProcess::~ChildProcess() {
     control_.close();
-    ::waitpid(keeper_, nullptr, 0);
+    ::waitpid(supervisor_, nullptr, 0);
 }
 
 /// Signals are blocked meanwhile: the supervisor must not run our handlers.
@@ -78,7 +78,7 @@ void ChildProcess::startKeeper(const Command& command) {
     Pipe output;
     Pipe errors;
     const auto arguments = argumentsOf(command);
-    const keeper::Job job{
+    const supervisor::Job job{
         command.executable.c_str(), arguments.data(),         environ,
         control.reading.number(),   reports.writing.number(), output.writing.number(),
         errors.writing.number()};
@@ -86,12 +86,12 @@ void ChildProcess::startKeeper(const Command& command) {
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    keeper_ = ::fork();
-    if (keeper_ == 0)
-        keeper::run(job);
+    supervisor_ = ::fork();
+    if (supervisor_ == 0)
+        supervisor::run(job);
     const int forkError = errno;
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (keeper_ < 0)
+    if (supervisor_ < 0)
         throw std::system_error(forkError, std::generic_category(), command.executable);
 
     control_ = std::move(control.writing);
@@ -120,7 +120,7 @@ ChildProcess::Outcome ChildProcess::wait(const std::stop_token& stop, WrittenFil
         if (isReady(1))
             errors_.takeSome();
         if (isReady(3) || isReady(4) || Clock::now() >= nextLook) {
-            files.look(keeper_);
+            files.look(supervisor_);
             nextLook = Clock::now() + kLookInterval;
         }
         if (isReady(2))
@@ -139,14 +139,14 @@ ChildProcess::Outcome ChildProcess::wait(const std::stop_token& stop, WrittenFil
 
 /// If the supervisor is killed, this signal ends the program too.
 void ChildProcess::takeReports(Outcome& outcome) {
-    keeper::Report report{};
+    supervisor::Report report{};
     if (::read(reports_.number(), &report, sizeof report) != sizeof report) {
         reports_.close();
         if (!hasEnded_)
             outcome.signal = SIGKILL;
         return;
     }
-    if (report.kind == keeper::Report::Kind::launchFailed) {
+    if (report.kind == supervisor::Report::Kind::launchFailed) {
         launchError_ = report.value;
         return;
     }

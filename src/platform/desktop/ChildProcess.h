@@ -20,7 +20,7 @@ class WrittenFiles;
 ///
 /// It has ended when its own process has. Processes that it leaves running are ended too, so that
 /// they can neither delay the result by holding the pipes open nor go on writing unseen. The same
-/// happens when the run is stopped or the application is killed; see ProcessKeeper.h.
+/// happens when the run is stopped or the application is killed; see ProcessSupervisor.h.
 ///
 /// run() may be called on any thread and blocks it. The thread must outlive the run.
 class ChildProcess {
@@ -67,7 +67,7 @@ class ChildProcess {
     void takeReports(Outcome& outcome);
 
     std::string executable_;
-    pid_t keeper_ = -1;
+    pid_t supervisor_ = -1;
     Descriptor control_;
     Descriptor reports_;
     Stream output_{{}, {KeptText::Part::beginning, kOutputLimitBytes}};

@@ -87,7 +87,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::stop_source ending_; ///< abandons preparing for a device
 
     // Members are destroyed in reverse: each joins its threads before what they use is destroyed.
-    PlayGate gate_;
+    TransportState transport_;
     WakeUp renderWake_, watchWake_, demandMet_;
     std::atomic<std::size_t> demand_{0};
     OutputStage stage_;
@@ -101,7 +101,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
 };
 
 SoundGraph::SoundGraph(std::unique_ptr<AudioOutput> output)
-    : isPaced_(output->isPaced()), stage_(gate_, renderWake_, watchWake_),
+    : isPaced_(output->isPaced()), stage_(transport_, renderWake_, watchWake_),
       reader_(renderWake_, isPaced_), cache_(reader_), output_(std::move(output)),
       watch_({watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); },
               isPaced_}) {
@@ -126,7 +126,7 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     const std::size_t ahead =
         largestRequest + (isPaced_ ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
     auto renderThread = std::make_unique<RenderThread>(
-        RenderThread::Wiring{gate_, settings_, requests_, cache_, renderWake_, demandMet_,
+        RenderThread::Wiring{transport_, settings_, requests_, cache_, renderWake_, demandMet_,
                              isPaced_ ? nullptr : &demand_, ending_.get_token()},
         sampleRateHz, ahead);
     stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
@@ -136,7 +136,7 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     const OutputStage::Progress progress = stage_.progress();
     const bool begun = segment_ && progress.epoch >= segment_->firstEpoch;
     if (segment_ && begun && progress.ended)
-        gate_.set({++epoch_, false}); // nothing that is announced from now on plays it again
+        transport_.set({++epoch_, false}); // nothing that is announced from now on plays it again
     else if (segment_)
         playFrom(begun ? stage_.place() : Place{segment_->first});
 }
@@ -147,16 +147,16 @@ void SoundGraph::render(float* stereo, std::size_t frames) noexcept {
 
 std::size_t SoundGraph::awaitFrames(std::size_t frames) {
     const RenderRing& ring = renderThread_->ring();
-    const PlayGate::State gate = gate_.get();
+    const TransportState::Value transport = transport_.get();
     const OutputStage::Progress progress = stage_.progress();
-    if (!gate.playing || (progress.ended && progress.epoch == gate.epoch))
+    if (!transport.playing || (progress.ended && progress.epoch == transport.epoch))
         return 0;
     demand_.store(frames, std::memory_order_release);
     renderWake_.signal();
-    while (ring.framesOf(gate.epoch) < frames && ring.finishedEpoch() != gate.epoch)
+    while (ring.framesOf(transport.epoch) < frames && ring.finishedEpoch() != transport.epoch)
         demandMet_.wait();
     demand_.store(0, std::memory_order_release);
-    return std::min(frames, ring.framesOf(gate.epoch));
+    return std::min(frames, ring.framesOf(transport.epoch));
 }
 
 /// Plays the rest of the segment under a new epoch. Requires the mutex.
@@ -168,7 +168,7 @@ void SoundGraph::playFrom(const Place& place) {
     reader_.open(file, fileNumber_);
     request_ = {++epoch_, fileNumber_, file->sampleRate(), file->length(), place, segment_->next};
     requests_.put(request_);
-    gate_.set({epoch_, gate_.get().playing});
+    transport_.set({epoch_, transport_.get().playing});
     renderWake_.signal();
 }
 
@@ -197,7 +197,7 @@ void SoundGraph::scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t s
     segment_ = {std::move(file), first, epoch_ + 1, possible(next), first.frameCount};
     watch_.add(segment_->firstEpoch, std::move(completion));
     watch_.setActive(false);
-    gate_.set({epoch_, false});
+    transport_.set({epoch_, false});
     if (rateHz_ > 0)
         playFrom({segment_->first});
 }
@@ -216,13 +216,13 @@ void SoundGraph::announce(const std::optional<Announcement>& next) {
 
 std::optional<std::int64_t> SoundGraph::runningOn() const {
     const std::scoped_lock lock(mutex_);
-    const auto pass = segment_ && gate_.get().playing ? watch_.following() : std::nullopt;
+    const auto pass = segment_ && transport_.get().playing ? watch_.following() : std::nullopt;
     return pass ? std::optional(pass->announcement) : std::nullopt;
 }
 
 bool SoundGraph::adopt(std::int64_t id, Completion completion) {
     const std::scoped_lock lock(mutex_);
-    if (!segment_ || !gate_.get().playing)
+    if (!segment_ || !transport_.get().playing)
         return false;
     const auto pass = watch_.adopt(id, std::move(completion));
     if (pass)
@@ -236,7 +236,7 @@ void SoundGraph::setPlaying(bool playing) {
         if (!segment_)
             return;
         watch_.setActive(playing);
-        gate_.set({epoch_, playing});
+        transport_.set({epoch_, playing});
         renderWake_.signal();
     }
     if (playing && running_)
@@ -248,7 +248,7 @@ void SoundGraph::stop() {
     if (!segment_)
         return;
     segment_.reset();
-    gate_.set({++epoch_, false});
+    transport_.set({++epoch_, false});
     reader_.open(nullptr, 0);
     request_ = {};
     request_.epoch = epoch_;

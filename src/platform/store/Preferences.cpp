@@ -37,7 +37,7 @@ class Preferences::Impl {
         : file_(path), main_(file_, kMainBusyTimeout, salvage(), [this] { requestCheckpoint(); }),
           pool_(file_, kPoolBusyTimeout, salvage()) {
         main_.perform([](PreferenceDatabase&) {});
-        keeper_ = std::thread([this] { keep(); });
+        maintenance_ = std::thread([this] { maintain(); });
     }
 
     ~Impl() {
@@ -46,7 +46,7 @@ class Preferences::Impl {
             isEnding_ = true;
         }
         wake_.notify_all();
-        keeper_.join();
+        maintenance_.join();
         if (kept_.empty())
             return;
         main_.setBusyTimeout(kLastBusyTimeout);
@@ -191,7 +191,7 @@ class Preferences::Impl {
     }
 
     /// Runs on the thread that retries writes and checkpoints the log.
-    void keep() {
+    void maintain() {
         std::unique_lock lock(mutex_);
         while (true) {
             wake_.wait(lock, [&] { return isEnding_ || isRetryWanted_ || isCheckpointWanted_; });
@@ -232,7 +232,7 @@ class Preferences::Impl {
     bool isCheckpointWanted_ = false;
     bool isEnding_ = false;
     std::condition_variable wake_;
-    std::thread keeper_;
+    std::thread maintenance_;
 };
 
 Preferences::Preferences(const std::filesystem::path& database)

@@ -5,8 +5,8 @@
 
 namespace ambrel {
 
-OutputStage::OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segmentEnded)
-    : gate_(gate), roomMade_(roomMade), segmentEnded_(segmentEnded) {}
+OutputStage::OutputStage(const TransportState& transport, WakeUp& roomMade, WakeUp& segmentEnded)
+    : transport_(transport), roomMade_(roomMade), segmentEnded_(segmentEnded) {}
 
 void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin) {
     fade_ = Fade(sampleRateHz);
@@ -28,12 +28,12 @@ const OutputStage::Boundary* OutputStage::oldestBoundary() noexcept {
 }
 
 void OutputStage::render(float* stereo, std::size_t frames) noexcept {
-    const PlayGate::State gate = gate_.get();
+    const TransportState::Value transport = transport_.get();
     std::size_t done = 0;
     while (done < frames) {
-        if (fadeStep_ == 0 && !mayBegin(gate, frames - done))
+        if (fadeStep_ == 0 && !mayBegin(transport, frames - done))
             break;
-        const bool out = !gate.playing || gate.epoch != heardEpoch_;
+        const bool out = !transport.playing || transport.epoch != heardEpoch_;
         const RenderBlock* block = ring_->front();
         decaying_ = decaying_ || !block || block->epoch != heardEpoch_;
         done += !decaying_ ? takeFromBlock(stereo + 2 * done, frames - done, out)
@@ -48,22 +48,23 @@ void OutputStage::render(float* stereo, std::size_t frames) noexcept {
 
 /// Drops blocks of older epochs. A segment waits for a whole request of frames, so that it does not
 /// run dry at once.
-bool OutputStage::mayBegin(PlayGate::State gate, std::size_t frames) noexcept {
+bool OutputStage::mayBegin(TransportState::Value transport, std::size_t frames) noexcept {
     bool dropped = false;
     const RenderBlock* block = ring_->front();
-    // Newer blocks may already be there if the gate changed after this request began.
-    while (block && block->epoch < gate.epoch) {
+    // Newer blocks may already be there if the transport changed after this request began.
+    while (block && block->epoch < transport.epoch) {
         ring_->pop();
         dropped = true;
         block = ring_->front();
     }
     if (dropped)
         roomMade_.signal();
-    if (!block || block->epoch != gate.epoch || !gate.playing)
+    if (!block || block->epoch != transport.epoch || !transport.playing)
         return false;
-    if (ring_->frames() < std::min(frames, framesToBegin_) && ring_->finishedEpoch() != gate.epoch)
+    if (ring_->frames() < std::min(frames, framesToBegin_) &&
+        ring_->finishedEpoch() != transport.epoch)
         return false;
-    heardEpoch_ = gate.epoch;
+    heardEpoch_ = transport.epoch;
     fadeStep_ = 1;
     decaying_ = false;
     return true;
@@ -124,7 +125,7 @@ std::size_t OutputStage::decay(float* stereo, std::size_t frames) noexcept {
         lastRight_ = stereo[2 * count - 1];
     }
     written_ += static_cast<std::int64_t>(count);
-    if (gate_.get().epoch == heardEpoch_)
+    if (transport_.get().epoch == heardEpoch_)
         missed_.fetch_add(static_cast<std::int64_t>(count), std::memory_order_relaxed);
     return count;
 }

@@ -9,9 +9,9 @@
 #include <boost/lockfree/spsc_queue.hpp>
 
 #include "platform/sound/effect/Fade.h"
-#include "platform/sound/play/PlayGate.h"
 #include "platform/sound/play/PlayheadLog.h"
 #include "platform/sound/play/RenderRing.h"
+#include "platform/sound/play/TransportState.h"
 #include "platform/sound/thread/WakeUp.h"
 
 namespace ambrel {
@@ -37,7 +37,7 @@ class OutputStage {
 
     /// `roomMade` is signalled when frames have been taken, `segmentEnded` at each boundary and at
     /// the end of the segment.
-    OutputStage(const PlayGate& gate, WakeUp& roomMade, WakeUp& segmentEnded);
+    OutputStage(const TransportState& transport, WakeUp& roomMade, WakeUp& segmentEnded);
 
     /// Takes frames from `ring` from now on; what was playing is cut off. A segment begins once
     /// `framesToBegin` frames of it are ready, or a whole request if that is less.
@@ -67,13 +67,13 @@ class OutputStage {
     std::int64_t framesMissed() const noexcept { return missed_.load(std::memory_order_relaxed); }
 
   private:
-    bool mayBegin(PlayGate::State gate, std::size_t frames) noexcept;
+    bool mayBegin(TransportState::Value transport, std::size_t frames) noexcept;
     std::size_t takeFromBlock(float* stereo, std::size_t frames, bool out) noexcept;
     void finishBlock() noexcept;
     std::size_t decay(float* stereo, std::size_t frames) noexcept;
     void note(double from, double to, std::size_t frames, std::int64_t at) noexcept;
 
-    const PlayGate& gate_;
+    const TransportState& transport_;
     WakeUp& roomMade_;
     WakeUp& segmentEnded_;
     RenderRing* ring_ = nullptr;

@@ -39,8 +39,8 @@ bool RenderThread::step() {
     if (!isDemanded())
         return false;
     takeRequest();
-    const PlayGate::State gate = wiring_.gate.get();
-    if (newest_ != gate.epoch)
+    const TransportState::Value transport = wiring_.transport.get();
+    if (newest_ != transport.epoch)
         return false;
     if (!isBroken_) {
         if (const auto replaced = source_.update(nextChangeable()))
@@ -48,8 +48,8 @@ bool RenderThread::step() {
         if (wiring_.demand && !source_.isComplete())
             return false;
     }
-    if (epoch_ != gate.epoch || isMade_) {
-        if (!enterRun(gate))
+    if (epoch_ != transport.epoch || isMade_) {
+        if (!enterRun(transport))
             return false;
     }
     const std::size_t frames = std::min(room(), RenderBlock::capacity - block_.frames);
@@ -62,7 +62,7 @@ bool RenderThread::step() {
 
 bool RenderThread::isDemanded() noexcept {
     return !wiring_.demand || wiring_.demand->load(std::memory_order_acquire) >
-                                  ring_.framesOf(wiring_.gate.get().epoch);
+                                  ring_.framesOf(wiring_.transport.get().epoch);
 }
 
 void RenderThread::takeRequest() {
@@ -79,13 +79,13 @@ void RenderThread::takeRequest() {
 }
 
 /// Enters the next run; false if there is none, or not yet.
-bool RenderThread::enterRun(PlayGate::State gate) {
-    if (!gate.playing)
+bool RenderThread::enterRun(TransportState::Value transport) {
+    if (!transport.playing)
         return false;
-    if (epoch_ != gate.epoch) {
+    if (epoch_ != transport.epoch) {
         if (!isBroken_ && !source_.isReady())
             return false;
-        epoch_ = gate.epoch;
+        epoch_ = transport.epoch;
         begin(0, false);
         return true;
     }

@@ -9,9 +9,9 @@
 
 #include "platform/sound/effect/EqualiserUnit.h"
 #include "platform/sound/effect/Fade.h"
-#include "platform/sound/play/PlayGate.h"
 #include "platform/sound/play/RenderRing.h"
 #include "platform/sound/play/RunSource.h"
+#include "platform/sound/play/TransportState.h"
 #include "platform/sound/stretch/TimePitchUnit.h"
 #include "platform/sound/thread/Mailbox.h"
 #include "platform/sound/thread/WakeUp.h"
@@ -42,7 +42,7 @@ struct SoundSettings {
 class RenderThread {
   public:
     struct Wiring {
-        const PlayGate& gate;
+        const TransportState& transport;
         const SoundSettings& settings;
         Mailbox<PlayRequest>& requests;
         FrameCache& cache;
@@ -64,7 +64,7 @@ class RenderThread {
     bool step();
     bool isDemanded() noexcept;
     void takeRequest();
-    bool enterRun(PlayGate::State gate);
+    bool enterRun(TransportState::Value transport);
     void begin(double pauseFrames, bool isFollowing);
     double framesOwed() noexcept;
     std::size_t room() const noexcept;

@@ -16,7 +16,7 @@ namespace ambrel {
 ///
 /// It is forked from a multithreaded program without exec, so it may only use async-signal-safe
 /// calls: it never allocates, throws or locks.
-namespace keeper {
+namespace supervisor {
 
 constexpr int kPatienceMs = 300; ///< from SIGTERM to SIGKILL
 constexpr int kLongestEndMs = 2 * kPatienceMs;
@@ -46,5 +46,5 @@ struct Job {
 /// Runs in the child after fork(); all signals must have been blocked before.
 [[noreturn]] void run(const Job& job) noexcept;
 
-} // namespace keeper
+} // namespace supervisor
 } // namespace ambrel

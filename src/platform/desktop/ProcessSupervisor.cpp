@@ -1,4 +1,4 @@
-#include "platform/desktop/ProcessKeeper.h"
+#include "platform/desktop/ProcessSupervisor.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace ambrel::keeper {
+namespace ambrel::supervisor {
 namespace {
 
 constexpr int kCannotRun = 127; // as in shells
@@ -60,10 +60,10 @@ void forgetSignalHandlers() {
 }
 
 /// A new session also has its own process group, and no terminal to prompt on.
-[[noreturn]] void becomeProgram(const Job& job, pid_t keeper) {
+[[noreturn]] void becomeProgram(const Job& job, pid_t supervisor) {
     ::setsid();
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != keeper)
+    if (::getppid() != supervisor)
         ::_exit(kCannotRun);
     ::setpriority(PRIO_PROCESS, 0, kNiceness);
     ::dup2(job.output, STDOUT_FILENO);
@@ -163,16 +163,16 @@ bool end(Children& children, int signal) {
 
 void run(const Job& job) noexcept {
     ::setsid();
-    ::prctl(PR_SET_NAME, "ambrel-keeper");
+    ::prctl(PR_SET_NAME, "ambrel-helper");
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     closeAllBut({job.control, job.report, job.output, job.errors});
     useNothingAsStandardStreams();
     forgetSignalHandlers();
 
-    const pid_t keeper = ::getpid();
+    const pid_t supervisor = ::getpid();
     const pid_t program = ::_Fork(); // unlike fork(), async-signal-safe
     if (program == 0)
-        becomeProgram(job, keeper);
+        becomeProgram(job, supervisor);
     if (program < 0) {
         tell(job.report, Report::Kind::launchFailed, errno);
         ::_exit(kCannotRun);
@@ -191,4 +191,4 @@ void run(const Job& job) noexcept {
     ::_exit(0);
 }
 
-} // namespace ambrel::keeper
+} // namespace ambrel::supervisor
