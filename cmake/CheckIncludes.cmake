@@ -11,8 +11,10 @@ set(rules
     "platform/sound/thread:   ${sound}"
     "platform/sound/effect:   ${sound}"
     "platform/sound/file:     ${sound}"
-    "platform/sound/stretch:  ${sound} platform/sound/effect"
-    "platform/sound/play:     ${sound} platform/sound/effect platform/sound/stretch platform/sound/thread"
+    "platform/sound/attack:   ${sound} platform/sound/effect"
+    "platform/sound/stretch:  ${sound} platform/sound/effect platform/sound/attack"
+    "platform/sound/play:     ${sound} platform/sound/effect platform/sound/attack platform/sound/stretch
+                              platform/sound/thread"
     "platform/sound/device:   ${sound} platform/sound/effect platform/sound/thread"
     "platform/sound:          platform/sound/file platform/sound/play platform/sound/thread"
     "platform/desktop:"

@@ -171,7 +171,7 @@ class AudioGraphTest : public QObject {
     void aPauseOutlivesItsDevice() {
         constexpr int firstHz = 44'100, secondHz = 32'000, thirdHz = 48'000;
         const auto file = SyntheticFile::numbered(thirdHz, 60'000);
-        auto* const output = new test::ClockedOutput(firstHz, firstHz / 100, 1);
+        auto* const output = new test::ClockedOutput(firstHz, firstHz / 100, 0.5);
         const auto owned = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
         AudioGraph& graph = *owned;
         const auto isSilent = [&](std::size_t frames) {

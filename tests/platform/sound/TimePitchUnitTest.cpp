@@ -20,8 +20,9 @@ class FileInput final : public FrameInput {
   public:
     explicit FileInput(std::shared_ptr<AudioFile> file) : file_(std::move(file)) {}
 
-    std::size_t read(float* stereo, std::size_t frames) noexcept override {
-        const std::size_t got = file_->read(next_, std::span(stereo, 2 * frames));
+    std::size_t read(float* sound, float* rest, std::size_t frames) noexcept override {
+        const std::size_t got = file_->read(next_, std::span(sound, 2 * frames));
+        std::copy_n(sound, 2 * got, rest);
         next_ += std::int64_t(got);
         return got;
     }

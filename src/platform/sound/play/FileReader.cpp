@@ -68,13 +68,14 @@ void FileReader::run() {
             if (std::exchange(isNew_, false)) {
                 former = std::exchange(file_, std::move(opened_));
                 number_ = openedNumber_;
+                finder_.reset();
             }
         }
         FileBlock* block = nullptr;
         if (former) {
             // The previous file is closed before anything else is read.
         } else if (asked_.pop(block)) {
-            fill(*block);
+            serve(*block);
             done_.push(block);
             filledWake_.signal();
         } else {
@@ -83,11 +84,21 @@ void FileReader::run() {
     }
 }
 
-void FileReader::fill(FileBlock& block) {
+void FileReader::serve(FileBlock& block) {
     block.isFilled = file_ && block.file == number_ &&
                      block.order >= dropBefore_.load(std::memory_order_relaxed);
     if (!block.isFilled)
         return;
+    if (block.wanted == FileBlock::Wanted::attacks) {
+        findAttacks(block);
+        return;
+    }
+    fill(block);
+    if (finder_) // soon looked for
+        recent_[static_cast<std::size_t>(block.index) % recent_.size()] = block;
+}
+
+void FileReader::fill(FileBlock& block) {
     const std::int64_t first = block.index * FileBlock::frameCount;
     const auto wanted = static_cast<std::size_t>(
         std::clamp<std::int64_t>(file_->length() - first, 0, FileBlock::frameCount));
@@ -95,6 +106,42 @@ void FileReader::fill(FileBlock& block) {
     block.isWhole = got == wanted;
     tame(block.stereo.data(), 2 * got);
     std::fill(block.stereo.begin() + std::ptrdiff_t(2 * got), block.stereo.end(), 0.0F);
+}
+
+void FileReader::findAttacks(FileBlock& block) {
+    if (!finder_) {
+        finder_.emplace(file_->sampleRate());
+        const std::int64_t frames = finder_->framesBefore() + finder_->framesAfter();
+        recent_.assign(static_cast<std::size_t>(frames / FileBlock::frameCount) + 4, FileBlock());
+        for (FileBlock& recent : recent_)
+            recent.index = -1;
+    }
+    const std::int64_t first = block.index * FileBlock::frameCount;
+    const std::int64_t begin = first - finder_->framesBefore();
+    const std::int64_t end = first + FileBlock::frameCount + finder_->framesAfter();
+    surroundings_.assign(static_cast<std::size_t>(2 * (end - begin)), 0.0F);
+    for (std::int64_t from = std::max<std::int64_t>(0, begin);
+         from < std::min(end, file_->length());) {
+        const std::int64_t index = from / FileBlock::frameCount;
+        const std::int64_t to = std::min(end, (index + 1) * FileBlock::frameCount);
+        const float* const frames =
+            decoded(index).stereo.data() + 2 * (from - index * FileBlock::frameCount);
+        std::copy_n(frames, 2 * (to - from), surroundings_.data() + 2 * (from - begin));
+        from = to;
+    }
+    block.attacks.clear();
+    for (Attack& attack :
+         finder_->find(surroundings_, first, FileBlock::frameCount, file_->length()))
+        block.attacks.push_back(std::make_shared<const Attack>(std::move(attack)));
+}
+
+const FileBlock& FileReader::decoded(std::int64_t index) {
+    FileBlock& recent = recent_[static_cast<std::size_t>(index) % recent_.size()];
+    if (recent.index != index || !recent.isWhole) {
+        recent.index = index;
+        fill(recent);
+    }
+    return recent;
 }
 
 std::size_t FileReader::decode(std::int64_t first, float* stereo, std::size_t frames) {

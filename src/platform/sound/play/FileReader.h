@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
 #include <boost/lockfree/spsc_queue.hpp>
 
+#include "platform/sound/attack/AttackFinder.h"
 #include "platform/sound/thread/WakeUp.h"
 
 namespace ambrel {
@@ -24,12 +26,16 @@ struct FileBlock {
     std::int64_t file = 0;  ///< number of the file, as passed to FileReader::open()
     std::int64_t index = 0; ///< its first frame is index × frameCount
     std::int64_t order = 0; ///< running number of the read request
-    bool isFilled = false;  ///< false if the read request was dropped
-    bool isWhole = false;   ///< false if part of it could not be decoded and is silent
+    enum class Wanted { frames, attacks };
+    Wanted wanted = Wanted::frames;
+    bool isFilled = false; ///< false if the request was dropped
+    bool isWhole = false;  ///< false if part of it could not be decoded and is silent
     std::array<float, 2 * frameCount> stereo;
+    std::vector<std::shared_ptr<const Attack>> attacks; ///< found in these frames, once asked for
 };
 
-/// Decodes blocks of a file on its own thread, in the order asked for. Owned by the graph.
+/// Decodes blocks of a file on its own thread, in the order asked for, and finds the attacks in
+/// them, for which it decodes what lies around them. Owned by the graph.
 ///
 /// Frames outside the file, and those that cannot be decoded, are silence; so are NaN and infinity.
 /// Samples are limited to 1,000 times full scale, so that a broken one cannot blow up the filters
@@ -51,8 +57,9 @@ class FileReader {
     /// @name The render thread; none of these waits
     /// @{
 
-    /// Asks for `block`, with file, index and order set. The reader owns it until take() returns
-    /// it. False if too many are pending.
+    /// Asks for `block`, with file, index, order and what is wanted set. The reader owns it until
+    /// take() returns it, but for its frames where only attacks are wanted. False if too many are
+    /// pending.
     bool ask(FileBlock& block) noexcept;
 
     /// The next returned block, or nullptr.
@@ -67,7 +74,10 @@ class FileReader {
     using Queue = boost::lockfree::spsc_queue<FileBlock*, boost::lockfree::capacity<mostRequests>>;
 
     void run();
+    void serve(FileBlock& block);
     void fill(FileBlock& block);
+    void findAttacks(FileBlock& block);
+    const FileBlock& decoded(std::int64_t index);
     std::size_t decode(std::int64_t first, float* stereo, std::size_t frames);
 
     WakeUp& filledWake_;
@@ -87,6 +97,9 @@ class FileReader {
     std::shared_ptr<AudioFile> file_;
     std::int64_t number_ = 0;
     std::vector<float> mono_;
+    std::optional<AttackFinder> finder_; ///< for the file's rate; none before it is needed
+    std::vector<FileBlock> recent_;      ///< decoded last: block i is at i modulo their number
+    std::vector<float> surroundings_;    ///< of a block
 
     std::thread thread_; ///< last: everything above is there before it runs
 };

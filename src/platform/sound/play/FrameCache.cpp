@@ -18,6 +18,11 @@ void FrameCache::update() noexcept {
     while (const FileBlock* block = reader_.take()) {
         const auto at = static_cast<std::size_t>(block - blocks_.get());
         Slot& slot = slots_[at / ways][at % ways];
+        if (block->wanted == FileBlock::Wanted::attacks) {
+            --searches_;
+            slot.search = block->isFilled ? Slot::Search::done : Slot::Search::none;
+            continue;
+        }
         slot.state = block->isFilled ? Slot::State::filled : Slot::State::empty;
         slot.isWhole = block->isWhole;
     }
@@ -25,7 +30,7 @@ void FrameCache::update() noexcept {
     isMissing_ = false;
 }
 
-void FrameCache::want(std::int64_t first, std::int64_t frames) noexcept {
+void FrameCache::want(std::int64_t first, std::int64_t frames, bool attacks) noexcept {
     const std::int64_t begin = std::clamp<std::int64_t>(first, 0, length_);
     const std::int64_t end = std::clamp<std::int64_t>(first + frames, begin, length_);
     for (std::int64_t index = begin / FileBlock::frameCount; index * FileBlock::frameCount < end;
@@ -35,7 +40,10 @@ void FrameCache::want(std::int64_t first, std::int64_t frames) noexcept {
             slot->wantedIn = round_;
         else
             ask(index);
-        isMissing_ = isMissing_ || !slot || slot->state != Slot::State::filled;
+        const bool isFilled = slot && slot->state == Slot::State::filled;
+        if (isFilled && attacks && slot->search == Slot::Search::none)
+            askForAttacks(*slot);
+        isMissing_ = isMissing_ || !isFilled || (attacks && slot->search != Slot::Search::done);
     }
 }
 
@@ -44,8 +52,8 @@ void FrameCache::ask(std::int64_t index) noexcept {
     const std::size_t set = static_cast<std::size_t>(index) % sets;
     Slot* oldest = nullptr;
     for (Slot& slot : slots_[set]) {
-        if (slot.state != Slot::State::asked && slot.wantedIn < round_ &&
-            (!oldest || slot.wantedIn < oldest->wantedIn))
+        if (slot.state != Slot::State::asked && slot.search != Slot::Search::asked &&
+            slot.wantedIn < round_ && (!oldest || slot.wantedIn < oldest->wantedIn))
             oldest = &slot;
     }
     if (!oldest)
@@ -54,10 +62,24 @@ void FrameCache::ask(std::int64_t index) noexcept {
     block.file = file_;
     block.index = index;
     block.order = asked_;
+    block.wanted = FileBlock::Wanted::frames;
     if (!reader_.ask(block))
         return;
     ++asked_;
-    *oldest = {Slot::State::asked, file_, index, round_, false};
+    *oldest = {Slot::State::asked, Slot::Search::none, file_, index, round_, false};
+}
+
+void FrameCache::askForAttacks(Slot& slot) noexcept {
+    if (searches_ == mostSearches)
+        return;
+    FileBlock& block = blocks_[static_cast<std::size_t>(&slot - slots_.front().data())];
+    block.order = asked_;
+    block.wanted = FileBlock::Wanted::attacks;
+    if (!reader_.ask(block))
+        return;
+    ++asked_;
+    ++searches_;
+    slot.search = Slot::Search::asked;
 }
 
 const FrameCache::Slot* FrameCache::find(std::int64_t index) const noexcept {
@@ -109,7 +131,8 @@ std::size_t FrameCache::read(std::int64_t first, float* stereo, std::size_t fram
 void FrameCache::forgetBroken() noexcept {
     for (Set& set : slots_) {
         for (Slot& slot : set) {
-            if (slot.state == Slot::State::filled && !slot.isWhole)
+            if (slot.state == Slot::State::filled && slot.search != Slot::Search::asked &&
+                !slot.isWhole)
                 slot.state = Slot::State::empty;
         }
     }

@@ -1,6 +1,7 @@
 #include "platform/sound/play/PassReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/sound/effect/Correlation.h"
 #include "platform/sound/effect/Crossfade.h"
@@ -25,9 +26,8 @@ std::optional<Announcement> withoutFirst(Announcement next) {
 void PassReader::begin(int fileHz, const Pass& first, std::int64_t heard,
                        const std::optional<Announcement>& next) {
     longestCrossfade_ = std::min(std::int64_t{fileHz} * 5 / 1000, Crossfaded::mostFrames);
-    crossfade_.frames = -1;
     timeline_.begin(first, heard);
-    next_ = 0;
+    beginReading();
     following_ = next;
     isEndSettled_ = false;
 }
@@ -37,9 +37,16 @@ bool PassReader::beginNextRun() {
     if (!afterEnd_)
         return false;
     timeline_.begin(*afterEnd_, 0);
-    next_ = 0;
+    beginReading();
     isEndSettled_ = false;
     return true;
+}
+
+void PassReader::beginReading() noexcept {
+    next_ = searched_ = 0;
+    searchedPass_ = -1;
+    crossfade_.boundary = -1;
+    attacks_.clear();
 }
 
 bool PassReader::followsSeamlessly() const noexcept {
@@ -99,15 +106,27 @@ std::optional<std::int64_t> PassReader::follow(const std::optional<Announcement>
     timeline_.cutAt(boundary);
     isEndSettled_ = false;
     following_ = next;
-    const std::int64_t changed = std::max<std::int64_t>(
-        0, wasSeamless || followsSeamlessly() ? boundary - longestCrossfade_ : boundary);
+    crossfade_.boundary = -1;
+    const std::int64_t changed = dropAttacks(std::max<std::int64_t>(
+        0, wasSeamless || followsSeamlessly() ? boundary - longestCrossfade_ : boundary));
     if (next_ <= changed)
         return std::nullopt;
     next_ = changed;
     return changed;
 }
 
-std::size_t PassReader::read(float* stereo, std::size_t frames) {
+/// From `from` on, and whole: returns the first frame that is read differently without them.
+std::int64_t PassReader::dropAttacks(std::int64_t from) noexcept {
+    while (!attacks_.empty() && attacks_.back().to() > from) {
+        from = std::min(from, attacks_.back().from());
+        attacks_.pop_back();
+    }
+    searched_ = std::min(searched_, from);
+    searchedPass_ = from > 0 ? timeline_.at(from).boundaryAfter(from) : -1;
+    return from;
+}
+
+std::size_t PassReader::read(float* sound, float* rest, std::size_t frames) {
     std::size_t done = 0;
     while (done < frames) {
         if (next_ >= timeline_.end() && !decide())
@@ -116,11 +135,18 @@ std::size_t PassReader::read(float* stereo, std::size_t frames) {
         const std::int64_t boundary = row.boundaryAfter(next_);
         const std::int64_t length = crossfadeLength(boundary);
         const auto room = static_cast<std::int64_t>(frames - done);
-        float* out = stereo + 2 * done;
+        float* const outSound = sound + 2 * done;
+        float* const outRest = rest + 2 * done;
         std::int64_t count = std::min(room, boundary - length - next_);
         if (count > 0) {
             const std::size_t got =
-                cache_.read(row.fileFrameAt(next_), out, static_cast<std::size_t>(count));
+                cache_.read(row.fileFrameAt(next_), outSound, static_cast<std::size_t>(count));
+            if (const auto end = next_ + static_cast<std::int64_t>(got); end > searched_) {
+                findAttacks(boundary, std::max(next_, searched_), end, 0);
+                searched_ = end;
+            }
+            std::copy_n(outSound, 2 * got, outRest);
+            lift(boundary, next_, outRest, static_cast<std::int64_t>(got));
             next_ += static_cast<std::int64_t>(got);
             done += got;
             if (got < static_cast<std::size_t>(count))
@@ -130,11 +156,53 @@ std::size_t PassReader::read(float* stereo, std::size_t frames) {
         if (!makeCrossfade(boundary, length))
             break;
         count = std::min(room, boundary - next_);
-        std::copy_n(crossfade_.stereo.data() + 2 * (next_ - (boundary - length)), 2 * count, out);
+        const std::int64_t from = next_ - (boundary - length);
+        std::copy_n(crossfade_.sound.data() + 2 * from, 2 * count, outSound);
+        std::copy_n(crossfade_.rest.data() + 2 * from, 2 * count, outRest);
         next_ += count;
         done += static_cast<std::size_t>(count);
     }
     return done;
+}
+
+/// Notes the attacks that begin in these frames of the pass that ends at `boundary`, and at its
+/// start also those that have begun before. `fadeIn`: length of the crossfade into the pass.
+void PassReader::findAttacks(std::int64_t boundary, std::int64_t from, std::int64_t to,
+                             std::int64_t fadeIn) {
+    const Pass& pass = timeline_.at(boundary - 1).first;
+    RunAttack found;
+    found.shift = boundary - pass.frameCount - pass.startFrame;
+    found.passBegin = std::max<std::int64_t>(0, boundary - pass.frameCount - fadeIn);
+    found.passEnd = boundary;
+    found.fadeIn = fadeIn;
+    found.fadeOut = crossfadeLength(boundary);
+    const bool isStart = std::exchange(searchedPass_, boundary) != boundary;
+    // An attack may begin in the block before the one that it is found in, and end in the next.
+    const std::int64_t reach = FileBlock::frameCount;
+    cache_.visitAttacks(from - found.shift - reach, to - from + 2 * reach, [&](const auto& attack) {
+        found.attack = attack;
+        const std::int64_t begin = attack->begin + found.shift;
+        if (begin >= to || (begin < from && !isStart) || found.to() <= from)
+            return;
+        attacks_.push_back(found);
+        if (attacks_.size() > mostAttacks)
+            attacks_.erase(attacks_.begin());
+    });
+}
+
+/// Takes the attacks of the pass that ends at `boundary` out of frames of it.
+void PassReader::lift(std::int64_t boundary, std::int64_t from, float* stereo,
+                      std::int64_t frames) const noexcept {
+    for (const RunAttack& lifted : attacks_) {
+        if (lifted.passEnd != boundary)
+            continue;
+        const Attack& attack = *lifted.attack;
+        const std::int64_t begin = std::max(lifted.from(), from);
+        for (std::int64_t frame = begin; frame < std::min(lifted.to(), from + frames); ++frame)
+            for (const std::int64_t channel : {0, 1})
+                stereo[2 * (frame - from) + channel] -= attack.removed[static_cast<std::size_t>(
+                    2 * (frame - lifted.shift - attack.begin) + channel)];
+    }
 }
 
 /// Length of the crossfade before `boundary`, as far as is known.
@@ -153,21 +221,31 @@ bool PassReader::makeCrossfade(std::int64_t boundary, std::int64_t frames) {
     if (boundary == timeline_.end())
         decide();
     const Pass& before = timeline_.at(boundary - 1).first;
-    const std::int64_t end = before.startFrame + before.frameCount;
-    const std::int64_t start = timeline_.at(boundary).first.startFrame;
-    auto& [madeEnd, madeStart, madeFrames, stereo, beside] = crossfade_;
-    if (madeEnd == end && madeStart == start && madeFrames == frames)
+    const Pass& after = timeline_.at(boundary).first;
+    Crossfaded& made = crossfade_;
+    if (made.boundary == boundary && made.start == after.startFrame && made.frames == frames)
         return true;
     const auto count = static_cast<std::size_t>(frames);
-    madeFrames = -1;
-    if (cache_.read(end - frames, stereo.data(), count) < count ||
-        cache_.read(start - frames, beside.data(), count) < count)
+    made.boundary = -1;
+    if (cache_.read(before.startFrame + before.frameCount - frames, made.sound.data(), count) <
+            count ||
+        cache_.read(after.startFrame - frames, beside_.data(), count) < count)
         return false;
-    crossfade(stereo.data(), beside.data(), count, 0, count,
-              correlation(stereo.data(), beside.data(), 2 * count));
-    madeEnd = end;
-    madeStart = start;
-    madeFrames = frames;
+    const std::int64_t begin = boundary - frames;
+    if (searched_ < boundary) {
+        findAttacks(boundary, std::max(begin, searched_), boundary, 0);
+        findAttacks(boundary + after.frameCount, begin, boundary, frames);
+        searched_ = boundary;
+    }
+    const double alike = correlation(made.sound.data(), beside_.data(), 2 * count);
+    std::copy_n(made.sound.data(), 2 * count, made.rest.data());
+    crossfade(made.sound.data(), beside_.data(), count, 0, count, alike);
+    lift(boundary, begin, made.rest.data(), frames);
+    lift(boundary + after.frameCount, begin, beside_.data(), frames);
+    crossfade(made.rest.data(), beside_.data(), count, 0, count, alike);
+    made.boundary = boundary;
+    made.start = after.startFrame;
+    made.frames = frames;
     return true;
 }
 

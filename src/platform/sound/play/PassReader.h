@@ -4,7 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <vector>
 
+#include "platform/sound/attack/RunAttack.h"
 #include "platform/sound/play/RunTimeline.h"
 
 namespace ambrel {
@@ -19,10 +22,15 @@ class FrameCache;
 /// which may be an attack, stays untouched. The gains depend on how similar the two sounds are, so
 /// that the level stays constant.
 ///
-/// Render thread only; never waits. Allocates nothing.
+/// Attacks that are known by the time they are read are lifted out of what is stretched: from all
+/// of their frames that the pass plays, or from none.
+///
+/// Render thread only; never waits. Allocates in the constructor only.
 class PassReader {
   public:
-    explicit PassReader(const FrameCache& cache) : cache_(cache) {}
+    explicit PassReader(const FrameCache& cache) : cache_(cache) {
+        attacks_.reserve(mostAttacks + 1);
+    }
 
     /// Begins a segment of a file with this sample rate. The first run starts with `first`, `heard`
     /// frames into it; `next` follows.
@@ -40,9 +48,12 @@ class PassReader {
     /// Resumes reading at `frame` of the run, 0 or later.
     void goBackTo(std::int64_t frame) noexcept { next_ = frame; }
 
-    /// Fills up to `frames` stereo frames and returns how many: fewer at the run's end or where the
-    /// cache has no more yet.
-    std::size_t read(float* stereo, std::size_t frames);
+    /// Fills up to `frames` stereo frames, of the sound and of its rest without attacks, and
+    /// returns how many: fewer at the run's end or where the cache has no more yet.
+    std::size_t read(float* sound, float* rest, std::size_t frames);
+
+    /// The attacks lifted out so far, in order; the last ones if there are many.
+    std::span<const RunAttack> attacks() const noexcept { return attacks_; }
 
     /// The frame of the run that is read next.
     std::int64_t next() const noexcept { return next_; }
@@ -71,17 +82,24 @@ class PassReader {
     struct Crossfaded {
         static constexpr std::int64_t mostFrames = 4096; ///< 5 ms at rates far above any file's
 
-        std::int64_t end = 0;   ///< file frame at which the first pass ends
-        std::int64_t start = 0; ///< file frame at which the second begins
+        std::int64_t boundary = -1; ///< frame of the run at which the second pass begins
+        std::int64_t start = 0;     ///< file frame of that
         std::int64_t frames = -1;
-        std::array<float, 2 * mostFrames> stereo, beside;
+        std::array<float, 2 * mostFrames> sound, rest;
     };
+    static constexpr std::size_t mostAttacks = 64; ///< 1.3 s of them
 
     bool followsSeamlessly() const noexcept;
     bool decide() noexcept;
     void settleEnd() noexcept;
     std::int64_t crossfadeLength(std::int64_t boundary) const noexcept;
     bool makeCrossfade(std::int64_t boundary, std::int64_t frames);
+    void beginReading() noexcept;
+    void findAttacks(std::int64_t boundary, std::int64_t from, std::int64_t to,
+                     std::int64_t fadeIn);
+    void lift(std::int64_t boundary, std::int64_t from, float* stereo,
+              std::int64_t frames) const noexcept;
+    std::int64_t dropAttacks(std::int64_t from) noexcept;
 
     const FrameCache& cache_;
     RunTimeline timeline_;
@@ -91,6 +109,10 @@ class PassReader {
     bool isEndSettled_ = false;    ///< the run ends with the passes decided so far
     std::optional<Pass> afterEnd_; ///< what follows then
     Crossfaded crossfade_;
+    std::array<float, 2 * Crossfaded::mostFrames> beside_;
+    std::vector<RunAttack> attacks_;
+    std::int64_t searched_ = 0;      ///< up to this frame of the run attacks have been lifted out
+    std::int64_t searchedPass_ = -1; ///< the end of the pass in which they have last been
 };
 
 } // namespace ambrel

@@ -43,7 +43,7 @@ bool RenderThread::step() {
     if (newest_ != transport.epoch)
         return false;
     if (!isBroken_) {
-        if (const auto replaced = source_.update(nextChangeable()))
+        if (const auto replaced = source_.update(nextChangeable(), isStretched()))
             timePitch_.replaceFrom(*replaced);
         if (wiring_.demand && !source_.isComplete())
             return false;
@@ -131,6 +131,12 @@ std::size_t RenderThread::room() const noexcept {
         wiring_.demand ? wiring_.demand->load(std::memory_order_acquire) : framesAhead_;
     const std::size_t made = ring_.framesOf(epoch_) + block_.frames;
     return target > made ? target - made : 0;
+}
+
+/// Whether attacks would be smeared.
+bool RenderThread::isStretched() const noexcept {
+    return wiring_.settings.rate.load(std::memory_order_relaxed) != 1 ||
+           wiring_.settings.cents.load(std::memory_order_relaxed) != 0;
 }
 
 void RenderThread::applySettings() noexcept {

@@ -68,6 +68,7 @@ class RenderThread {
     void begin(double pauseFrames, bool isFollowing);
     double framesOwed() noexcept;
     std::size_t room() const noexcept;
+    bool isStretched() const noexcept;
     void applySettings() noexcept;
     std::size_t makeFrames(std::size_t frames);
     std::size_t makePause(std::size_t frames) noexcept;

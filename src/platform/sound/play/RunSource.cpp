@@ -66,6 +66,7 @@ void RunSource::startConverter(std::int64_t from) {
     const std::int64_t start = std::max<std::int64_t>(0, (at - preroll) / step * step);
     passes_.goBackTo(start);
     converter_.emplace(fileHz_, deviceHz_);
+    restConverter_.emplace(fileHz_, deviceHz_);
     toSkip_ = from - toDevice(start);
 }
 
@@ -81,9 +82,9 @@ double RunSource::framesCut() const noexcept {
     return double(end) / ratio_ - double(toDevice(end));
 }
 
-std::optional<std::int64_t> RunSource::update(double changeable) {
+std::optional<std::int64_t> RunSource::update(double changeable, bool attacks) {
     cache_.update();
-    wantAhead();
+    wantAhead(attacks);
     if (!isNew_ || !hasStart(announced_))
         return std::nullopt;
     isNew_ = false;
@@ -102,24 +103,25 @@ std::optional<std::int64_t> RunSource::update(double changeable) {
 }
 
 /// A second of what is being read, and of whatever may come after it.
-void RunSource::wantAhead() {
-    want(passes_.nextInFile(), passes_.leftInPass());
+void RunSource::wantAhead(bool attacks) {
+    want(passes_.nextInFile(), passes_.leftInPass(), attacks);
     const std::int64_t next = passes_.next() + passes_.leftInPass();
     if (next < passes_.timeline().end()) {
         const Pass& decided = passes_.timeline().at(next).first;
-        want(decided.startFrame, decided.frameCount);
+        want(decided.startFrame, decided.frameCount, attacks);
     }
     if (const auto after = passes_.afterEnd())
-        want(after->startFrame, after->frameCount);
+        want(after->startFrame, after->frameCount, attacks);
     for (const auto& announced : {passes_.following(), isNew_ ? announced_ : std::nullopt})
         if (announced)
-            want(announced->startFrame, announced->frameCount);
+            want(announced->startFrame, announced->frameCount, attacks);
 }
 
 /// And of what is faded into it.
-void RunSource::want(std::int64_t first, std::int64_t frames) {
+void RunSource::want(std::int64_t first, std::int64_t frames, bool attacks) {
     const std::int64_t before = passes_.longestCrossfade();
-    cache_.want(first - before, before + std::min({frames, std::int64_t{fileHz_}, mostAhead}));
+    cache_.want(first - before, before + std::min({frames, std::int64_t{fileHz_}, mostAhead}),
+                attacks);
 }
 
 bool RunSource::hasStart(const std::optional<Announcement>& next) const noexcept {
@@ -128,25 +130,29 @@ bool RunSource::hasStart(const std::optional<Announcement>& next) const noexcept
            cache_.has(next->startFrame - before, before + std::min(next->frameCount, startFrames));
 }
 
-std::size_t RunSource::read(float* stereo, std::size_t frames) noexcept {
+std::size_t RunSource::read(float* sound, float* rest, std::size_t frames) noexcept {
     const std::int64_t end = toDevice(passes_.end());
     frames = static_cast<std::size_t>(
         std::clamp<std::int64_t>(end - position_, 0, static_cast<std::int64_t>(frames)));
-    const std::size_t got = converter_ ? convert(stereo, frames) : passes_.read(stereo, frames);
+    const std::size_t got =
+        converter_ ? convert(sound, rest, frames) : passes_.read(sound, rest, frames);
     position_ += static_cast<std::int64_t>(got);
     return got;
 }
 
-std::size_t RunSource::convert(float* stereo, std::size_t frames) noexcept {
-    std::array<float, 2 * inputFrames> skipped{};
+std::size_t RunSource::convert(float* sound, float* rest, std::size_t frames) noexcept {
+    std::array<float, 2 * inputFrames> skipped;
     std::size_t done = 0;
     while (done < frames) {
         const bool isSkipping = toSkip_ > 0;
-        float* out = isSkipping ? skipped.data() : stereo + 2 * done;
         const std::size_t room =
             isSkipping ? std::min<std::size_t>(inputFrames, std::size_t(toSkip_)) : frames - done;
-        const Resampler::Step step = converter_->process(input_.data() + 2 * inputDone_,
-                                                         inputCount_ - inputDone_, out, room);
+        const auto process = [&](Resampler& converter, const float* input, float* output) {
+            return converter.process(input + 2 * inputDone_, inputCount_ - inputDone_,
+                                     isSkipping ? skipped.data() : output + 2 * done, room);
+        };
+        const Resampler::Step step = process(*converter_, input_.data(), sound);
+        process(*restConverter_, restInput_.data(), rest);
         inputDone_ += step.taken;
         if (isSkipping)
             toSkip_ -= static_cast<std::int64_t>(step.made);
@@ -161,9 +167,10 @@ std::size_t RunSource::convert(float* stereo, std::size_t frames) noexcept {
 /// Fetches the next input, silence after the end of the run; false if frames are missing.
 bool RunSource::takeInput() noexcept {
     inputDone_ = 0;
-    inputCount_ = passes_.read(input_.data(), inputFrames);
+    inputCount_ = passes_.read(input_.data(), restInput_.data(), inputFrames);
     if (inputCount_ == 0 && passes_.next() >= passes_.end()) {
         input_.fill(0);
+        restInput_.fill(0);
         inputCount_ = inputFrames;
     }
     return inputCount_ > 0;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "platform/sound/play/FrameBlock.h"
 #include "platform/sound/play/FrameCache.h"
@@ -53,12 +54,15 @@ class RunSource final : public FrameInput {
 
     /// Updates the cache, and applies a new announcement to boundaries at `changeable` or later. If
     /// frames already read have become wrong, returns the first of them; reading resumes there.
-    std::optional<std::int64_t> update(double changeable);
+    /// `attacks`: whether those will be needed that are found ahead.
+    std::optional<std::int64_t> update(double changeable, bool attacks);
 
     /// Whether everything needed within the next second is in the cache.
     bool isComplete() const noexcept { return cache_.isComplete(); }
 
-    std::size_t read(float* stereo, std::size_t frames) noexcept override;
+    std::size_t read(float* sound, float* rest, std::size_t frames) noexcept override;
+    std::span<const RunAttack> attacks() const noexcept override { return passes_.attacks(); }
+    double attackFrames() const noexcept override { return ratio_; }
 
     /// Where the run ends as far as is known, or FrameInput::endless.
     std::int64_t runEnd() const noexcept override { return toDevice(passes_.end()); }
@@ -82,10 +86,10 @@ class RunSource final : public FrameInput {
 
     std::int64_t toDevice(std::int64_t fileFrame) const noexcept;
     void startConverter(std::int64_t from);
-    void wantAhead();
-    void want(std::int64_t first, std::int64_t frames);
+    void wantAhead(bool attacks);
+    void want(std::int64_t first, std::int64_t frames, bool attacks);
     bool hasStart(const std::optional<Announcement>& next) const noexcept;
-    std::size_t convert(float* stereo, std::size_t frames) noexcept;
+    std::size_t convert(float* sound, float* rest, std::size_t frames) noexcept;
     bool takeInput() noexcept;
 
     FrameCache& cache_;
@@ -97,10 +101,11 @@ class RunSource final : public FrameInput {
     std::optional<Announcement> announced_;
     bool isNew_ = false; ///< what was announced does not count yet
 
-    std::optional<Resampler> converter_; ///< none where the rates are equal
-    std::int64_t position_ = 0;          ///< device frames read of the run
-    std::int64_t toSkip_ = 0;            ///< output frames of the converter to skip
-    std::array<float, 2 * inputFrames> input_{};
+    /// Of the sound and of its rest, in step; none where the rates are equal.
+    std::optional<Resampler> converter_, restConverter_;
+    std::int64_t position_ = 0; ///< device frames read of the run
+    std::int64_t toSkip_ = 0;   ///< output frames of the converter to skip
+    std::array<float, 2 * inputFrames> input_{}, restInput_{};
     std::size_t inputDone_ = 0, inputCount_ = 0; ///< frames
 };
 

@@ -31,7 +31,7 @@ std::optional<double> BypassVoice::lineUp(double position, std::size_t, double) 
 }
 
 void BypassVoice::take(float* stereo, std::size_t frames) noexcept {
-    input_.copy(next_, stereo, frames);
+    input_.copySound(next_, stereo, frames);
     next_ += static_cast<std::int64_t>(frames);
 }
 

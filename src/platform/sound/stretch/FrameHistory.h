@@ -20,6 +20,12 @@ class FrameHistory {
     /// The number of the next frame.
     std::int64_t end() const noexcept { return end_; }
 
+    /// Forgets all; the next frame is number `frame`.
+    void restart(std::int64_t frame) noexcept {
+        end_ = frame;
+        std::ranges::fill(samples_, 0.0F);
+    }
+
     /// Frames from `frame` on will be added again.
     void rewind(std::int64_t frame) noexcept { end_ = std::min(end_, frame); }
 

@@ -2,6 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+
+#include "platform/sound/attack/RunAttack.h"
 
 namespace ambrel {
 
@@ -13,9 +16,15 @@ class FrameInput {
 
     virtual ~FrameInput() = default;
 
-    /// Fills up to `frames` interleaved stereo frames and returns how many were available. Never
-    /// waits.
-    virtual std::size_t read(float* stereo, std::size_t frames) noexcept = 0;
+    /// Fills up to `frames` interleaved stereo frames and returns how many were available: the
+    /// sound, and what is left of it when attacks have been lifted out. Never waits.
+    virtual std::size_t read(float* sound, float* rest, std::size_t frames) noexcept = 0;
+
+    /// The attacks lifted out of what has been read, in order; older ones may be missing.
+    virtual std::span<const RunAttack> attacks() const noexcept { return {}; }
+
+    /// Frames of an attack in a frame of the run.
+    virtual double attackFrames() const noexcept { return 1; }
 
     /// Where the run ends, as far as is known now.
     virtual std::int64_t runEnd() const noexcept = 0;

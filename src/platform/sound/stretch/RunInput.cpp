@@ -19,7 +19,8 @@ constexpr std::size_t spreadPart = 16;
 
 } // namespace
 
-RunInput::RunInput(std::size_t history, std::size_t span) : history_(history), span_(span) {
+RunInput::RunInput(std::size_t history, std::size_t span)
+    : sound_(history), rest_(history), span_(span) {
     near_.reserve(span);
 }
 
@@ -29,7 +30,8 @@ void RunInput::begin(FrameInput& source) noexcept {
 }
 
 void RunInput::rewind(std::int64_t frame) noexcept {
-    history_.rewind(frame);
+    sound_.rewind(frame);
+    rest_.rewind(frame);
     if (frame < static_cast<std::int64_t>(span_))
         begin_.lag = 0;
     end_.lag = 0;
@@ -40,23 +42,24 @@ std::size_t RunInput::fetch(std::int64_t from, std::size_t frames) noexcept {
     const std::int64_t end = std::max(from + static_cast<std::int64_t>(frames),
                                       from < 0 ? static_cast<std::int64_t>(span_) : 0);
     // The run's end may move while it is read.
-    const auto missing = [&] { return std::min(end, length()) - history_.end(); };
+    const auto missing = [&] { return std::min(end, length()) - rest_.end(); };
     while (missing() > 0) {
-        std::array<float, 2 * readFrames> stereo;
-        const std::size_t got =
-            source_->read(stereo.data(), std::min(readFrames, static_cast<std::size_t>(missing())));
+        std::array<float, 2 * readFrames> sound, rest;
+        const std::size_t got = source_->read(
+            sound.data(), rest.data(), std::min(readFrames, static_cast<std::size_t>(missing())));
         if (got == 0)
             break;
-        history_.add(stereo.data(), got);
+        sound_.add(sound.data(), got);
+        rest_.add(rest.data(), got);
     }
     if (missing() <= 0)
         return length() > 0 ? frames : 0;
     return from < 0 ? 0
                     : static_cast<std::size_t>(std::clamp<std::int64_t>(
-                          history_.end() - from, 0, static_cast<std::int64_t>(frames)));
+                          rest_.end() - from, 0, static_cast<std::int64_t>(frames)));
 }
 
-void RunInput::copy(std::int64_t from, float* stereo, std::size_t frames) noexcept {
+void RunInput::copyRest(std::int64_t from, float* stereo, std::size_t frames) noexcept {
     const std::int64_t last = length() - 1;
     for (std::int64_t frame = from; frame < from + static_cast<std::int64_t>(frames);
          ++frame, stereo += 2) {
@@ -65,7 +68,7 @@ void RunInput::copy(std::int64_t from, float* stereo, std::size_t frames) noexce
         else if (frame > last)
             extend(end_, last, frame - last - 1, stereo);
         else
-            history_.copy(frame, stereo);
+            rest_.copy(frame, stereo);
     }
 }
 
@@ -75,7 +78,7 @@ void RunInput::extend(Edge& edge, std::int64_t frame, std::int64_t beyond, float
         edge.frame = frame;
         analyse(edge);
     }
-    history_.copy(edge.at(edge.lag - 1 - beyond % edge.lag), stereo);
+    rest_.copy(edge.at(edge.lag - 1 - beyond % edge.lag), stereo);
     const auto spread = static_cast<std::int64_t>(span_ / spreadPart);
     const float left =
         1 - static_cast<float>(std::min(beyond, spread)) / static_cast<float>(spread);
@@ -86,11 +89,11 @@ void RunInput::extend(Edge& edge, std::int64_t frame, std::int64_t beyond, float
 void RunInput::analyse(Edge& edge) noexcept {
     near_.resize(static_cast<std::size_t>(std::min<std::int64_t>(length(), std::int64_t(span_))));
     for (std::size_t i = 0; i < near_.size(); ++i)
-        near_[i] = history_.mono(edge.at(static_cast<std::int64_t>(i)));
+        near_[i] = rest_.mono(edge.at(static_cast<std::int64_t>(i)));
     edge.lag = bestLag();
     float last[2], again[2];
-    history_.copy(edge.at(0), last);
-    history_.copy(edge.at(std::min(edge.lag, length() - 1)), again);
+    rest_.copy(edge.at(0), last);
+    rest_.copy(edge.at(std::min(edge.lag, length() - 1)), again);
     for (const int channel : {0, 1})
         edge.step[channel] = last[channel] - again[channel];
 }

@@ -10,7 +10,8 @@
 namespace ambrel {
 
 /// The frames of a run as the voices read them, each at a place of its own: the most recent ones,
-/// and what a stretcher is fed before and after the run for half its window.
+/// as they are and without the attacks that have been lifted out, and what a stretcher is fed
+/// before and after the run for half its window.
 ///
 /// Silence there would be a step in the signal, which the stretcher spreads into a click. The
 /// file's own sound would let an attack just after the region be heard early. Instead, the sound
@@ -34,11 +35,23 @@ class RunInput {
     /// on can be copied now.
     std::size_t fetch(std::int64_t from, std::size_t frames) noexcept;
 
-    /// Copies frames that have been fetched, inside or outside the run.
-    void copy(std::int64_t from, float* stereo, std::size_t frames) noexcept;
+    /// Copies frames of the sound that have been fetched, inside the run.
+    void copySound(std::int64_t from, float* stereo, std::size_t frames) const noexcept {
+        for (std::size_t i = 0; i < frames; ++i)
+            sound_.copy(from + static_cast<std::int64_t>(i), stereo + 2 * i);
+    }
 
-    /// The sum of the channels of a fetched frame inside the run.
-    float mono(std::int64_t frame) const noexcept { return history_.mono(frame); }
+    /// The same without its attacks, inside or outside the run.
+    void copyRest(std::int64_t from, float* stereo, std::size_t frames) noexcept;
+
+    /// The sum of the channels of a fetched frame of the sound inside the run.
+    float mono(std::int64_t frame) const noexcept { return sound_.mono(frame); }
+
+    /// As for FrameInput.
+    std::span<const RunAttack> attacks() const noexcept {
+        return source_ ? source_->attacks() : std::span<const RunAttack>();
+    }
+    double attackFrames() const noexcept { return source_->attackFrames(); }
 
   private:
     struct Edge {
@@ -54,7 +67,7 @@ class RunInput {
     std::int64_t bestLag() const noexcept;
 
     FrameInput* source_ = nullptr;
-    FrameHistory history_;
+    FrameHistory sound_, rest_;
     std::size_t span_;
     std::vector<float> near_; ///< mono, from the edge inwards
     Edge begin_{1}, end_{-1};

@@ -9,8 +9,8 @@
 namespace ambrel {
 
 StretchVoice::StretchVoice(RunInput& input, int sampleRateHz, const std::stop_token& stop)
-    : input_(input), stretcher_(sampleRateHz, stop),
-      fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
+    : input_(input), stretcher_(sampleRateHz, stop), restorer_(input, sampleRateHz),
+      attacks_(input), fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
 
 void StretchVoice::begin(std::int64_t first, double rate, double cents, std::size_t lead) {
     constexpr double feed = Stretcher::feedFrames;
@@ -24,6 +24,8 @@ void StretchVoice::begin(std::int64_t first, double rate, double cents, std::siz
     mapped_ = first;
     fed_ = first - static_cast<std::int64_t>(pad()) - static_cast<std::int64_t>(leadInput);
     made_ = 0;
+    restorer_.begin(0);
+    attacks_.begin();
     isOutdated_ = false;
 }
 
@@ -47,11 +49,15 @@ double StretchVoice::framesLeft() const noexcept {
     return end - static_cast<double>(made_);
 }
 
+StepRestorer::Stretch StretchVoice::stretch() const noexcept {
+    return {map_, rate_, std::exp2(cents_ / 1200)};
+}
+
 bool StretchVoice::feed() {
     std::array<float, 2 * Stretcher::feedFrames> stereo;
     if (input_.fetch(fed_, Stretcher::feedFrames) < Stretcher::feedFrames)
         return false;
-    input_.copy(fed_, stereo.data(), Stretcher::feedFrames);
+    input_.copyRest(fed_, stereo.data(), Stretcher::feedFrames);
     stretcher_.feed(stereo.data());
     fed_ += static_cast<std::int64_t>(Stretcher::feedFrames);
     // A frame is heard when the centre of the analysis window passes it. What is outside the run
@@ -73,6 +79,8 @@ std::optional<double> StretchVoice::lineUp(double position, std::size_t frames, 
         const std::size_t dropped = std::min(late, ready);
         stretcher_.discard(static_cast<std::int64_t>(dropped));
         made_ += static_cast<std::int64_t>(dropped);
+        if (dropped > 0)
+            restorer_.begin(made_);
         if (ready >= late + frames)
             return 1;
         if (fed >= mostInput || !feed())
@@ -81,13 +89,22 @@ std::optional<double> StretchVoice::lineUp(double position, std::size_t frames, 
 }
 
 std::size_t StretchVoice::prepare(std::size_t frames) {
-    while (stretcher_.available() < frames && feed()) {
+    const std::size_t ahead = restorer_.lookAhead(frames, stretch());
+    while (restorer_.held() < frames + ahead) {
+        std::array<float, 2 * blockFrames> stereo;
+        const std::size_t missing = frames + ahead - restorer_.held();
+        const std::size_t got = stretcher_.take(stereo.data(), std::min(missing, blockFrames));
+        restorer_.add(stereo.data(), got);
+        if (got == 0 && !feed())
+            break;
     }
-    return std::min(frames, stretcher_.available());
+    return std::min(frames, restorer_.held() - std::min(restorer_.held(), ahead));
 }
 
 void StretchVoice::take(float* stereo, std::size_t frames) {
-    made_ += static_cast<std::int64_t>(stretcher_.take(stereo, frames));
+    restorer_.take(stereo, frames, stretch());
+    attacks_.add(made_, stereo, frames, map_, std::exp2(cents_ / 1200));
+    made_ += static_cast<std::int64_t>(frames);
 }
 
 } // namespace ambrel

@@ -3,7 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/sound/stretch/AttackPlayer.h"
 #include "platform/sound/stretch/RunInput.h"
+#include "platform/sound/stretch/StepRestorer.h"
 #include "platform/sound/stretch/Stretcher.h"
 #include "platform/sound/stretch/TimeMap.h"
 #include "platform/sound/stretch/Voice.h"
@@ -11,7 +13,7 @@
 namespace ambrel {
 
 /// The run stretched and transposed: a stretcher, what it is fed, and which frame its output is
-/// heard as.
+/// heard as. Attacks do not go through the stretcher.
 class StretchVoice final : public Voice {
   public:
     /// As for Stretcher.
@@ -39,9 +41,12 @@ class StretchVoice final : public Voice {
 
   private:
     bool feed();
+    StepRestorer::Stretch stretch() const noexcept;
 
     RunInput& input_;
     Stretcher stretcher_;
+    StepRestorer restorer_;
+    AttackPlayer attacks_;
     TimeMap map_;             ///< from output to input frames
     double fadeOut_;          ///< output frames that a change of rate leaves
     double startDelay_ = 0;   ///< of the stretcher, at begin()

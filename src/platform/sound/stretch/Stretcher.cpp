@@ -12,9 +12,9 @@ namespace {
 using RubberBand::RubberBandStretcher;
 
 /// The default pitch option clicks when the pitch crosses 0 cents.
-constexpr RubberBandStretcher::Options options = RubberBandStretcher::OptionProcessRealTime |
-                                                 RubberBandStretcher::OptionEngineFiner |
-                                                 RubberBandStretcher::OptionPitchHighConsistency;
+constexpr RubberBandStretcher::Options options =
+    RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionEngineFiner |
+    RubberBandStretcher::OptionPitchHighConsistency | RubberBandStretcher::OptionChannelsTogether;
 
 /// The engine works in hops, so it is ahead of the exact position by up to one. The largest lag
 /// within this period is what counts.
