@@ -1,8 +1,6 @@
 """Files that open, files that do not, and what the window says about them."""
 
 import os
-import pathlib
-import subprocess
 import unittest
 
 from desktop import wait_until
@@ -45,18 +43,6 @@ class OpeningTest(Scenario):
         path = write_wav(self.folder / "50 % #2.wav", tone(440, 0.5))
         program = self.start_with(path.as_uri().replace("file://", "file://localhost"))
         program.wait_for(name=path.name)
-
-    def test_smallest_size_grows_with_the_font_but_not_beyond_the_screen(self):
-        for points, size in (10, "680 by 580"), (13, "884 by 754"), (20, "1280 by 1024"):
-            with self.subTest(points):
-                home = {**self.desktop.fresh_home(), "XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5"}
-                settings = pathlib.Path(home["XDG_CONFIG_HOME"]) / "kdeglobals"
-                settings.write_text(f"[General]\nfont=Sans,{points},-1,5,50,0,0,0,0,0\n")
-                program = self.start(home=home)
-                program.wait_for_window()
-                hints = subprocess.check_output(["xprop", "-name", "Ambrel", "WM_NORMAL_HINTS"], text=True)
-                self.assertIn(f"minimum size: {size}\n", hints)
-                self.quit(program)
 
     def test_file_chosen_in_the_open_panel_opens(self):
         path = write_wav(self.folder / "chosen.wav", tone(440, 0.5))

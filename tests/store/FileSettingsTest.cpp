@@ -43,20 +43,11 @@ class FileSettingsTest : public QObject {
         for (const auto& [json, isRecord] : {
                  std::pair(with("{", R"({"x":{"y":[null]},)"), true), // further members
                  {with("75", "-1e300"), true},
-                 {with("3,0,0,-1.5,0", ""), true},
-                 {with("3,0", QByteArray("3,").repeated(10'000) + "3,0"), true},
                  {with(":500", ":500.0"), true},
                  {with(R"(,"loopDelayMilliseconds":500)", ""), false},
-                 {with("pitch", "Pitch"), false},
                  {with("75", R"("75")"), false},
-                 {with("75", "null"), false},
                  {with("75", "1e999"), false},
-                 {with(R"("eqEnabled":true)", R"("eqEnabled":1)"), false},
-                 {with("-1.5", "false"), false},
-                 {with("[3,0,0,-1.5,0]", "3"), false},
-                 {with(":500", ":0.5"), false},
                  {with(":500", ":9223372036854775808"), false},
-                 {kRecord.chopped(1), false},
                  {QByteArray("\xff\x00\xfe", 3), false},
                  {brackets, false}, // deep enough for a parser that recurses to run out of stack
                  {with("{", R"({"x":)" + brackets + ","), false},

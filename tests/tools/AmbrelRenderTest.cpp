@@ -45,21 +45,6 @@ class AmbrelRenderTest : public QObject {
         }
     }
 
-    void refusesInOneLine() {
-        for (const char* bad :
-             {"", "in:%", "/nowhere.wav /nowhere/out.wav", "in:% /nowhere/out.wav", "in:% in:%",
-              "in:% out --rate nan", "in:% out --pitch 1201", "in:% out --eq 1,2,3,4",
-              "in:% out --passes 1.5", "in:% out --device-rate 100", "in:% out --from 0.5 --to 0.5",
-              "in:% out --from -1", "in:% out --set 1:speed=2", "in:% out --set rate=2",
-              "in:% out --set 1:rate=9", "in:% out extra"}) {
-            QCOMPARE(run(bad), 2);
-            QVERIFY2(process_.readAllStandardOutput().isEmpty(), bad);
-            const QByteArray errors = process_.readAllStandardError();
-            QVERIFY2(errors.count('\n') == 1 && errors.size() > 10, errors);
-            QCOMPARE(errors.contains("overwritten"), qstrcmp(bad, "in:% in:%") == 0);
-        }
-    }
-
   private:
     /// In a folder with the phrase as “in:%”.
     int run(const char* arguments) {

@@ -100,15 +100,10 @@ class WaveformCacheTest : public QObject {
         for (const auto& [isRecord, json] : std::initializer_list<Case>{
                  {true, "{ \"lastAccessed\":2e0,\n\"x\":{},\"modDate\":-1.5, \"fileSize\":7.0,"
                         R"("samplesData":"\u0041ACA\/w=="})"},
-                 {true, with("AACAPw==", "")},
                  {true, with("AACAPw==", QByteArray("AAAA").repeated(1'000'000))},
                  {false, plain.chopped(1)},
-                 {false, with("7", R"("7")")},
-                 {false, with("7", "7.5")},
                  {false, with("2}", "1e999}")},
-                 {false, with(R"(,"lastAccessed":2)", "")},
                  {false, with("AACAPw==", "AACAPw")},
-                 {false, with("AACA", R"(AACA\n)")},
                  {false, with("{", R"({"x":)" + QByteArray(R"({"x":)").repeated(100'000))},
                  {false, QByteArray("\xff\x00\xfe", 3)}}) {
             QVERIFY2(WaveformCacheEntry::decoded(json).has_value() == isRecord, json.left(200));

@@ -93,6 +93,7 @@ void FileReader::serve(FileBlock& block) {
         findAttacks(block);
         return;
     }
+    block.attacks.clear();
     fill(block);
     if (finder_) // soon looked for
         recent_[static_cast<std::size_t>(block.index) % recent_.size()] = block;
