@@ -25,7 +25,7 @@ constexpr double fromStart = 25, toEnd = 10;
 constexpr double maskFromDb = 4, maskToDb = 9;
 constexpr float aboveRest = 1.2F; ///< in amplitude: how far above it something has to stand
 /// Below this, a period is as long as what is lifted out: only what is over by its end can be.
-constexpr double lowHz = 200, lowFallFromDb = 10, lowFallToDb = 20;
+constexpr double lowHz = 200, lowFallFromDb = 7, lowFallToDb = 15;
 constexpr double mostOff = 12; ///< by which the onset may differ from where it was found
 constexpr double fadeIn = 1.5, whole = 14, fadeOut = 14;
 constexpr double fadeInEnd = 1; ///< before the onset

@@ -6,6 +6,14 @@
 
 namespace ambrel {
 
+namespace {
+
+/// Output frames for an input frame, more or less than one, from which attacks are played as loud
+/// as if the rest had nothing to do with them.
+constexpr double louderFrom = 0.1;
+
+} // namespace
+
 AttackPlayer::AttackPlayer(const RunInput& input) : input_(input) {
     placed_.reserve(mostPlaced + 1);
     for (int i = 0; i <= lobes * steps + 1; ++i) {
@@ -15,24 +23,26 @@ AttackPlayer::AttackPlayer(const RunInput& input) : input_(input) {
     }
 }
 
-void AttackPlayer::add(std::int64_t first, float* stereo, std::size_t frames, const TimeMap& map,
-                       double pitch) {
-    const double step = input_.attackFrames() * pitch;
+void AttackPlayer::add(std::int64_t first, float* stereo, std::size_t frames,
+                       const Stretch& stretch) {
+    step_ = input_.attackFrames() * stretch.pitch;
+    // Near normal speed the stretched rest is in phase with an attack, and their amplitudes add up.
+    const double off = std::max(std::abs(1 / stretch.rate - 1), std::abs(stretch.pitch - 1));
+    louder_ = static_cast<float>(std::min(1.0, off / louderFrom));
     for (const RunAttack& attack : input_.attacks()) {
-        const auto before = static_cast<double>(attack.onset() - attack.from()) / step;
-        const auto after = static_cast<double>(attack.to() - attack.onset()) / step;
+        const auto before = static_cast<double>(attack.onset() - attack.from()) / step_;
+        const auto after = static_cast<double>(attack.to() - attack.onset()) / step_;
         const auto begin = static_cast<double>(first), end = begin + static_cast<double>(frames);
         // Too early to be settled: the speed may still change.
-        if (map.outputAt(static_cast<double>(attack.onset()) / input_.attackFrames()) >
+        if (stretch.map.outputAt(static_cast<double>(attack.onset()) / input_.attackFrames()) >
             end + before + lobes)
             continue;
-        const double onset = place(attack, map);
+        const double onset = place(attack, stretch.map);
         if (onset - before >= end + lobes || onset + after + lobes <= begin)
             continue;
         // An attack's frames are played between those of the output only where that is needed.
-        const double output = step == 1 ? std::round(onset) : onset;
-        mix(attack, static_cast<double>(attack.onset()) + (begin - output) * step, step, stereo,
-            frames);
+        const double output = step_ == 1 ? std::round(onset) : onset;
+        mix(attack, static_cast<double>(attack.onset()) + (begin - output) * step_, stereo, frames);
     }
 }
 
@@ -49,35 +59,43 @@ double AttackPlayer::place(const RunAttack& attack, const TimeMap& map) {
 }
 
 /// Adds the attack from its frame `from` on.
-void AttackPlayer::mix(const RunAttack& attack, double from, double step, float* stereo,
+void AttackPlayer::mix(const RunAttack& attack, double from, float* stereo,
                        std::size_t frames) const noexcept {
-    for (std::size_t i = 0; i < frames; ++i)
-        sample(attack, from + static_cast<double>(i) * step, step, stereo + 2 * i);
+    for (std::size_t i = 0; i < frames; ++i) {
+        const double at = from + static_cast<double>(i) * step_;
+        if (step_ == 1)
+            addFrame(attack, std::llround(at), 1, stereo + 2 * i);
+        else
+            sample(attack, at, stereo + 2 * i);
+    }
 }
 
-void AttackPlayer::sample(const RunAttack& attack, double at, double step,
-                          float* stereo) const noexcept {
-    const Attack& whole = *attack.attack;
-    const auto add = [&](std::int64_t frame, float weight) {
-        if (frame < attack.from() || frame >= attack.to())
-            return;
-        weight *= attack.gain(frame);
-        const auto sample = static_cast<std::size_t>(2 * (frame - attack.shift - whole.begin));
-        stereo[0] += weight * whole.played[sample];
-        stereo[1] += weight * whole.played[sample + 1];
-    };
-    if (step == 1)
-        return add(std::llround(at), 1);
+void AttackPlayer::sample(const RunAttack& attack, double at, float* stereo) const noexcept {
     // Frequencies that the output cannot hold are left out.
-    const double narrow = std::min(1.0, 1 / step);
+    const double narrow = std::min(1.0, 1 / step_);
     const double reach = lobes / narrow;
     for (auto frame = static_cast<std::int64_t>(std::ceil(at - reach));
          static_cast<double>(frame) < at + reach; ++frame) {
         const double place = std::abs(static_cast<double>(frame) - at) * narrow * steps;
         const auto point = static_cast<std::size_t>(place);
         const auto part = static_cast<float>(place - static_cast<double>(point));
-        add(frame, static_cast<float>(narrow) *
-                       (kernel_[point] + part * (kernel_[point + 1] - kernel_[point])));
+        addFrame(attack, frame,
+                 static_cast<float>(narrow) *
+                     (kernel_[point] + part * (kernel_[point + 1] - kernel_[point])),
+                 stereo);
+    }
+}
+
+void AttackPlayer::addFrame(const RunAttack& attack, std::int64_t frame, float weight,
+                            float* stereo) const noexcept {
+    if (frame < attack.from() || frame >= attack.to())
+        return;
+    const Attack& whole = *attack.attack;
+    weight *= attack.gain(frame);
+    for (const std::int64_t channel : {0, 1}) {
+        const auto i = static_cast<std::size_t>(2 * (frame - attack.shift - whole.begin) + channel);
+        stereo[channel] +=
+            weight * (whole.removed[i] + louder_ * (whole.played[i] - whole.removed[i]));
     }
 }
 

@@ -5,7 +5,7 @@
 
 #include "platform/sound/attack/RunAttack.h"
 #include "platform/sound/stretch/RunInput.h"
-#include "platform/sound/stretch/TimeMap.h"
+#include "platform/sound/stretch/Stretch.h"
 
 namespace ambrel {
 
@@ -20,10 +20,8 @@ class AttackPlayer {
     /// Begins anew, with output frame 0.
     void begin() noexcept { placed_.clear(); }
 
-    /// Adds what belongs to output frames `first` to `first + frames`. `map` is from output to
-    /// input frames, `pitch` the ratio of the frequencies.
-    void add(std::int64_t first, float* stereo, std::size_t frames, const TimeMap& map,
-             double pitch);
+    /// Adds what belongs to output frames `first` to `first + frames`.
+    void add(std::int64_t first, float* stereo, std::size_t frames, const Stretch& stretch);
 
   private:
     /// An attack whose place is settled.
@@ -37,11 +35,15 @@ class AttackPlayer {
     static constexpr std::size_t mostPlaced = 64;
 
     double place(const RunAttack& attack, const TimeMap& map);
-    void mix(const RunAttack& attack, double from, double step, float* stereo,
+    void mix(const RunAttack& attack, double from, float* stereo,
              std::size_t frames) const noexcept;
-    void sample(const RunAttack& attack, double at, double step, float* stereo) const noexcept;
+    void sample(const RunAttack& attack, double at, float* stereo) const noexcept;
+    void addFrame(const RunAttack& attack, std::int64_t frame, float weight,
+                  float* stereo) const noexcept;
 
     const RunInput& input_;
+    double step_ = 1;  ///< frames of an attack from one output frame to the next
+    float louder_ = 1; ///< how far it is to be what is played, 1, or what was removed, 0
     std::vector<Placed> placed_;
     std::vector<float> kernel_; ///< half of a windowed sinc
 };

@@ -7,7 +7,7 @@
 
 #include "platform/sound/attack/Spectrum.h"
 #include "platform/sound/stretch/RunInput.h"
-#include "platform/sound/stretch/TimeMap.h"
+#include "platform/sound/stretch/Stretch.h"
 
 namespace ambrel {
 
@@ -25,13 +25,6 @@ class StepRestorer {
 
     /// Begins anew: the next frame added is output frame `first`.
     void begin(std::int64_t first) noexcept;
-
-    /// Where the stretcher is.
-    struct Stretch {
-        const TimeMap& map; ///< from output to input frames
-        double rate = 1;
-        double pitch = 1; ///< ratio of the frequencies
-    };
 
     /// How many frames beyond the next `frames` must have been added before those can be taken.
     std::size_t lookAhead(std::size_t frames, const Stretch& stretch) const noexcept;

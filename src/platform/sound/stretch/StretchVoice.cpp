@@ -49,7 +49,7 @@ double StretchVoice::framesLeft() const noexcept {
     return end - static_cast<double>(made_);
 }
 
-StepRestorer::Stretch StretchVoice::stretch() const noexcept {
+Stretch StretchVoice::stretch() const noexcept {
     return {map_, rate_, std::exp2(cents_ / 1200)};
 }
 
@@ -103,7 +103,7 @@ std::size_t StretchVoice::prepare(std::size_t frames) {
 
 void StretchVoice::take(float* stereo, std::size_t frames) {
     restorer_.take(stereo, frames, stretch());
-    attacks_.add(made_, stereo, frames, map_, std::exp2(cents_ / 1200));
+    attacks_.add(made_, stereo, frames, stretch());
     made_ += static_cast<std::int64_t>(frames);
 }
 

@@ -41,7 +41,7 @@ class StretchVoice final : public Voice {
 
   private:
     bool feed();
-    StepRestorer::Stretch stretch() const noexcept;
+    Stretch stretch() const noexcept;
 
     RunInput& input_;
     Stretcher stretcher_;
