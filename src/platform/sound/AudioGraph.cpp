@@ -22,7 +22,7 @@ namespace {
 
 /// What the render thread keeps ready beyond the device's largest request: little, so that changes
 /// are heard soon, but more than the blocks it is still at work on.
-constexpr int aheadMs = 4;
+constexpr int aheadMs = 3;
 constexpr std::size_t leastAhead = 2 * RenderBlock::capacity;
 
 struct Segment {

@@ -11,22 +11,19 @@ namespace {
 
 constexpr int rateHz = 44100;
 
-/// Left, with a right channel of half the level; in blocks, each scaled once its gain is known.
+/// As stereo, with half the level on the right.
 std::vector<float> limited(const std::vector<float>& mono) {
-    std::vector<float> stereo;
-    for (const float sample : mono)
-        stereo.insert(stereo.end(), {sample, sample / 2});
     Limiter limiter(rateHz);
-    constexpr std::size_t block = 63;
+    std::vector<float> stereo;
     std::size_t done = 0;
-    for (std::size_t seen = 0; seen < mono.size(); seen += block) {
-        limiter.see(stereo.data() + 2 * seen, std::min(block, mono.size() - seen));
-        while (limiter.apply(stereo.data() + 2 * done, 1))
-            ++done;
+    for (const float sample : mono) {
+        stereo.insert(stereo.end(), {sample, sample / 2});
+        limiter.see(stereo.data() + stereo.size() - 2, 1);
+        done += limiter.apply(stereo.data() + 2 * done, 1);
     }
     limiter.seeEnd();
-    return limiter.apply(stereo.data() + 2 * done, mono.size() - done) ? stereo
-                                                                       : std::vector<float>();
+    limiter.apply(stereo.data() + 2 * done, mono.size() - done);
+    return stereo;
 }
 
 } // namespace
@@ -35,24 +32,20 @@ class LimiterTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    /// On a constant, so that what comes out is the gain.
-    void comesDownSmoothlyAndGoesBackToNothing() {
-        constexpr std::size_t from = 10'000, to = 10'200;
+    /// What comes out of a constant is the gain.
+    void movesSmoothlyAndOnlyAroundAPeak() {
         for (const float peak : {1.0000001F, 2.0F, 1000.0F}) {
-            std::vector<float> before(rateHz, 1.0F);
-            std::fill(before.begin() + from, before.begin() + to, peak);
-            const std::vector<float> after = limited(before);
-            std::vector<float> gain = test::channelOf(after, 0);
-            QCOMPARE_LE(std::ranges::max(gain), 1.0F);
+            std::vector<float> gain(rateHz, 1.0F);
+            std::fill_n(gain.begin() + 10'000, 200, peak);
+            const std::vector<float> stereo = limited(gain);
             for (std::size_t i = 0; i < gain.size(); ++i) {
-                QCOMPARE(after[2 * i + 1], gain[i] / 2);
-                gain[i] /= before[i];
+                QCOMPARE_LE(stereo[2 * i], 1.0F);
+                QCOMPARE(stereo[2 * i + 1], stereo[2 * i] / 2);
+                gain[i] = stereo[2 * i] / gain[i];
             }
             QCOMPARE_LT(test::largestBend(gain), 0.0015);
-            QVERIFY(std::ranges::all_of(std::span(gain).first(from - rateHz * 15 / 10'000),
-                                        [](float g) { return g == 1; }));
-            QVERIFY(std::ranges::all_of(std::span(gain).subspan(to + rateHz * 6 / 10),
-                                        [](float g) { return g == 1; }));
+            std::fill_n(gain.begin() + 10'000 - rateHz * 15 / 10'000, rateHz * 6 / 10, 1.0F);
+            QCOMPARE(gain, std::vector<float>(rateHz, 1.0F));
         }
     }
 
