@@ -233,7 +233,6 @@ class AudioGraphTest : public QObject {
             pulled.play(SyntheticFile::sine(rateHz, rateHz, 1000, 0.9), 0, rateHz / 10,
                         Announcement{1, 0, rateHz / 10, pause, 9});
             const std::vector<float> heard = pulled.pull(3 * rateHz);
-            QCOMPARE(heard.size(), std::size_t(rateHz + std::lround(9 * pause * rateHz)));
             QCOMPARE_LE(std::ranges::max(heard), 1.0F);
             QCOMPARE_GE(std::ranges::min(heard), -1.0F);
             const auto last = std::span(heard).last(rateHz / 20).first(rateHz / 25);

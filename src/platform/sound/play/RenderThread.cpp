@@ -107,18 +107,19 @@ void RenderThread::begin(double owed, bool isFollowing) {
     isMade_ = false;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
+    if (!isFollowing) {
+        block_.frames = 0;
+        held_.clear();
+        limiter_.reset();
+    }
     block_.epoch = epoch_;
     block_.pauseFrames = pauseLeft_;
     place_ = source_.placeAt(0);
     block_.fileFrameBegin = place_.fileFrame;
     applySettings();
     timePitch_.begin(source_);
-    if (isFollowing)
-        return;
-    equaliser_.reset();
-    limiter_.reset();
-    block_.frames = 0;
-    held_.clear();
+    if (!isFollowing)
+        equaliser_.reset();
 }
 
 /// Frames lost to rounding so far in the segment; the next pause makes up for them.
@@ -128,7 +129,8 @@ double RenderThread::framesOwed() noexcept {
     return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
 }
 
-/// Frames that may be rendered now; offline, something is demanded.
+/// Frames that may be rendered now. Offline that is a block at a time, as long as some are
+/// demanded.
 std::size_t RenderThread::room() const noexcept {
     if (wiring_.demand)
         return RenderBlock::capacity;
@@ -173,7 +175,7 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
     return frames;
 }
 
-/// Holds the block if it is full or a pass ends.
+/// Puts the block with those held back if it is full or a pass ends.
 void RenderThread::finishFrames() {
     const Place before = place_;
     const Place now = source_.placeAt(timePitch_.position());

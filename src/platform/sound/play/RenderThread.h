@@ -93,11 +93,12 @@ class RenderThread {
     std::int64_t epoch_ = 0;  ///< of the run being rendered
     std::int64_t newest_ = 0; ///< epoch of the newest play request
     RenderBlock block_;
-    boost::circular_buffer<RenderBlock> held_; ///< whole, on their way to the ring
-    bool isMade_ = true;                       ///< the run has been rendered to its last frame
-    bool isBroken_ = false;                    ///< an exception was thrown: the segment ends here
-    std::int64_t pauseLeft_ = 0;               ///< frames left of the pause before the run
-    double owed_ = 0; ///< rounding error to be added to the next pause, in frames
+    /// Finished blocks on their way to the ring.
+    boost::circular_buffer<RenderBlock> held_;
+    bool isMade_ = true;         ///< the run has been rendered to its last frame
+    bool isBroken_ = false;      ///< an exception was thrown: the segment ends here
+    std::int64_t pauseLeft_ = 0; ///< frames left of the pause before the run
+    double owed_ = 0;            ///< rounding error to be added to the next pause, in frames
     /// Of the fade into a run that follows a pause; the output stage fades a segment in.
     std::size_t fadeInStep_ = 0;
     float endGain_ = 1; ///< of the fade at the end of the run
