@@ -1,5 +1,6 @@
 #include "platform/sound/AudioGraph.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <stop_token>
@@ -20,8 +21,9 @@ static_assert(AudioGraph::bandCount == EqualiserUnit::bandCount);
 namespace {
 
 /// What the render thread keeps ready beyond the device's largest request: little, so that changes
-/// are heard soon.
-constexpr int aheadMs = 4;
+/// are heard soon, but more than the blocks it is still at work on.
+constexpr int aheadMs = 3;
+constexpr std::size_t leastAhead = 2 * RenderBlock::capacity;
 
 struct Segment {
     std::shared_ptr<AudioFile> file;
@@ -124,11 +126,11 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     renderThread_ = nullptr;
     largestRequest_ = largestRequest;
     const std::size_t ahead =
-        largestRequest + (isPaced_ ? std::size_t(sampleRateHz) * aheadMs / 1000 : 0);
+        isPaced_ ? std::max(std::size_t(sampleRateHz) * aheadMs / 1000, leastAhead) : 0;
     auto renderThread = std::make_unique<RenderThread>(
         RenderThread::Wiring{transport_, settings_, requests_, cache_, renderWake_, demandMet_,
                              isPaced_ ? nullptr : &demand_, ending_.get_token()},
-        sampleRateHz, ahead);
+        sampleRateHz, largestRequest + ahead);
     stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
     renderThread_ = std::move(renderThread);
     const std::scoped_lock lock(mutex_);

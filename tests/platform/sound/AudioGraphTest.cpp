@@ -220,8 +220,24 @@ class AudioGraphTest : public QObject {
                 }
                 pulled.play(file, -50, 8100, std::nullopt, value, value);
                 for (const float sample : pulled.pullStereo(10000))
-                    QCOMPARE_LT(std::abs(sample), 1e12F);
+                    QCOMPARE_LE(std::abs(sample), 1.0F);
             }
+    }
+
+    /// However loud the equaliser makes it, and through the edges of passes.
+    void staysWithinFullScale() {
+        PulledGraph pulled(rateHz);
+        pulled.graph.setEqualiserBypass(false);
+        pulled.graph.setEqualiserBand(2, 1000, 1, 12);
+        for (const double pause : {0.0, 1.0 / rateHz, 0.1}) {
+            pulled.play(SyntheticFile::sine(rateHz, rateHz, 1000, 0.9), 0, rateHz / 10,
+                        Announcement{1, 0, rateHz / 10, pause, 9});
+            const std::vector<float> heard = pulled.pull(3 * rateHz);
+            QCOMPARE_LE(std::ranges::max(heard), 1.0F);
+            QCOMPARE_GE(std::ranges::min(heard), -1.0F);
+            const auto last = std::span(heard).last(rateHz / 20).first(rateHz / 25);
+            QCOMPARE_GT(test::measureTone(last, rateHz, 1000).toResidualDb, 40.0);
+        }
     }
 };
 

@@ -9,7 +9,8 @@
 namespace ambrel {
 
 /// An output pulled as fast as the graph can render, for tests and tools. A change between two
-/// pulls applies from the first frame of the second; equal calls give equal frames on any machine.
+/// pulls applies at most 128 frames and 1.3 ms into the second; equal calls give equal frames on
+/// any machine.
 ///
 /// Owned by the graph; pulled by one thread, the graph's client.
 class OfflineOutput final : public AudioOutput {

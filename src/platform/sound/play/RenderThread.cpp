@@ -12,7 +12,7 @@ RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAh
     : wiring_(std::move(wiring)), sampleRateHz_(sampleRateHz), framesAhead_(framesAhead),
       ring_(framesAhead), source_(wiring_.cache, sampleRateHz),
       timePitch_(sampleRateHz, wiring_.ending), equaliser_(sampleRateHz), fade_(sampleRateHz),
-      thread_([this] { run(); }) {}
+      limiter_(sampleRateHz), held_(limiter_.lookAhead() + 2), thread_([this] { run(); }) {}
 
 RenderThread::~RenderThread() {
     ending_ = true;
@@ -35,7 +35,8 @@ void RenderThread::run() {
 }
 
 bool RenderThread::step() {
-    // Offline, changes before frames are demanded apply to the first of them.
+    release();
+    // Offline, changes before frames are demanded apply to the first that is made for them.
     if (!isDemanded())
         return false;
     takeRequest();
@@ -106,8 +107,11 @@ void RenderThread::begin(double owed, bool isFollowing) {
     isMade_ = false;
     fadeInStep_ = isFollowing || pauseLeft_ > 0 ? 0 : fade_.frames();
     endGain_ = 1;
-    if (!isFollowing)
+    if (!isFollowing) {
         block_.frames = 0;
+        held_.clear();
+        limiter_.reset();
+    }
     block_.epoch = epoch_;
     block_.pauseFrames = pauseLeft_;
     place_ = source_.placeAt(0);
@@ -125,11 +129,13 @@ double RenderThread::framesOwed() noexcept {
     return std::clamp(owed_ + cut + timePitch_.framesCut(), -most, most);
 }
 
-/// Frames that may be rendered now.
+/// Frames that may be rendered now. Offline that is a block at a time, as long as some are
+/// demanded.
 std::size_t RenderThread::room() const noexcept {
-    const std::size_t target =
-        wiring_.demand ? wiring_.demand->load(std::memory_order_acquire) : framesAhead_;
-    const std::size_t made = ring_.framesOf(epoch_) + block_.frames;
+    if (wiring_.demand)
+        return RenderBlock::capacity;
+    const std::size_t target = framesAhead_ + limiter_.lookAhead();
+    const std::size_t made = ring_.framesOf(epoch_) + limiter_.waiting() + block_.frames;
     return target > made ? target - made : 0;
 }
 
@@ -175,8 +181,8 @@ std::size_t RenderThread::makePause(std::size_t frames) noexcept {
     return frames;
 }
 
-/// Pushes the block if it is full, a pass ends, or no more may be rendered now.
-void RenderThread::finishFrames() noexcept {
+/// Puts the block with those held back if it is full or a pass ends.
+void RenderThread::finishFrames() {
     const Place before = place_;
     const Place now = source_.placeAt(timePitch_.position());
     // A stretcher that takes over may be slightly behind; neither boundaries nor the play head may
@@ -193,18 +199,31 @@ void RenderThread::finishFrames() noexcept {
     block_.pass = before.pass;
     block_.fileFrameEnd =
         isBoundary || isRunOver ? static_cast<double>(before.pass.frameCount) : place_.fileFrame;
-    const bool isDemandMet = wiring_.demand && block_.frames > 0 && room() == 0;
-    if (isRunOver || isBoundary || block_.frames == RenderBlock::capacity || isDemandMet)
-        push();
+    if (isRunOver || isBoundary || block_.frames == RenderBlock::capacity)
+        hold(isRunOver);
 }
 
-void RenderThread::push() noexcept {
-    ring_.push(block_);
+void RenderThread::hold(bool isRunOver) {
+    limiter_.see(block_.samples.data(), block_.frames);
+    if (isRunOver)
+        limiter_.seeEnd();
+    if (held_.full())
+        held_.set_capacity(2 * held_.capacity());
+    held_.push_back(block_);
     block_.frames = 0;
     block_.pauseFrames = pauseLeft_;
     block_.fileFrameBegin = place_.fileFrame;
-    if (wiring_.demand)
-        wiring_.demandMet.signal();
+}
+
+/// Pushes the blocks that need be held no longer.
+void RenderThread::release() noexcept {
+    while (!held_.empty() && ring_.hasRoom() &&
+           limiter_.apply(held_.front().samples.data(), held_.front().frames)) {
+        ring_.push(held_.front());
+        held_.pop_front();
+        if (wiring_.demand)
+            wiring_.demandMet.signal();
+    }
 }
 
 /// The first frame of the run at which a boundary can still change: before the 5 ms crossfade at

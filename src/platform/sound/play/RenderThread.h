@@ -7,8 +7,11 @@
 #include <stop_token>
 #include <thread>
 
+#include <boost/circular_buffer.hpp>
+
 #include "platform/sound/effect/EqualiserUnit.h"
 #include "platform/sound/effect/Fade.h"
+#include "platform/sound/effect/Limiter.h"
 #include "platform/sound/play/RenderRing.h"
 #include "platform/sound/play/RunSource.h"
 #include "platform/sound/play/TransportState.h"
@@ -32,11 +35,12 @@ struct SoundSettings {
 };
 
 /// Renders passes, speed, pitch and equaliser into the ring, in blocks of up to 64 frames, and
-/// sleeps while the ring is full, frames are missing, or nothing plays. Owned by the graph.
+/// sleeps while the ring is full, frames are missing, or nothing plays. Blocks are held back until
+/// the limiter has seen what comes after them. Owned by the graph.
 ///
-/// Driven by a device, it keeps a fixed number of frames ready. Offline, it renders just the frames
-/// demanded, and only once the cache has everything wanted, so that the result does not depend on
-/// the speed of disk or machine.
+/// Driven by a device, it keeps a fixed number of frames ready. Offline, it stops at the block that
+/// meets the demand, and renders only once the cache has everything wanted, so that the result does
+/// not depend on the speed of disk or machine.
 ///
 /// If anything throws, for want of memory, the segment ends there.
 class RenderThread {
@@ -72,8 +76,9 @@ class RenderThread {
     void applySettings() noexcept;
     std::size_t makeFrames(std::size_t frames);
     std::size_t makePause(std::size_t frames) noexcept;
-    void finishFrames() noexcept;
-    void push() noexcept;
+    void finishFrames();
+    void hold(bool isRunOver);
+    void release() noexcept;
     double nextChangeable() const noexcept;
     void fadeEnd(float* stereo, std::size_t frames) noexcept;
 
@@ -85,9 +90,12 @@ class RenderThread {
     TimePitchUnit timePitch_;
     EqualiserUnit equaliser_;
     Fade fade_;
+    Limiter limiter_;
     std::int64_t epoch_ = 0;  ///< of the run being rendered
     std::int64_t newest_ = 0; ///< epoch of the newest play request
     RenderBlock block_;
+    /// Finished blocks on their way to the ring.
+    boost::circular_buffer<RenderBlock> held_;
     bool isMade_ = true;         ///< the run has been rendered to its last frame
     bool isBroken_ = false;      ///< an exception was thrown: the segment ends here
     std::int64_t pauseLeft_ = 0; ///< frames left of the pause before the run
