@@ -5,7 +5,6 @@
 #include <QCoroTask>
 #include <QTest>
 
-#include "audio/LocalPath.h"
 #include "support/ClockedOutput.h"
 #include "support/ScriptedPlayer.h"
 
@@ -52,10 +51,8 @@ class AudioEngineTest : public QObject {
                  Case{1000, -0.0019, 0.5, "stop schedule -1+501 play"},
                  Case{96000, 0, 60000, "stop schedule 0+5760000000 play"}, // beyond 32 bits
                  Case{44100, 2, 2, ""},
-                 Case{44100, nan, 2, ""},
                  Case{44100, 2, nan, ""},
                  Case{44100, 2, 2.000001, "stop"}, // less than a frame
-                 Case{44100, 1e308, 1.5e308, "stop"},
                  Case{44100, -infinity, infinity,
                       "stop schedule -281474976710656+562949953421312 play"},
              }) {
@@ -218,12 +215,6 @@ class AudioEngineTest : public QObject {
         model_->setLoopEnabled(false);
         QTRY_VERIFY(writes_.contains(u"playing 0"_qs));
         QCOMPARE(positions.back(), 0.2);
-    }
-
-    void opensLocalFilesOnly() {
-        for (const char* address : {"", "https://example.org/take.mp3",
-                                    "file://server/etc/hostname", "file:///etc/hostname%00.wav"})
-            QVERIFY_EXCEPTION_THROWN(localPath(QUrl(QString::fromUtf8(address))), AudioFileError);
     }
 
   private:

@@ -252,17 +252,6 @@ class SettingsTest(Scenario):
         self.wait_until_active(program, name="Ambrel", role="frame")
         carry_out(list(main_window()), in_main_window)
 
-    def test_what_is_cleared_before_the_end_is_gone_but_the_open_file_is_saved(self):
-        path = write_wav(self.folder / "song.wav", tone(440, 2))
-        program = self.start_with(path)
-        program.key("ctrl+Up")
-        program.click(name="Settings")
-        self.wait_until_active(program, name="Settings", role="frame")
-        self.clear(program)
-        self.quit(program)
-        self.assertIsNone(program.stored(f"waveformCache.{path}"))
-        self.assertEqual(program.stored_settings(path)["pitch"], 1)
-
 
 if __name__ == "__main__":
     unittest.main()

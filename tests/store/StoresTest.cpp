@@ -32,14 +32,6 @@ class StoresTest : public QObject {
         QCOMPARE(settings_.store().load(odd_), FileSettings{.pitch = 7});
     }
 
-    void aBadRecordIsAbsentAndStays() {
-        for (const Value& bad : {Value(QByteArray("{}")), Value(u"{}"_qs)}) {
-            preferences_.set(u"settings./a"_qs, bad);
-            QVERIFY(!settings_.store().load(QUrl(u"file:///a"_qs)));
-            QCOMPARE(preferences_.value(u"settings./a"_qs), bad);
-        }
-    }
-
     void recentFilesAreTheLastTenNewestFirst() {
         preferences_.set(u"recentFiles"_qs, u"[\"/a\"]"_qs); // no list of texts
         QVERIFY(settings_.recentFiles().all().isEmpty());

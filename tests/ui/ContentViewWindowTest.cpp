@@ -3,13 +3,11 @@
 #include <limits>
 
 #include <QDialog>
-#include <QMessageBox>
 #include <QScrollArea>
 #include <QScrollBar>
 
 #include "support/TestWindow.h"
 #include "ui/look/Theme.h"
-#include "ui/sheets/OpenPanel.h"
 
 using namespace ambrel;
 using test::activate;
@@ -69,24 +67,6 @@ class ContentViewWindowTest : public QObject {
         QVERIFY(speed->hasFocus() && speed->text() == u"12"_qs);
         QTest::mouseClick(w.find(u"Waveform"_qs), Qt::LeftButton);
         QTRY_VERIFY(w.responder->hasFocus());
-    }
-
-    void anErrorIsShownOnceAndTakesTheClicks() {
-        Window w;
-        for (int i = 0; i < 2; ++i) {
-            w.content->loadFile(QUrl::fromLocalFile(u"/music/"_qs + QString(120, u'a')), false);
-            QTRY_VERIFY(w.state->loadingState().isIdle());
-        }
-        const auto alerts = w.window.findChildren<QMessageBox*>();
-        QCOMPARE(alerts.size(), 1);
-        QVERIFY(alerts.first()->width() < 780);
-        const QPoint button = w.find(u"Open File…"_qs)->mapTo(&w.window, QPoint(20, 10));
-        QTest::mouseClick(w.window.windowHandle(), Qt::LeftButton, {}, button);
-        QVERIFY(!w.window.findChild<OpenPanel*>());
-        QTest::mouseClick(alerts.first()->button(QMessageBox::Ok), Qt::LeftButton);
-        QTest::mouseClick(w.window.windowHandle(), Qt::LeftButton, {}, button);
-        w.content->openFile();
-        QCOMPARE(w.window.findChildren<OpenPanel*>().size(), 1);
     }
 
     void zoomBar() {
@@ -194,34 +174,6 @@ class ContentViewWindowTest : public QObject {
             QCOMPARE(changesBy(Qt::Key_Down, Field::pitch), 2);
         }
         QCOMPARE(w.field(u"Start seconds"_qs)->text(), u"12"_qs);
-    }
-
-    void theWelcomeScreenListsRecentFiles() {
-        Window w;
-        w.settings.recentFiles().push(QUrl::fromLocalFile(u"/b/R&B take.wav"_qs));
-        w.settings.recentFiles().push(QUrl::fromLocalFile(u"/a/take.wav"_qs));
-        QWidget other;
-        activate(other);
-        activate(w.window); // from elsewhere, where another copy may have run
-        QTRY_VERIFY(w.find(u"/b"_qs));
-        QTest::keyClick(w.window.windowHandle(), Qt::Key_B, Qt::AltModifier);
-        QVERIFY(!w.find<QAbstractButton>(u"/b"_qs)->isDown());
-        auto* row = QAccessible::queryAccessibleInterface(w.find(u"/b"_qs));
-        QCOMPARE(row->text(QAccessible::Name), u"R&B take.wav"_qs);
-        QCOMPARE(row->role(), QAccessible::ListItem);
-        QCOMPARE(row->parent()->role(), QAccessible::List);
-        QCOMPARE(row->parent()->indexOfChild(row), 1);
-
-        w.find(u"/a"_qs)->setFocus(Qt::TabFocusReason);
-        w.press(Qt::Key_Down);
-        w.press(Qt::Key_Tab); // leaves the list
-        QCOMPARE(QApplication::focusWidget(), w.find(u"Clear Recents"_qs));
-        w.press(Qt::Key_Backtab, Qt::ShiftModifier);
-        QCOMPARE(QApplication::focusWidget(), w.find(u"/b"_qs));
-        w.press(Qt::Key_Return);
-        QTRY_COMPARE(w.graph->opened, 1);
-        QTRY_VERIFY(w.state->loadingState().isIdle()); // it is not there, yet stays in the list
-        QCOMPARE(w.settings.recentFiles().all().size(), 2);
     }
 
     void whateverIsStoredIsBorne() {

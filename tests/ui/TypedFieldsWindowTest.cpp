@@ -122,17 +122,6 @@ class TypedFieldsWindowTest : public QObject {
         QCOMPARE(w.state->regionStart(), 2.0);
     }
 
-    void nothingButTypingComesIntoAField() {
-        Practice w;
-        QLineEdit* speed = w.field(u"Speed"_qs);
-        speed->setFocus(Qt::TabFocusReason);
-        QTRY_COMPARE(speed->text(), QString());
-        w.state->setSpeed(90);
-        QCOMPARE(speed->accessibleDescription(), u"90%"_qs);
-        QTest::keyClick(speed, Qt::Key_Z, Qt::ControlModifier);
-        QCOMPARE(speed->text(), QString());
-    }
-
     void whatIsTypedIsCommittedBeforeItsFieldOrItsFileGoes() {
         Practice w;
         const QUrl song = *w.state->audioFileURL();

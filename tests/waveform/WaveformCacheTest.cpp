@@ -1,7 +1,6 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <thread>
 
 #include <QTest>
 
@@ -186,25 +185,6 @@ class WaveformCacheTest : public QObject {
             cache_->set(kPeaks, file);
             QCOMPARE(kept(), isLimited ? u"179 new"_qs : u"179 180 new"_qs);
         }
-    }
-
-    void threadsShareTheCache() {
-        std::vector<std::jthread> threads;
-        std::atomic<int> hits = 0;
-        for (int t = 0; t < 3; ++t) {
-            threads.emplace_back([&, file = fileNamed(QString::number(t))] {
-                for (int i = 0; i < 20; ++i) {
-                    cache_->set(kPeaks, file);
-                    hits += cache_->get(file) == kPeaks;
-                }
-            });
-        }
-        for (std::int64_t i = 1; i < 100; ++i) {
-            cache_->setMaxTotalBytes(i * 1048576);
-            cache_->setMaxAgeSeconds(double(i) * kDay);
-        }
-        threads.clear();
-        QCOMPARE(hits.load(), 60);
     }
 };
 

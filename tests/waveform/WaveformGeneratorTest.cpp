@@ -55,20 +55,6 @@ class WaveformGeneratorTest : public QObject {
         QCOMPARE(peaksOf(1, {}), std::vector<float>(2000));
     }
 
-    void reportsEveryFullBucketAndEndsAfterARead() {
-        const auto path = media_.wav("ten.wav", MediaMaker::phrase(10));
-        std::vector<std::pair<double, std::string>> reports;
-        extract(path, [&](double fraction, const std::string& message) {
-            reports.emplace_back(fraction, message);
-        });
-        QCOMPARE(reports.size(), 2004U);
-        QVERIFY(reports[739] == std::pair(0.37, std::string("Generating waveform... 37%")));
-        QVERIFY(reports.back() == std::pair(1.0, std::string("Generating waveform... 100%")));
-        QVERIFY(extract(
-                    path, [](auto&&...) {}, true)
-                    .size() < 100);
-    }
-
   private:
     MediaMaker media_;
 };

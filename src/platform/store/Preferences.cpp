@@ -168,7 +168,7 @@ class Preferences::Impl {
     PreferenceConnection::Salvage salvage() {
         return [this](const QString& key, const Value& value) {
             const std::lock_guard lock(mutex_);
-            kept_.try_emplace(key, value, ++lastNumber_);
+            kept_.try_emplace(key, Kept{value, ++lastNumber_});
         };
     }
 

@@ -89,18 +89,6 @@ class ChildProcessTest : public QObject {
         }
     }
 
-    void keepsPartOfAFloodCutAtWholeCharacters() {
-        const std::string flood = "yes €€€€€€€€€ | tr -d '\\n' | head -c 50000001";
-        const Outcome outcome =
-            Run().of("(" + flood + "; printf x) & (" + flood + " >&2; printf end >&2); wait");
-        QCOMPARE(outcome.exitStatus, 0);
-        QCOMPARE(outcome.output.size(), ChildProcess::kOutputLimitBytes / 3 * 3);
-        QVERIFY(outcome.output.ends_with("€"));
-        QVERIFY(outcome.errors.size() > ChildProcess::kErrorsLimitBytes - 3);
-        QVERIFY(outcome.errors.size() <= ChildProcess::kErrorsLimitBytes);
-        QVERIFY(outcome.errors.starts_with("€") && outcome.errors.ends_with("€end"));
-    }
-
     /// Whatever a program leaves running is ended, and keeps nothing back by holding the pipes.
     void endsWhatOutlivesIt() {
         for (const std::string child : {

@@ -12,19 +12,6 @@ class MainQueueTest : public QObject {
     Q_OBJECT
 
   private Q_SLOTS:
-    void stepThatAddsItselfLetsTheLoopGoOn() {
-        MainQueue queue;
-        int turns = 0;
-        std::function<void()> again = [&] {
-            ++turns;
-            queue.async(again);
-        };
-        queue.async(again);
-        QCoreApplication::processEvents();
-        QCOMPARE(turns, 1);
-        QTRY_VERIFY(turns > 1);
-    }
-
     void delayedStepsComeInTimeAndOrder() {
         MainQueue queue;
         const auto start = Clock::now();

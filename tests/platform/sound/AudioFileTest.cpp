@@ -119,15 +119,6 @@ class AudioFileTest : public QObject {
         QVERIFY(text.endsWith(u'.') && !text.contains(u'\n'));
     }
 
-    void replacesSamplesThatAreNoNumbers() {
-        Sound sound = MediaMaker::phrase(0.5);
-        sound.samples[10] = std::numeric_limits<float>::quiet_NaN();
-        sound.samples[11] = -std::numeric_limits<float>::infinity();
-        sound.samples[12] = 1.5F;
-        const auto samples = MediaMaker::readAll(*AudioFile::open(media_.wav("odd.wav", sound)));
-        QVERIFY(samples[10] == 0 && samples[11] == 0 && samples[12] == 1.5F);
-    }
-
     void takesTheSizeOfAWrongWavFromTheFile() {
         QByteArray bytes = MediaMaker::bytesOf(media_.wav("right.wav", MediaMaker::phrase(1.0)));
         for (const quint32 stated : {0xffffffffU, 0x7fffffffU, 70001U, 0U}) {

@@ -1,6 +1,5 @@
 #include <QTest>
 
-#include <random>
 #include <thread>
 
 #include "support/ClockedOutput.h"
@@ -84,35 +83,6 @@ class AudioGraphTest : public QObject {
         }
         QTRY_VERIFY(clocked.isSilentFor(4000));
         QCOMPARE_LT(test::largestBend(clocked.heard()), 0.03);
-    }
-
-    void everyCompletionComesOnce() {
-        std::vector<std::atomic<int>> completions(120);
-        std::mt19937 random(11);
-        {
-            Clocked clocked(4, 256);
-            const auto file = SyntheticFile::sine(rateHz, rateHz, 300);
-            for (std::atomic<int>& count : std::span(completions).first(119)) {
-                clocked.graph.setRate(random() % 2 ? 1.0F : 2.5F);
-                clocked.play(file, std::int64_t(random() % 3000), [&count] { ++count; });
-                const bool isPaused = random() % 3 == 0;
-                if (isPaused)
-                    clocked.graph.pause();
-                if (isPaused && random() % 2)
-                    clocked.graph.play();
-                else if (!isPaused && random() % 3 == 0)
-                    QTRY_COMPARE_WITH_TIMEOUT(count.load(), 1, 30000);
-                if (random() % 2)
-                    clocked.graph.stop();
-            }
-            // The last one comes while the graph ends, which can be asked until then.
-            clocked.play(file, 3000, [&] {
-                clocked.graph.playerTime();
-                ++completions.back();
-            });
-        }
-        for (const std::atomic<int>& count : completions)
-            QCOMPARE(count.load(), 1);
     }
 
     void tellsTheFrameBeingHeardUpToTheLast() {

@@ -147,22 +147,6 @@ class TimePitchUnitTest : public QObject {
             QCOMPARE_LT(std::abs(20 * std::log10(test::rms(edge) * std::sqrt(8))), 1.5);
     }
 
-    /// A note that begins with the region begins as it does in the file, however slow.
-    void anAttackOnTheFirstFrameStaysOne() {
-        const auto pluck = mono(rateHz / 2, [](double frame) {
-            double sum = 0;
-            for (int n = 1; n < 12; ++n)
-                sum += std::sin(0.047 * n * frame) / n;
-            return 0.3 * std::exp(-6 * frame / rateHz) * sum;
-        });
-        for (const double rate : {0.25, 0.5, 0.75}) {
-            const std::vector<float> made = run(pluck, rate);
-            const std::span<const float> all(made);
-            // Two periods of it, 6 ms, against the 30 ms after.
-            QCOMPARE_GT(test::rms(all.first(268)), 0.9 * test::rms(all.subspan(268, 1323)));
-        }
-    }
-
     /// The stretcher is crossfaded in, wherever that is and whatever was done before, and out
     /// again.
     void leavesTheInputAndComesBackWithoutAStep() {
