@@ -1,6 +1,7 @@
 #include "audio/AudioEngine.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "audio/LocalPath.h"
@@ -162,6 +163,14 @@ bool AudioEngine::renewAnnouncement() {
 void AudioEngine::announce() {
     if (renewAnnouncement())
         engine_->announce(announced_);
+    expectStart();
+}
+
+/// Playback starts where the region does.
+void AudioEngine::expectStart() {
+    const auto appState = appState_.lock();
+    if (appState && audioFile_ && !positionTimer_ && std::isfinite(appState->regionStart()))
+        engine_->expect(audioFile_, frameAt(appState->regionStart(), audioFile_->sampleRate()));
 }
 
 /// Plays on at the end of a pass: what runs on already, if it is this, and anew otherwise.
@@ -185,6 +194,7 @@ void AudioEngine::pause() {
     isPaused_ = true;
     engine_->pause();
     positionTimer_.reset();
+    expectStart();
 }
 
 void AudioEngine::setRate(float rate) {
@@ -267,6 +277,7 @@ void AudioEngine::rewind() {
     if (const auto appState = appState_.lock()) {
         appState->setIsPlaying(false);
         appState->setPlaybackPosition(appState->regionStart());
+        expectStart();
     }
 }
 

@@ -77,6 +77,7 @@ class AudioEngine : public std::enable_shared_from_this<AudioEngine> {
     bool renewAnnouncement();
     Completion completionOf(std::int64_t segment);
     void announce();
+    void expectStart();
     void stopWhatRunsOn();
     void playNext(double start, double end, std::int64_t announcement);
     void repeat(std::int64_t generation, const PlaybackModel& appState);

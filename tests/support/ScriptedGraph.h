@@ -54,6 +54,7 @@ class ScriptedGraph : public AudioGraph {
         following = next;
         running.reset();
     }
+    void expect(const std::shared_ptr<AudioFile>&, std::int64_t) override {}
     void announce(const std::optional<Announcement>& next) override { following = next; }
     std::optional<std::int64_t> runningOn() const override { return running; }
     bool adopt(std::int64_t id, Completion completion) override {

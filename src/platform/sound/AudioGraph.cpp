@@ -47,6 +47,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
 
     bool isRunning() const override { return running_; }
     void start() override;
+    void expect(const std::shared_ptr<AudioFile>& file, std::int64_t frame) override;
     void scheduleSegment(std::shared_ptr<AudioFile> file, std::int64_t startFrame,
                          std::int64_t frameCount, Completion completion,
                          const std::optional<Announcement>& next) override;
@@ -69,6 +70,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::size_t awaitFrames(std::size_t frames) override;
     void setPlaying(bool playing);
     void playFrom(const Place& place);
+    void openForReading(const std::shared_ptr<AudioFile>& file);
     void rest();
 
     SoundSettings settings_;
@@ -96,6 +98,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     FileReader reader_;
     FrameCache cache_; ///< used by the render thread only
     Mailbox<PlayRequest> requests_;
+    Mailbox<ExpectedStart> expectations_;
     std::size_t largestRequest_ = 0;             ///< used by the thread that opens the device
     std::unique_ptr<RenderThread> renderThread_; ///< the same; also in awaitFrames()
     std::unique_ptr<AudioOutput> output_;
@@ -128,8 +131,8 @@ void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
     const std::size_t ahead =
         isPaced_ ? std::max(std::size_t(sampleRateHz) * aheadMs / 1000, leastAhead) : 0;
     auto renderThread = std::make_unique<RenderThread>(
-        RenderThread::Wiring{transport_, settings_, requests_, cache_, renderWake_, demandMet_,
-                             isPaced_ ? nullptr : &demand_, ending_.get_token()},
+        RenderThread::Wiring{transport_, settings_, requests_, expectations_, cache_, renderWake_,
+                             demandMet_, isPaced_ ? nullptr : &demand_, ending_.get_token()},
         sampleRateHz, largestRequest + ahead);
     stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
     renderThread_ = std::move(renderThread);
@@ -164,13 +167,27 @@ std::size_t SoundGraph::awaitFrames(std::size_t frames) {
 /// Plays the rest of the segment under a new epoch. Requires the mutex.
 void SoundGraph::playFrom(const Place& place) {
     const std::shared_ptr<AudioFile>& file = segment_->file;
+    openForReading(file);
+    request_ = {++epoch_, fileNumber_, file->sampleRate(), file->length(), place, segment_->next};
+    requests_.put(request_);
+    transport_.set({epoch_, transport_.get().playing});
+    renderWake_.signal();
+}
+
+/// Requires the mutex.
+void SoundGraph::openForReading(const std::shared_ptr<AudioFile>& file) {
     if (lastFile_.owner_before(file) || file.owner_before(lastFile_))
         ++fileNumber_;
     lastFile_ = file;
     reader_.open(file, fileNumber_);
-    request_ = {++epoch_, fileNumber_, file->sampleRate(), file->length(), place, segment_->next};
-    requests_.put(request_);
-    transport_.set({epoch_, transport_.get().playing});
+}
+
+void SoundGraph::expect(const std::shared_ptr<AudioFile>& file, std::int64_t frame) {
+    const std::scoped_lock lock(mutex_);
+    if (transport_.get().playing)
+        return;
+    openForReading(file);
+    expectations_.put({fileNumber_, file->length(), frame});
     renderWake_.signal();
 }
 

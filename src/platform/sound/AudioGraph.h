@@ -57,6 +57,10 @@ class AudioGraph {
                                  std::int64_t frameCount, Completion completion,
                                  const std::optional<Announcement>& next = {}) = 0;
 
+    /// While nothing plays: a segment of `file` may soon be scheduled from `frame`. What its start
+    /// needs is read ahead, so that an attack there is known when it is played.
+    virtual void expect(const std::shared_ptr<AudioFile>& file, std::int64_t frame) = 0;
+
     /// Announces what follows the current pass and each later one: playback continues into it
     /// without waiting for the client. Absent: nothing follows.
     ///

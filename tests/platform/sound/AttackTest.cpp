@@ -4,6 +4,7 @@
 #include <random>
 
 #include "platform/sound/attack/AttackFinder.h"
+#include "support/ClockedOutput.h"
 #include "support/PulledGraph.h"
 #include "support/SyntheticFile.h"
 
@@ -107,6 +108,32 @@ class AttackTest : public QObject {
             QCOMPARE_LT(std::abs(10 * std::log10(energy(onset - 5) / fileEnergy)), 1.0);
             QCOMPARE_LT(10 * std::log10(energy(onset - 0.008 * deviceHz) / fileEnergy), -20.0);
         }
+    }
+
+    /// Also the first one, where a start was expected: in real time nothing waits for it.
+    void areKnownWhereAStartIsExpected() {
+        const auto file = std::make_shared<SyntheticFile>(rateHz, 8 * apart, burstsAndChord);
+        auto* const output = new test::ClockedOutput(rateHz, 512, 1);
+        const auto graph = AudioGraph::create(std::unique_ptr<AudioOutput>(output));
+        graph->start();
+        graph->setRate(0.25F);
+        const std::int64_t start = 3 * apart + apart / 2 - rateHz / 20;
+        graph->expect(file, start);
+        QTest::qWait(300); // for as long as a musician needs to press Space
+        graph->scheduleSegment(file, start, apart, [] {});
+        graph->play();
+        QTRY_VERIFY(output->framesWritten() > 0 && test::rms(output->lastFrames(200)) > 0);
+        QTest::qWait(500);
+        const std::vector<float> heard = test::channelOf(output->frames(), 0);
+        const auto first = std::ranges::find_if(heard, [](float sample) { return sample != 0; });
+        const auto onset = (first - heard.begin()) + rateHz / 5;
+        const auto energy = [&](std::int64_t from) {
+            double sum = 0;
+            for (std::int64_t i = from; i < from + rateHz / 200; ++i)
+                sum += std::pow(double(heard[std::size_t(i + 1)]) - heard[std::size_t(i)], 2);
+            return sum;
+        };
+        QCOMPARE_LT(10 * std::log10(energy(onset - rateHz / 100) / energy(onset - 5)), -20.0);
     }
 };
 

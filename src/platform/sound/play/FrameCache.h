@@ -23,6 +23,12 @@ class FrameCache {
     /// not be decoded completely are read again: the file may have been rewritten.
     void begin(std::int64_t number, std::int64_t length) noexcept;
 
+    /// Switches to a file for reading ahead, unless it is the current one.
+    void resume(std::int64_t number, std::int64_t length) noexcept {
+        if (number != file_)
+            begin(number, length);
+    }
+
     /// Takes blocks that have been decoded, and starts a new list of wanted frames.
     void update() noexcept;
 

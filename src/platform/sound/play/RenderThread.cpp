@@ -41,6 +41,14 @@ bool RenderThread::step() {
         return false;
     takeRequest();
     const TransportState::Value transport = wiring_.transport.get();
+    if (const ExpectedStart* expected = wiring_.expectations.take())
+        expected_ = *expected;
+    if (transport.playing)
+        expected_.reset();
+    if (expected_) {
+        source_.readAhead(*expected_);
+        return false;
+    }
     if (newest_ != transport.epoch)
         return false;
     if (!isBroken_) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stop_token>
 #include <thread>
 
@@ -49,6 +50,7 @@ class RenderThread {
         const TransportState& transport;
         const SoundSettings& settings;
         Mailbox<PlayRequest>& requests;
+        Mailbox<ExpectedStart>& expectations;
         FrameCache& cache;
         WakeUp& wake;                           ///< the thread waits for this
         WakeUp& demandMet;                      ///< offline: signalled when frames have been pushed
@@ -91,8 +93,9 @@ class RenderThread {
     EqualiserUnit equaliser_;
     Fade fade_;
     Limiter limiter_;
-    std::int64_t epoch_ = 0;  ///< of the run being rendered
-    std::int64_t newest_ = 0; ///< epoch of the newest play request
+    std::int64_t epoch_ = 0;                ///< of the run being rendered
+    std::int64_t newest_ = 0;               ///< epoch of the newest play request
+    std::optional<ExpectedStart> expected_; ///< until something is played
     RenderBlock block_;
     /// Finished blocks on their way to the ring.
     boost::circular_buffer<RenderBlock> held_;

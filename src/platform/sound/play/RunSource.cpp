@@ -38,6 +38,12 @@ void RunSource::prepare(const PlayRequest& request) {
     startConverter(0);
 }
 
+void RunSource::readAhead(const ExpectedStart& start) noexcept {
+    cache_.resume(start.file, start.fileLength);
+    cache_.update();
+    cache_.want(start.frame - startFrames, 2 * startFrames, true);
+}
+
 bool RunSource::isReady() const noexcept {
     return cache_.has(passes_.nextInFile(), std::min(passes_.leftInPass(), startFrames));
 }

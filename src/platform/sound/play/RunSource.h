@@ -26,6 +26,13 @@ struct PlayRequest {
     std::optional<Announcement> next;
 };
 
+/// Where playback may start next.
+struct ExpectedStart {
+    std::int64_t file = 0;
+    std::int64_t fileLength = 0;
+    std::int64_t frame = 0;
+};
+
 /// The frames of a segment at the device's rate: reads its passes from the cache, run by run,
 /// resamples them, and tells the cache what will be needed.
 ///
@@ -39,6 +46,10 @@ class RunSource final : public FrameInput {
     /// Begins another segment with its first run. Like update() and beginNextRun(), throws
     /// std::runtime_error when there is no memory for the resampler.
     void prepare(const PlayRequest& request);
+
+    /// While nothing plays: reads ahead what a start there needs. To be called again whenever
+    /// something has been read.
+    void readAhead(const ExpectedStart& start) noexcept;
 
     /// Whether the start of the segment is in the cache.
     bool isReady() const noexcept;
