@@ -108,7 +108,9 @@ void exactLoops(double pauseSeconds, std::initializer_list<Loop> loops) {
     printRow(what + "frames that differ", atMost(0), different, "");
 }
 
-/// A burst in the middle of every pass, in the file too: a loop of one sounds as the file does.
+/// A burst in the middle of every pass, in the file too: a loop of one sounds as the file does. The
+/// passes are whole hops of the attack finder (128 frames, or half of one), so that each of the
+/// file's bursts is found alike.
 std::shared_ptr<SyntheticFile> bursts(Loop loop) {
     const std::int64_t apart = loop.passFrames;
     const std::int64_t length = startFrame + apart * (loop.passes + 1);
@@ -261,12 +263,12 @@ void steadyTones(double rate) {
 int main() {
     exactLoops(0, {{44, 1000}, {882, 1000}, {22'050, 1000}});
     exactLoops(0.05, {{882, 1000}, {22'050, 1000}});
-    stretchedLoops(0.05, {{44, 1000}, {882, 30}, {4'007, 16}}, {882, 30});
-    stretchedLoops(0.3, {{44, 1000}, {882, 200}, {4'007, 30}}, {882, 300});
-    stretchedLoops(0.5, {{44, 1000}, {882, 500}, {4'007, 60}}, {882, 500});
-    stretchedLoops(1.33, {{44, 1000}, {882, 1000}, {4'007, 100}}, {882, 1000});
-    stretchedLoops(2.5, {{44, 1000}, {882, 1000}, {4'007, 100}}, {882, 1000});
-    stretchedLoops(3, {{44, 1000}, {882, 1000}, {4'007, 100}}, {882, 1000});
+    stretchedLoops(0.05, {{64, 1000}, {896, 100}, {4'096, 80}}, {896, 30});
+    stretchedLoops(0.3, {{64, 1000}, {896, 200}, {4'096, 30}}, {896, 300});
+    stretchedLoops(0.5, {{64, 1000}, {896, 500}, {4'096, 60}}, {896, 500});
+    stretchedLoops(1.33, {{64, 1000}, {896, 1000}, {4'096, 100}}, {896, 1000});
+    stretchedLoops(2.5, {{64, 1000}, {896, 1000}, {4'096, 100}}, {896, 1000});
+    stretchedLoops(3, {{64, 1000}, {896, 1000}, {4'096, 100}}, {896, 1000});
     for (const double rate : {0.05, 0.3, 0.5, 1.0, 1.33, 2.5, 3.0})
         steadyTones(rate);
     return 0;
