@@ -13,7 +13,9 @@ endfunction()
 set(stage ${BUILD}/stage)
 set(prefix ${stage}/opt/ambrel)
 file(REMOVE_RECURSE ${stage})
-run(${CMAKE_COMMAND} -E env DESTDIR=${stage} ${CMAKE_COMMAND} --install ${BUILD} --prefix /opt/ambrel)
+# Everything is in the component "Unspecified". Named, it leaves the list of what was really installed.
+run(${CMAKE_COMMAND} -E env DESTDIR=${stage}
+    ${CMAKE_COMMAND} --install ${BUILD} --prefix /opt/ambrel --component Unspecified)
 run(${prefix}/bin/ambrel --version)
 
 # A user's PATH gets one command. The program's companions may be missing, but not their links.
@@ -28,8 +30,14 @@ if(NOT tops STREQUAL "bin;libexec;share")
 endif()
 
 set(entry ${prefix}/share/applications/${ID}.desktop)
+set(metainfo ${prefix}/share/metainfo/${ID}.metainfo.xml)
 run(desktop-file-validate ${entry})
-run(appstreamcli validate --no-net ${prefix}/share/metainfo/${ID}.metainfo.xml)
+run(appstreamcli validate --no-net ${metainfo})
+file(STRINGS ${metainfo} picture REGEX "<image")
+string(REGEX REPLACE ".*//[^/]*/(.*)</image>" "\\1" picture "${picture}")
+if(NOT picture OR NOT EXISTS ${CMAKE_CURRENT_LIST_DIR}/../${picture})
+    message(SEND_ERROR "The screenshot ${picture} is missing")
+endif()
 file(READ ${entry} entry)
 file(GLOB_RECURSE icons ${prefix}/share/icons/hicolor/${ID}.*)
 list(LENGTH icons count)
