@@ -1,5 +1,5 @@
 # What downloads need beside the program. It is linked, at every build, so that a helper that was
-# installed or updated since is found; without one the program is built all the same.
+# installed or updated since is found; without one the program is built, and installed, all the same.
 set(AMBREL_DOWNLOAD_HELPER "" CACHE FILEPATH
     "Fetches from a web address; empty for the first yt-dlp of PATH at the time of the build")
 set(AMBREL_FFMPEG "" CACHE FILEPATH

@@ -29,7 +29,7 @@ class CommandLineTest(unittest.TestCase):
         self.assertEqual((version.returncode, usage.returncode), (0, 0))
         self.assertRegex(version.stdout, r"(?i)\Aambrel \d+\.\d+\.\d+\n\Z")
         self.assertIn("FILE", usage.stdout.upper())
-        metainfo = PROGRAM.parents[1] / "packaging" / "ambrel.metainfo.xml"
+        metainfo, = (PROGRAM.parents[1] / "packaging").glob("*.metainfo.xml")
         release = ElementTree.parse(metainfo).find("releases/release")
         self.assertEqual(version.stdout.split()[1], release.get("version"))
 

@@ -5,6 +5,7 @@
 #include <QApplication>
 
 #include "app/AppState.h"
+#include "platform/desktop/ApplicationBundle.h"
 #include "ui/look/Symbols.h"
 
 namespace ambrel {
@@ -16,7 +17,7 @@ void AppDelegate::setAppState(std::shared_ptr<AppState> appState) {
 void AppDelegate::applicationWillFinishLaunching() {
     QApplication::setApplicationName(QStringLiteral("ambrel"));
     QApplication::setApplicationVersion(QStringLiteral(AMBREL_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("ambrel"));
+    QApplication::setDesktopFileName(ApplicationBundle::identifier());
     QApplication::setWindowIcon(applicationIcon());
     QApplication::setQuitOnLastWindowClosed(true);
 }

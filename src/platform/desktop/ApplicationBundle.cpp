@@ -8,6 +8,10 @@ QString ApplicationBundle::executableFolder() {
     return QCoreApplication::applicationDirPath();
 }
 
+QString ApplicationBundle::identifier() {
+    return QStringLiteral(AMBREL_ID);
+}
+
 QString ApplicationBundle::shortVersion() {
     return QStringLiteral(AMBREL_VERSION);
 }

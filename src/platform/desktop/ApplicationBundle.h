@@ -11,6 +11,9 @@ struct ApplicationBundle {
     /// The absolute path of the executable's folder, symbolic links resolved.
     static QString executableFolder();
 
+    /// The name by which desktops know the program: that of its desktop entry and its icon.
+    static QString identifier();
+
     /// For example "0.1.0".
     static QString shortVersion();
 
