@@ -9,6 +9,7 @@
 #include "audio/AudioEngine.h"
 #include "download/URLDownloader.h"
 #include "platform/desktop/ApplicationBundle.h"
+#include "platform/desktop/BringToFront.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/TerminationSignals.h"
@@ -29,8 +30,9 @@ constexpr QSize kFirstSize(780, 680);
 
 } // namespace
 
-AmbrelApp::AmbrelApp()
-    : appState_(AppState::create()), engine_(AudioEngine::shared()), keyHandler_(engine_),
+AmbrelApp::AmbrelApp(RunningInstance& instance)
+    : instance_(instance), appState_(AppState::create()), engine_(AudioEngine::shared()),
+      keyHandler_(engine_),
       settingsScene_(std::in_place, SettingsScene::Services{
                                         WaveformCache::shared(), SettingsStore::shared(),
                                         DownloadSettingsStore::shared(), MainQueue::shared()}) {
@@ -40,6 +42,7 @@ AmbrelApp::AmbrelApp()
 
 /// The window is destroyed first: its views and the loader use everything else.
 AmbrelApp::~AmbrelApp() {
+    instance_.serve({});
     keyHandler_.stop();
     mainWindow_.reset();
 }
@@ -69,6 +72,13 @@ void AmbrelApp::makeMainWindow() {
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
 }
 
+/// With the sheet that is open over the window, if there is one.
+void AmbrelApp::comeToFront(const QString& token) {
+    bringToFront(*mainWindow_->windowHandle(), token);
+    if (QWidget* sheet = content_->sheet())
+        sheet->activateWindow();
+}
+
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
         content_->commitTyping();
@@ -80,6 +90,10 @@ int AmbrelApp::run(const std::optional<QUrl>& file) {
     mainWindow_->show();
     appDelegate_.setAppState(appState_);
     keyHandler_.start(appState_);
+    instance_.serve([this](const RunningInstance::Request& request) {
+        comeToFront(request.token);
+        content_->open(request.urls);
+    });
     if (file)
         content_->loadFile(*file, false);
     return QApplication::exec();

@@ -8,6 +8,7 @@
 
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
+#include "platform/desktop/RunningInstance.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 
@@ -22,7 +23,8 @@ class ContentView;
 /// Main thread only, within the life of the QApplication.
 class AmbrelApp {
   public:
-    AmbrelApp();
+    /// `instance` must outlive the application, which serves it.
+    explicit AmbrelApp(RunningInstance& instance);
     ~AmbrelApp();
 
     /// Shows the main window, opens `file` as the open panel would, and runs the main loop until
@@ -31,6 +33,9 @@ class AmbrelApp {
 
   private:
     void makeMainWindow();
+    void comeToFront(const QString& token);
+
+    RunningInstance& instance_;
 
     AppDelegate appDelegate_;
     std::shared_ptr<AppState> appState_;
