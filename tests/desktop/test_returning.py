@@ -47,6 +47,24 @@ class ReturningTest(Scenario):
         self.quit(program)
         self.assertEqual(program.stored_settings(path), AS_LEFT)
 
+    def test_the_window_comes_back_as_it_was_left_but_on_the_screen(self):
+        from application import extents
+        home = self.leave(self.song())
+        for stored, shown in (("800x700+1200+1000", (480, 324, 800, 700)),
+                              ("1x1-5000+100 maximised", (0, 19, 1280, 1005)),
+                              ("800x700+100+60", (100, 60, 800, 700))):
+            home.store("AMB.window", "string", stored)
+            program = self.start(home=home.home)
+            program.wait_for_window()
+            frame = program.find(role="frame", name="Ambrel")
+            wait_until(lambda: extents(frame) == shown, f"{shown}, not {extents(frame)}")
+            if stored == "800x700+100+60":
+                program.pointer("getactivewindow", "windowsize", "--sync", 900, 750)
+                wait_until(lambda: extents(frame)[2:] == (900, 750), "the new size")
+                stored = "900x750+100+60"
+            self.quit(program)
+            self.assertEqual(program.stored("AMB.window"), ("string", stored))
+
     def test_stored_waveform_equals_peaks_computed_from_ffmpegs_output(self):
         path = self.folder / "stereo [1] #2.flac"
         noise = np.random.default_rng(1).uniform(-0.7, 0.7, (48_000 * 5 + 123, 2))

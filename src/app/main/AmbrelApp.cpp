@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QMenuBar>
 #include <QScreen>
+#include <QStyle>
 #include <QWindow>
 
 #include "app/main/AppCommands.h"
@@ -58,6 +59,7 @@ void AmbrelApp::makeMainWindow() {
     Theme::follow(mainWindow_.get(), limitSize);
     QObject::connect(mainWindow_->windowHandle(), &QWindow::screenChanged, mainWindow_.get(),
                      limitSize);
+    restorePlace();
 
     new KeyResponderNSView(appState_, engine_, MainQueue::shared(), mainWindow_.get());
     const auto openSettings = [this] { settingsScene_->open(); };
@@ -70,6 +72,27 @@ void AmbrelApp::makeMainWindow() {
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
                                                 NotificationCenter::shared(), openSettings);
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
+}
+
+/// Where the window was last, as far as there is a screen; beside another only its size.
+void AmbrelApp::restorePlace() {
+    const auto stored = WindowStore::shared().place();
+    if (!stored)
+        return;
+    const QScreen* screen = QGuiApplication::screenAt(stored->area.center());
+    const int titleBar = mainWindow_->style()->pixelMetric(QStyle::PM_TitleBarHeight);
+    const QRect room = (screen ? screen : mainWindow_->screen())->availableGeometry();
+    const QRect area = Theme::movedInto(room.adjusted(0, titleBar, 0, 0), stored->area);
+    if (instance_.isLater())
+        mainWindow_->resize(area.size());
+    else
+        mainWindow_->setGeometry(area);
+    if (stored->isMaximised)
+        mainWindow_->setWindowState(Qt::WindowMaximized);
+}
+
+WindowStore::Place AmbrelApp::place() const {
+    return {mainWindow_->normalGeometry(), mainWindow_->isMaximized()};
 }
 
 /// With the sheet that is open over the window, if there is one.
@@ -85,6 +108,12 @@ int AmbrelApp::run(const std::optional<QUrl>& file) {
         settingsScene_.reset(); // finishes a clear, so that it cannot delete what is saved below
         URLDownloader::shared().stop(); // early, because helpers take a moment to end
         appDelegate_.applicationWillTerminate();
+        if (firstPlace_ && place() != firstPlace_)
+            WindowStore::shared().setPlace(place());
+    });
+    QObject::connect(qApp, &QApplication::focusWindowChanged, mainWindow_.get(), [this] {
+        if (!firstPlace_) // it is in place, and the user can change that
+            firstPlace_ = place();
     });
     const TerminationSignals signalsToQuit([] { QApplication::exit(0); });
     mainWindow_->show();

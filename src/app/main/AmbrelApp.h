@@ -9,6 +9,7 @@
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
 #include "platform/desktop/RunningInstance.h"
+#include "store/WindowStore.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 
@@ -33,6 +34,8 @@ class AmbrelApp {
 
   private:
     void makeMainWindow();
+    void restorePlace();
+    WindowStore::Place place() const;
     void comeToFront(const QString& token);
 
     RunningInstance& instance_;
@@ -43,6 +46,7 @@ class AmbrelApp {
     KeyHandler keyHandler_;
     std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
+    std::optional<WindowStore::Place> firstPlace_; ///< where the desktop has put the window
     ContentView* content_ = nullptr;
 };
 
