@@ -3,6 +3,7 @@
 import base64
 import contextlib
 import json
+import pathlib
 import sqlite3
 import subprocess
 import time
@@ -30,6 +31,8 @@ class ReturningTest(Scenario):
         path = self.song()
         first = self.leave(path, AS_LEFT)
         self.assertEqual(json.loads(first.stored("recentFiles")[1]), [str(path)])
+        desktops = pathlib.Path(first.home["XDG_DATA_HOME"]) / "recently-used.xbel"
+        self.assertIn(path.as_uri(), desktops.read_text())
         program = self.start(home=first.home)
         entry = program.wait_for(name="song.wav")
         self.assertEqual(entry.get_description(), str(self.folder))

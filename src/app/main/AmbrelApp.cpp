@@ -13,6 +13,7 @@
 #include "platform/desktop/BringToFront.h"
 #include "platform/desktop/MainQueue.h"
 #include "platform/desktop/NotificationCenter.h"
+#include "platform/desktop/RecentDocuments.h"
 #include "platform/desktop/TerminationSignals.h"
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
@@ -34,9 +35,10 @@ constexpr QSize kFirstSize(780, 680);
 AmbrelApp::AmbrelApp(RunningInstance& instance)
     : instance_(instance), appState_(AppState::create()), engine_(AudioEngine::shared()),
       keyHandler_(engine_),
-      settingsScene_(std::in_place, SettingsScene::Services{
-                                        WaveformCache::shared(), SettingsStore::shared(),
-                                        DownloadSettingsStore::shared(), MainQueue::shared()}) {
+      settingsScene_(std::in_place,
+                     SettingsScene::Services{WaveformCache::shared(), SettingsStore::shared(),
+                                             DownloadSettingsStore::shared(), MainQueue::shared()}),
+      desktopList_(MainQueue::shared(), 1) {
     appDelegate_.applicationWillFinishLaunching();
     makeMainWindow();
 }
@@ -72,6 +74,7 @@ void AmbrelApp::makeMainWindow() {
     const auto* openRecent = commands::addMenus(*mainWindow_->menuBar(), RecentFilesStore::shared(),
                                                 NotificationCenter::shared(), openSettings);
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
+    appState_->observe(content_, {AppState::Field::loadingState}, [this] { tellDesktop(); });
 }
 
 /// Where the window was last, as far as there is a screen; beside another only its size.
@@ -93,6 +96,16 @@ void AmbrelApp::restorePlace() {
 
 WindowStore::Place AmbrelApp::place() const {
     return {mainWindow_->normalGeometry(), mainWindow_->isMaximized()};
+}
+
+/// That a file has been opened.
+void AmbrelApp::tellDesktop() {
+    if (!appState_->loadingState().isLoaded())
+        return;
+    const auto adding = desktopList_.run([file = appState_->audioFileURL().value_or(QUrl())] {
+        if (RecentDocuments::areWanted())
+            RecentDocuments::add(file, QStringLiteral("Ambrel"), QStringLiteral("ambrel"));
+    });
 }
 
 /// With the sheet that is open over the window, if there is one.

@@ -8,6 +8,7 @@
 
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
+#include "platform/desktop/BackgroundQueue.h"
 #include "platform/desktop/RunningInstance.h"
 #include "store/WindowStore.h"
 #include "ui/settings/SettingsScene.h"
@@ -36,6 +37,7 @@ class AmbrelApp {
     void makeMainWindow();
     void restorePlace();
     WindowStore::Place place() const;
+    void tellDesktop();
     void comeToFront(const QString& token);
 
     RunningInstance& instance_;
@@ -48,6 +50,7 @@ class AmbrelApp {
     std::unique_ptr<QMainWindow> mainWindow_;
     std::optional<WindowStore::Place> firstPlace_; ///< where the desktop has put the window
     ContentView* content_ = nullptr;
+    BackgroundQueue desktopList_; ///< adds to the desktop's recent documents
 };
 
 } // namespace ambrel
