@@ -6,10 +6,11 @@
 namespace ambrel {
 namespace {
 
-const QString kHelp = QStringLiteral("Usage: ambrel [FILE]\n"
+const QString kHelp = QStringLiteral("Usage: ambrel [--new-window] [FILE]\n"
                                      "Practise with a recording: mark a region of it and play it.\n"
                                      "\n"
                                      "  FILE           a path or a file: address to open at once\n"
+                                     "  --new-window   open it here, even if Ambrel already runs\n"
                                      "  -h, --help     show this help and exit\n"
                                      "  -v, --version  show the version and exit\n");
 
@@ -27,9 +28,11 @@ QUrl fileURL(const QString& argument, const QString& folder) {
 CommandLine CommandLine::parse(const QStringList& arguments, const QString& folder) {
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")});
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")});
+    const QCommandLineOption newWindow(QStringLiteral("new-window"));
     QCommandLineParser parser;
     parser.addOption(help);
     parser.addOption(version);
+    parser.addOption(newWindow);
 
     CommandLine result;
     if (!parser.parse(arguments)) {
@@ -39,6 +42,7 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QString& fold
                            : QStringLiteral("The option “%1” is not known.").arg(unknown.first());
         return result;
     }
+    result.newWindow = parser.isSet(newWindow);
     const QStringList files = parser.positionalArguments();
     if (parser.isSet(help))
         result.answer = kHelp;

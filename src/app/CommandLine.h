@@ -8,9 +8,10 @@
 
 namespace ambrel {
 
-/// The parsed command line: `ambrel [FILE]`, `--help` or `--version`.
+/// The parsed command line: `ambrel [--new-window] [FILE]`, `--help` or `--version`.
 struct CommandLine {
     std::optional<QUrl> file; ///< a local file, with an absolute path
+    bool newWindow = false;   ///< to be opened here, even if Ambrel already runs
     QString answer;           ///< if not empty, to be printed instead of starting
     QString error;            ///< one sentence, if the arguments are invalid
 

@@ -3,6 +3,7 @@
 import base64
 import contextlib
 import json
+import pathlib
 import sqlite3
 import subprocess
 import time
@@ -30,6 +31,8 @@ class ReturningTest(Scenario):
         path = self.song()
         first = self.leave(path, AS_LEFT)
         self.assertEqual(json.loads(first.stored("recentFiles")[1]), [str(path)])
+        desktops = pathlib.Path(first.home["XDG_DATA_HOME"]) / "recently-used.xbel"
+        self.assertIn(path.as_uri(), desktops.read_text())
         program = self.start(home=first.home)
         entry = program.wait_for(name="song.wav")
         self.assertEqual(entry.get_description(), str(self.folder))
@@ -46,6 +49,24 @@ class ReturningTest(Scenario):
         self.assertGreater(level_db(steady, transposed), level_db(steady, 330) + 40)
         self.quit(program)
         self.assertEqual(program.stored_settings(path), AS_LEFT)
+
+    def test_the_window_comes_back_as_it_was_left_but_on_the_screen(self):
+        from application import extents
+        home = self.leave(self.song())
+        for stored, shown in (("800x700+1200+1000", (480, 324, 800, 700)),
+                              ("1x1-5000+100 maximised", (0, 19, 1280, 1005)),
+                              ("800x700+100+60", (100, 60, 800, 700))):
+            home.store("AMB.window", "string", stored)
+            program = self.start(home=home.home)
+            program.wait_for_window()
+            frame = program.find(role="frame", name="Ambrel")
+            wait_until(lambda: extents(frame) == shown, f"{shown}, not {extents(frame)}")
+            if stored == "800x700+100+60":
+                program.pointer("getactivewindow", "windowsize", "--sync", 900, 750)
+                wait_until(lambda: extents(frame)[2:] == (900, 750), "the new size")
+                stored = "900x750+100+60"
+            self.quit(program)
+            self.assertEqual(program.stored("AMB.window"), ("string", stored))
 
     def test_stored_waveform_equals_peaks_computed_from_ffmpegs_output(self):
         path = self.folder / "stereo [1] #2.flac"

@@ -3,9 +3,11 @@
 #include <limits>
 
 #include <QDialog>
+#include <QMimeData>
 #include <QScrollArea>
 #include <QScrollBar>
 
+#include "support/MediaMaker.h"
 #include "support/TestWindow.h"
 #include "ui/look/Theme.h"
 
@@ -200,6 +202,51 @@ class ContentViewWindowTest : public QObject {
                 QVERIFY(std::isfinite(w.state->speed()) && std::isfinite(w.state->regionStart()));
                 QCOMPARE(w.state->loopDelaySeconds(), 999);
             }
+    }
+
+    void whatIsDroppedOpensWhileNothingIsAsked() {
+        const test::MediaMaker media;
+        const auto file = [&](const QString& name) {
+            return QUrl::fromLocalFile(QString::fromStdString(media.path(name.toStdString())));
+        };
+        for (const char* name : {"a.wav", "b.wav"})
+            media.wav(name, test::MediaMaker::phrase(0.1));
+        media.write("notes.mp3", "no sound");
+        QMimeData files, wrong, address, number;
+        files.setUrls({file(u"notes.mp3"_qs), file(u"a.wav"_qs), file(u"b.wav"_qs)});
+        wrong.setUrls({file(u"gone.mp3"_qs), QUrl::fromLocalFile(u"/"_qs)});
+        address.setText(u" https://example.org/a%20b?c=d\n"_qs);
+        number.setText(u"12"_qs);
+        for (const auto& [data, opened, shown] :
+             {std::tuple(&files, u"a.wav"_qs, QString()),
+              {&wrong, u"song.wav"_qs,
+               u"“gone.mp3” could not be opened: there is no such file."_qs},
+              {&address, u"song.wav"_qs, u"https://example.org/a%20b?c=d"_qs},
+              {&number, u"song.wav"_qs, QString()}}) {
+            Practice w;
+            w.graph->addFile(file(u"a.wav"_qs), 10);
+            const QWidget* seconds = w.field(u"Start seconds"_qs);
+            const QPoint place = seconds->mapTo(&w.window, seconds->rect().center());
+            const auto isTaken = [&, data = data](auto&& drag) {
+                QCoreApplication::sendEvent(w.window.windowHandle(), &drag);
+                return drag.isAccepted();
+            };
+            const auto drop = [&, data = data] {
+                return isTaken(QDragEnterEvent(place, Qt::CopyAction, data, {}, {})) &&
+                       isTaken(QDropEvent(place, Qt::CopyAction, data, {}, {}));
+            };
+            QCOMPARE(drop(), data != &number);
+            const bool asks = !shown.isEmpty();
+            QTRY_COMPARE(w.state->audioFileURL()->fileName(), opened);
+            QTRY_VERIFY(w.state->loadingState().isLoaded());
+            QTRY_COMPARE(w.window.findChild<QDialog*>() != nullptr, asks);
+            if (!asks)
+                continue;
+            const auto* sheet = w.window.findChild<QDialog*>();
+            const auto* field = sheet->findChild<QLineEdit*>();
+            QVERIFY(field ? field->text() == shown : test::findIn(*sheet, shown) != nullptr);
+            QVERIFY(!drop());
+        }
     }
 
     void helpScrolls() {

@@ -8,6 +8,9 @@
 
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
+#include "platform/desktop/BackgroundQueue.h"
+#include "platform/desktop/RunningInstance.h"
+#include "store/WindowStore.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 
@@ -22,7 +25,8 @@ class ContentView;
 /// Main thread only, within the life of the QApplication.
 class AmbrelApp {
   public:
-    AmbrelApp();
+    /// `instance` must outlive the application, which serves it.
+    explicit AmbrelApp(RunningInstance& instance);
     ~AmbrelApp();
 
     /// Shows the main window, opens `file` as the open panel would, and runs the main loop until
@@ -31,6 +35,12 @@ class AmbrelApp {
 
   private:
     void makeMainWindow();
+    void restorePlace();
+    WindowStore::Place place() const;
+    void tellDesktop();
+    void comeToFront(const QString& token);
+
+    RunningInstance& instance_;
 
     AppDelegate appDelegate_;
     std::shared_ptr<AppState> appState_;
@@ -38,7 +48,9 @@ class AmbrelApp {
     KeyHandler keyHandler_;
     std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
+    std::optional<WindowStore::Place> firstPlace_; ///< where the desktop has put the window
     ContentView* content_ = nullptr;
+    BackgroundQueue desktopList_; ///< adds to the desktop's recent documents
 };
 
 } // namespace ambrel

@@ -76,7 +76,7 @@ RecentFilesMenu* addMenus(QMenuBar& menuBar, const RecentFilesStore& recentFiles
         {{QStringLiteral("Pitch Up 1 Cent"), Qt::CTRL | Qt::Key_Up, notifications::pitchUp},
          {QStringLiteral("Pitch Down 1 Cent"), Qt::CTRL | Qt::Key_Down, notifications::pitchDown}});
     addMenu(QStringLiteral("&Help"),
-            {{QStringLiteral("Ambrel Help"), QKeySequence(), notifications::showHelp}});
+            {{QStringLiteral("Ambrel Help"), Qt::Key_F1, notifications::showHelp}});
     return openRecent;
 }
 

@@ -9,7 +9,10 @@
 
 #include "app/CommandLine.h"
 #include "app/main/AmbrelApp.h"
+#include "platform/desktop/ApplicationBundle.h"
+#include "platform/desktop/BringToFront.h"
 #include "platform/desktop/ExitDeadline.h"
+#include "platform/desktop/RunningInstance.h"
 
 namespace {
 
@@ -59,13 +62,20 @@ int main(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
 
+    const QString token = ambrel::startToken();
     const QtMessageHandler usual = qInstallMessageHandler(leaveWithoutDisplay);
     argc = std::min(argc, 1); // the rest has been parsed, and Qt would interpret some of it
     QApplication application(argc, argv);
     qInstallMessageHandler(usual);
     useNeutralNumbers();
 
-    ambrel::AmbrelApp app;
+    ambrel::RunningInstance instance(ambrel::ApplicationBundle::identifier());
+    QList<QUrl> urls;
+    if (commandLine.file)
+        urls << *commandLine.file;
+    if (!commandLine.newWindow && instance.handOver({urls, token}))
+        return EXIT_SUCCESS;
+    ambrel::AmbrelApp app(instance);
     const int status = app.run(commandLine.file);
     deadline.set(kEndTime, status);
     return status;

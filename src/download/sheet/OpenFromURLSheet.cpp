@@ -66,7 +66,7 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
     Theme::follow(this, &OpenFromURLSheet::fitHeight);
     setErrorMessage({});
     setDownloading(false);
-    takeAddressFromClipboard();
+    fillIn(webAddressIn(QGuiApplication::clipboard()->text()));
 }
 
 void OpenFromURLSheet::addRows(QBoxLayout& column) {
@@ -92,16 +92,22 @@ void OpenFromURLSheet::addRows(QBoxLayout& column) {
     column.addLayout(buttons);
 }
 
-void OpenFromURLSheet::takeAddressFromClipboard() {
-    const QString text = QGuiApplication::clipboard()->text().trimmed();
+QString OpenFromURLSheet::webAddressIn(const QString& text) {
+    const QString word = text.trimmed();
     const bool isOneWord =
-        std::none_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
-    if (isOneWord && (text.startsWith(QLatin1String("http://"), Qt::CaseInsensitive) ||
-                      text.startsWith(QLatin1String("https://"), Qt::CaseInsensitive))) {
-        address_->setText(text);
-        address_->end(false);
-        address_->home(true); // selected, and scrolled to its start, which names the site
-    }
+        std::none_of(word.begin(), word.end(), [](QChar c) { return c.isSpace(); });
+    const bool isAddress =
+        isOneWord && (word.startsWith(QLatin1String("http://"), Qt::CaseInsensitive) ||
+                      word.startsWith(QLatin1String("https://"), Qt::CaseInsensitive));
+    return isAddress ? word : QString();
+}
+
+void OpenFromURLSheet::fillIn(const QString& address) {
+    if (address.isEmpty())
+        return;
+    address_->setText(address);
+    address_->end(false);
+    address_->home(true); // selected, and scrolled to its start, which names the site
 }
 
 bool OpenFromURLSheet::canSubmit() const {

@@ -34,6 +34,12 @@ class OpenFromURLSheet : public QDialog {
                      std::function<void(const QUrl& file)> onLoad, std::function<void()> onCancel,
                      QWidget* parent = nullptr);
 
+    /// The web address that `text` consists of; empty if it is anything else.
+    static QString webAddressIn(const QString& text);
+
+    /// Puts the address into the field, selected; no effect if it is empty.
+    void fillIn(const QString& address);
+
     void reject() override;
 
   protected:
@@ -41,7 +47,6 @@ class OpenFromURLSheet : public QDialog {
 
   private:
     void addRows(QBoxLayout& column);
-    void takeAddressFromClipboard();
     bool canSubmit() const;
     void startDownload();
     QCoro::Task<> perform(QUrl source);

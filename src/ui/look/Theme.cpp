@@ -78,6 +78,15 @@ QSize Theme::windowSize(QSize points, const QScreen* screen) {
     return screen ? size.boundedTo(screen->availableSize()) : size;
 }
 
+QRect Theme::movedInto(const QRect& room, QRect place) {
+    place.setSize(place.size().boundedTo(room.size()));
+    place.moveRight(std::min(place.right(), room.right()));
+    place.moveBottom(std::min(place.bottom(), room.bottom()));
+    place.moveLeft(std::max(place.left(), room.left()));
+    place.moveTop(std::max(place.top(), room.top()));
+    return place;
+}
+
 void Theme::space(QLayout* layout, double spacing, const QMarginsF& margins) {
     follow(layout, [layout, spacing, margins] {
         layout->setSpacing(length(spacing));

@@ -7,6 +7,7 @@
 #include <QMarginsF>
 #include <QObject>
 #include <QPalette>
+#include <QRect>
 
 class QLayout;
 class QScreen;
@@ -59,6 +60,9 @@ class Theme : public QObject {
         else
             derive();
     }
+
+    /// A window's place, moved into `room`; smaller only if there is not enough of it.
+    static QRect movedInto(const QRect& room, QRect place);
 
     /// Keeps a layout's spacing and margins at these lengths, as follow().
     static void space(QLayout* layout, double spacing, const QMarginsF& margins = {});

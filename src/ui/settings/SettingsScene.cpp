@@ -1,10 +1,9 @@
 #include "ui/settings/SettingsScene.h"
 
-#include <algorithm>
-
 #include <QApplication>
 #include <QScreen>
 
+#include "ui/look/Theme.h"
 #include "ui/settings/CacheSettingsView.h"
 #include "ui/settings/SettingsWindow.h"
 
@@ -14,12 +13,9 @@ namespace {
 /// Over the middle of another window, as far as the screen allows.
 void centre(QWidget& window, const QWidget& over) {
     window.adjustSize();
-    const QRect room = over.screen()->availableGeometry();
     QRect place(QPoint(), window.size());
     place.moveCenter(over.frameGeometry().center());
-    place.moveLeft(std::max(room.left(), std::min(place.left(), room.right() - place.width())));
-    place.moveTop(std::max(room.top(), std::min(place.top(), room.bottom() - place.height())));
-    window.move(place.topLeft());
+    window.move(Theme::movedInto(over.screen()->availableGeometry(), place).topLeft());
 }
 
 } // namespace

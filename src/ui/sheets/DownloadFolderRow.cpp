@@ -37,7 +37,7 @@ void DownloadFolderRow::chooseFolder() {
     if (panel_)
         return panel_->activateWindow();
     panel_ = new FolderPanel(folder_, this);
-    connect(panel_, &FolderPanel::folderChosen, this, [this](const QUrl& folder) {
+    connect(panel_, &FolderPanel::chosen, this, [this](const QUrl& folder) {
         settings_.setDownloadDirectory(folder);
         showFolder();
     });

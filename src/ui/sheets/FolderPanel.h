@@ -1,20 +1,15 @@
 #pragma once
 
-#include <QFileDialog>
-#include <QUrl>
+#include "ui/sheets/FilePanel.h"
 
 namespace ambrel {
 
 /// The desktop's dialog for choosing a folder.
-class FolderPanel : public QFileDialog {
+class FolderPanel : public FilePanel {
     Q_OBJECT
 
   public:
-    /// Starts in `folder`, or in its nearest parent that exists.
-    explicit FolderPanel(const QUrl& folder, QWidget* parent);
-
-  Q_SIGNALS:
-    void folderChosen(const QUrl& folder);
+    FolderPanel(const QUrl& folder, QWidget* parent);
 };
 
 } // namespace ambrel

@@ -23,18 +23,12 @@ QString audioPatterns() {
 
 } // namespace
 
-OpenPanel::OpenPanel(QWidget* parent) : QFileDialog(parent, QStringLiteral("Open File")) {
+OpenPanel::OpenPanel(const QUrl& folder, QWidget* parent)
+    : FilePanel(QStringLiteral("Open File"), folder, parent) {
     setFileMode(QFileDialog::ExistingFile);
-    setAcceptMode(QFileDialog::AcceptOpen);
-    setSupportedSchemes({QStringLiteral("file")});
     setOption(QFileDialog::HideNameFilterDetails);
     setNameFilters(
         {QStringLiteral("Audio files (%1)").arg(audioPatterns()), QStringLiteral("All files (*)")});
-    connect(this, &QFileDialog::accepted, this, [this] {
-        const QList<QUrl> chosen = selectedUrls();
-        if (!chosen.isEmpty() && chosen.first().isLocalFile())
-            Q_EMIT fileChosen(chosen.first());
-    });
 }
 
 } // namespace ambrel

@@ -1,19 +1,15 @@
 #pragma once
 
-#include <QFileDialog>
-#include <QUrl>
+#include "ui/sheets/FilePanel.h"
 
 namespace ambrel {
 
-/// The desktop's file dialog, for one audio file.
-class OpenPanel : public QFileDialog {
+/// The desktop's dialog for choosing an audio file.
+class OpenPanel : public FilePanel {
     Q_OBJECT
 
   public:
-    explicit OpenPanel(QWidget* parent);
-
-  Q_SIGNALS:
-    void fileChosen(const QUrl& url);
+    OpenPanel(const QUrl& folder, QWidget* parent);
 };
 
 } // namespace ambrel

@@ -3,7 +3,9 @@
 #include <utility>
 
 #include <QDesktopServices>
+#include <QDialog>
 #include <QKeyEvent>
+#include <QStandardPaths>
 #include <QVBoxLayout>
 
 #include "app/Notifications.h"
@@ -18,12 +20,39 @@
 #include "ui/sheets/HelpSheet.h"
 #include "ui/sheets/OpenPanel.h"
 #include "ui/sheets/SheetBlocker.h"
+#include "ui/window/DropTarget.h"
 #include "ui/window/HeaderBar.h"
 #include "ui/window/LoadingScreen.h"
 #include "ui/window/WelcomeScreen.h"
 #include "ui/window/WorkingScreen.h"
 
 namespace ambrel {
+namespace {
+
+/// A disk that does not answer delays no other.
+constexpr int kLookThreads = 8;
+
+struct Choice {
+    QUrl file;       ///< empty if none is audio
+    QString refusal; ///< the sentence for the first
+};
+
+/// Reads from the disk: not for the main thread.
+Choice firstAudioFile(const QList<QUrl>& urls) {
+    Choice choice;
+    for (const QUrl& url : urls) {
+        try {
+            AudioEngine::openLocally(url);
+            return {url, {}};
+        } catch (const std::exception& error) {
+            if (choice.refusal.isEmpty())
+                choice.refusal = QString::fromUtf8(error.what());
+        }
+    }
+    return choice;
+}
+
+} // namespace
 
 ContentView::ContentView(const Services& services, QWidget* parent)
     : QScrollArea(parent), state_(services.state), engine_(services.engine),
@@ -31,7 +60,8 @@ ContentView::ContentView(const Services& services, QWidget* parent)
       downloader_(services.downloader), column_(new QVBoxLayout),
       loader_(services.state, services.engine, services.settings, services.waveformCache,
               services.recentFiles, services.mainQueue,
-              [this](const QString& message) { showError(message); }) {
+              [this](const QString& message) { showError(message); }),
+      looks_(services.mainQueue, kLookThreads) {
     refillRecentFiles();
     engine_->setAppState(state_);
 
@@ -49,7 +79,7 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     column_->addWidget(new Divider);
 
     connect(header, &HeaderBar::openFileRequested, this, &ContentView::openFile);
-    connect(header, &HeaderBar::openFromURLRequested, this, &ContentView::showOpenFromURL);
+    connect(header, &HeaderBar::openFromURLRequested, this, [this] { showOpenFromURL(); });
     connect(header, &HeaderBar::recentFilesWanted, this, &ContentView::refillRecentFiles);
     state_->observe(this, {AppState::Field::loadingState}, [this] { showScreen(); });
     state_->observe(this, {AppState::Field::isShowingHelp}, [this] { showHelp(); });
@@ -71,6 +101,15 @@ void ContentView::keyPressEvent(QKeyEvent* event) {
     if (event->key() != Qt::Key_Escape || !holder || !isAncestorOf(holder))
         return QScrollArea::keyPressEvent(event);
     holder->clearFocus();
+}
+
+/// Only now it is known which window it is in.
+void ContentView::showEvent(QShowEvent* event) {
+    QScrollArea::showEvent(event);
+    if (drops_)
+        return;
+    drops_ = new DropTarget(window(), [this] { return !sheet(); });
+    connect(drops_, &DropTarget::dropped, this, &ContentView::open);
 }
 
 bool ContentView::event(QEvent* event) {
@@ -130,7 +169,7 @@ QWidget* ContentView::makeScreen(const LoadingState& loading) {
         return new WorkingScreen(state_, engine_);
     auto* welcome = new WelcomeScreen(state_);
     connect(welcome, &WelcomeScreen::openFileRequested, this, &ContentView::openFile);
-    connect(welcome, &WelcomeScreen::openFromURLRequested, this, &ContentView::showOpenFromURL);
+    connect(welcome, &WelcomeScreen::openFromURLRequested, this, [this] { showOpenFromURL(); });
     connect(welcome, &WelcomeScreen::recentFileChosen, this,
             [this](const QUrl& file) { loadFile(file, true); });
     connect(welcome, &WelcomeScreen::clearRecentsRequested, this, &ContentView::clearRecents);
@@ -162,7 +201,7 @@ void ContentView::showHelp() {
     SheetBlocker::present(helpSheet_, window());
 }
 
-void ContentView::showOpenFromURL() {
+void ContentView::showOpenFromURL(const QString& address) {
     if (openFromURLSheet_)
         return openFromURLSheet_->activateWindow();
     const auto close = [this] {
@@ -175,6 +214,7 @@ void ContentView::showOpenFromURL() {
             loadFile(file, false);
         },
         close, this);
+    openFromURLSheet_->fillIn(address);
     SheetBlocker::present(openFromURLSheet_, window());
 }
 
@@ -184,13 +224,57 @@ void ContentView::openFile() {
         openPanel_->activateWindow();
         return;
     }
-    openPanel_ = new OpenPanel(this);
-    connect(openPanel_, &OpenPanel::fileChosen, this,
+    openPanel_ = new OpenPanel(folderOfLastFile(), this);
+    connect(openPanel_, &OpenPanel::chosen, this,
             [this](const QUrl& url) { loadFile(url, false); });
     SheetBlocker::present(openPanel_, window());
 }
 
+QUrl ContentView::folderOfLastFile() const {
+    const QList<QUrl>& recent = state_->recentFiles();
+    const QUrl last = recent.value(0, state_->audioFileURL().value_or(QUrl()));
+    if (last.isLocalFile())
+        return last.adjusted(QUrl::RemoveFilename);
+    return QUrl::fromLocalFile(QStandardPaths::writableLocation(QStandardPaths::MusicLocation));
+}
+
+QCoro::Task<> ContentView::open(QList<QUrl> urls) {
+    if (urls.isEmpty())
+        co_return;
+    const QString address =
+        OpenFromURLSheet::webAddressIn(urls.first().toString(QUrl::FullyEncoded));
+    if (!address.isEmpty()) {
+        showOpenFromURL(address);
+        co_return;
+    }
+    const QPointer self(this);
+    const int number = ++choices_;
+    Choice choice;
+    try {
+        auto looking = looks_.run([urls = std::move(urls)] { return firstAudioFile(urls); });
+        choice = co_await looking;
+    } catch (const BackgroundQueue::Ended&) {
+        co_return;
+    }
+    if (!self || number != choices_) // something else has been chosen since
+        co_return;
+    if (choice.file.isEmpty())
+        showError(choice.refusal);
+    else
+        loadFile(choice.file, false);
+}
+
+QWidget* ContentView::sheet() const {
+    QWidget* uppermost = nullptr;
+    for (QDialog* sheet : window()->findChildren<QDialog*>()) {
+        if (sheet->isVisible())
+            uppermost = sheet;
+    }
+    return uppermost;
+}
+
 void ContentView::loadFile(const QUrl& url, bool restoreSettings) {
+    ++choices_;
     commitTyping();
     loader_.loadFile(localFile(url), restoreSettings);
 }

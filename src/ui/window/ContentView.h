@@ -20,6 +20,7 @@ class AudioEngine;
 class ErrorAlert;
 class HelpSheet;
 class DownloadSettingsStore;
+class DropTarget;
 class LoadingScreen;
 class MainQueue;
 class OpenFromURLSheet;
@@ -62,6 +63,14 @@ class ContentView : public QScrollArea {
     /// file.
     void loadFile(const QUrl& url, bool restoreSettings);
 
+    /// Opens the first of `urls` that is an audio file, as the open panel would. A web address in
+    /// front of them opens the sheet for it; if there is no audio, an alert says why, and the open
+    /// file stays.
+    QCoro::Task<> open(QList<QUrl> urls);
+
+    /// The sheet, alert or panel that is open over the window; null if none is.
+    QWidget* sheet() const;
+
     /// Commits the text being typed into any field.
     void commitTyping();
 
@@ -72,12 +81,14 @@ class ContentView : public QScrollArea {
   protected:
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     void observeNotifications(NotificationCenter& notifications);
     void showScreen();
     void showHelp();
-    void showOpenFromURL();
+    void showOpenFromURL(const QString& address = {});
+    QUrl folderOfLastFile() const;
     QWidget* makeScreen(const LoadingState& loading);
     void clearRecents();
     void showError(const QString& message);
@@ -95,7 +106,10 @@ class ContentView : public QScrollArea {
     QPointer<ErrorAlert> errorAlert_;
     QPointer<HelpSheet> helpSheet_;
     QPointer<OpenFromURLSheet> openFromURLSheet_;
+    DropTarget* drops_ = nullptr;
     FileLoader loader_;
+    int choices_ = 0;       ///< of files to open, made so far
+    BackgroundQueue looks_; ///< at files
     std::vector<std::unique_ptr<NotificationCenter::Observation>> observations_;
 };
 
