@@ -41,6 +41,7 @@ AmbrelApp::AmbrelApp()
 /// The window is destroyed first: its views and the loader use everything else.
 AmbrelApp::~AmbrelApp() {
     keyHandler_.stop();
+    mediaSession_.reset();
     mainWindow_.reset();
 }
 
@@ -69,6 +70,12 @@ void AmbrelApp::makeMainWindow() {
     QObject::connect(openRecent, &QMenu::aboutToShow, content_, &ContentView::refillRecentFiles);
 }
 
+void AmbrelApp::raise() {
+    mainWindow_->setWindowState(mainWindow_->windowState() & ~Qt::WindowMinimized);
+    mainWindow_->raise();
+    mainWindow_->activateWindow();
+}
+
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
         content_->commitTyping();
@@ -80,6 +87,7 @@ int AmbrelApp::run(const std::optional<QUrl>& file) {
     mainWindow_->show();
     appDelegate_.setAppState(appState_);
     keyHandler_.start(appState_);
+    mediaSession_.emplace(appState_, engine_, [this] { raise(); });
     if (file)
         content_->loadFile(*file, false);
     return QApplication::exec();

@@ -8,6 +8,7 @@
 
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
+#include "app/main/MediaSession.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 
@@ -31,6 +32,7 @@ class AmbrelApp {
 
   private:
     void makeMainWindow();
+    void raise();
 
     AppDelegate appDelegate_;
     std::shared_ptr<AppState> appState_;
@@ -39,6 +41,7 @@ class AmbrelApp {
     std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
     ContentView* content_ = nullptr;
+    std::optional<MediaSession> mediaSession_; ///< once the window is shown
 };
 
 } // namespace ambrel
