@@ -9,6 +9,10 @@ from sound import tone, write_wav
 
 NAME, PATH = "org.mpris.MediaPlayer2", "/org/mpris/MediaPlayer2"
 PLAYER, PROPERTIES = NAME + ".Player", "org.freedesktop.DBus.Properties"
+SCREEN_SAVER = """<node><interface name='org.freedesktop.ScreenSaver'>
+    <method name='Inhibit'><arg type='s' direction='in'/><arg type='s' direction='in'/>
+        <arg type='u' direction='out'/></method>
+    <method name='UnInhibit'><arg type='u' direction='in'/></method></interface></node>"""
 
 
 class ControllingTest(Scenario):
@@ -21,11 +25,23 @@ class ControllingTest(Scenario):
             | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
         self.addCleanup(self.bus.close_sync)
         self.variant, self.main = GLib.Variant, GLib.MainContext.default()
-        self.told = {}
+        self.told, self.held = {}, []
         self.bus.signal_subscribe(None, PROPERTIES, "PropertiesChanged", PATH, None, 0,
                                   lambda *signal: self.told.update(signal[5].unpack()[1]))
         self.bus.signal_subscribe(None, PLAYER, "Seeked", PATH, None, 0,
                                   lambda *signal: self.told.update(jumped_to=signal[5].unpack()[0]))
+        self.bus.register_object("/org/freedesktop/ScreenSaver",
+                                 Gio.DBusNodeInfo.new_for_xml(SCREEN_SAVER).interfaces[0],
+                                 self.screen_saver)
+        self.ask_bus("RequestName", "su", "org.freedesktop.ScreenSaver", 4)
+
+    def screen_saver(self, _connection, _sender, _path, _interface, method, arguments, answer):
+        if method == "Inhibit":
+            self.held.append(len(self.held) + 7)
+            answer.return_value(self.variant("(u)", (self.held[-1],)))
+        else:
+            self.held.remove(arguments.unpack()[0])
+            answer.return_value(None)
 
     def call(self, interface, method, types="", *arguments, name=NAME + ".ambrel", path=PATH):
         return self.bus.call_sync(name, path, interface, method,
@@ -72,6 +88,8 @@ class ControllingTest(Scenario):
                     self.assertGreaterEqual(self.get("Position"), before)
                 self.wait_until_told(PlaybackStatus=status)
                 plays = status == "Playing"
+                wait_until(lambda: self.wait_until_told() or len(self.held) == plays,
+                           "the screen to stay on while it plays, and only then")
                 wait_until(lambda: self.get("Position") > start or not plays, "the position to move on")
         self.wait_until_told(jumped_to=start)
         self.set("LoopStatus", "s", "Track")

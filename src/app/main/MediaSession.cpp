@@ -39,7 +39,8 @@ QString titleOf(const QUrl& file) {
 
 MediaSession::MediaSession(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
                            std::function<void()> raise)
-    : state_(std::move(state)), engine_(std::move(engine)), player_(program(std::move(raise))) {
+    : state_(std::move(state)), engine_(std::move(engine)),
+      screen_(QStringLiteral("Playing a recording")), player_(program(std::move(raise))) {
     using Field = AppState::Field;
     state_->observe(this,
                     {Field::loadingState, Field::audioFileURL, Field::audioDuration,
@@ -102,6 +103,7 @@ void MediaSession::update() {
     player_.update();
     if (std::exchange(hasJumped_, false))
         player_.tellPosition();
+    screen_.setActive(playback_ == Playback::playing);
 }
 
 void MediaSession::followPosition() {

@@ -8,13 +8,14 @@
 
 #include "app/AppState.h"
 #include "platform/desktop/MprisPlayer.h"
+#include "platform/desktop/ScreenInhibitor.h"
 
 namespace ambrel {
 
 class AudioEngine;
 
-/// Playback as the desktop sees it: media keys and panels show and control it. Main thread only,
-/// within the life of the QApplication. Owned by AmbrelApp.
+/// Playback as the desktop sees it: media keys and panels control it, and the screen stays on while
+/// something plays. Main thread only, within the life of the QApplication. Owned by AmbrelApp.
 class MediaSession : public QObject {
     Q_OBJECT
 
@@ -37,7 +38,8 @@ class MediaSession : public QObject {
     double position_ = 0;                                             ///< seconds
     bool hasJumped_ = false;                                          ///< since the last update
     bool isDue_ = false;                                              ///< an update
-    MprisPlayer player_;                                              ///< uses all of them
+    ScreenInhibitor screen_;
+    MprisPlayer player_; ///< uses all of them
 };
 
 } // namespace ambrel
