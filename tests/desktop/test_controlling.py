@@ -1,6 +1,7 @@
-"""The desktop controls Ambrel by media keys and MPRIS."""
+"""The desktop controls Ambrel by media keys and MPRIS, and shows what it plays."""
 
 import os
+import subprocess
 import unittest
 
 from desktop import wait_until
@@ -91,6 +92,9 @@ class ControllingTest(Scenario):
                 wait_until(lambda: self.wait_until_told() or len(self.held) == plays,
                            "the screen to stay on while it plays, and only then")
                 wait_until(lambda: self.get("Position") > start or not plays, "the position to move on")
+        mixer = subprocess.run(["pactl", "list", "sink-inputs"], capture_output=True, text=True).stdout
+        for shown in ('media.name = "a song"', 'application.icon_name = "io.github.ambrel.Ambrel"'):
+            self.assertIn(shown, mixer)
         self.wait_until_told(jumped_to=start)
         self.set("LoopStatus", "s", "Track")
         self.wait_until_told(LoopStatus="Track")
