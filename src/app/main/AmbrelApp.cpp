@@ -47,6 +47,7 @@ AmbrelApp::AmbrelApp(RunningInstance& instance)
 AmbrelApp::~AmbrelApp() {
     instance_.serve({});
     keyHandler_.stop();
+    mediaSession_.reset();
     mainWindow_.reset();
 }
 
@@ -132,6 +133,7 @@ int AmbrelApp::run(const std::optional<QUrl>& file) {
     mainWindow_->show();
     appDelegate_.setAppState(appState_);
     keyHandler_.start(appState_);
+    mediaSession_.emplace(appState_, engine_, [this] { comeToFront({}); });
     instance_.serve([this](const RunningInstance::Request& request) {
         comeToFront(request.token);
         content_->open(request.urls);

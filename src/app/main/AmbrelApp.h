@@ -8,6 +8,7 @@
 
 #include "app/AppState.h"
 #include "app/main/AppDelegate.h"
+#include "app/main/MediaSession.h"
 #include "platform/desktop/BackgroundQueue.h"
 #include "platform/desktop/RunningInstance.h"
 #include "store/WindowStore.h"
@@ -50,7 +51,8 @@ class AmbrelApp {
     std::unique_ptr<QMainWindow> mainWindow_;
     std::optional<WindowStore::Place> firstPlace_; ///< where the desktop has put the window
     ContentView* content_ = nullptr;
-    BackgroundQueue desktopList_; ///< adds to the desktop's recent documents
+    std::optional<MediaSession> mediaSession_; ///< once the window is shown
+    BackgroundQueue desktopList_;              ///< adds to the desktop's recent documents
 };
 
 } // namespace ambrel

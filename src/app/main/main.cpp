@@ -48,6 +48,15 @@ void useNeutralNumbers() {
     QLocale::setDefault(QLocale::c());
 }
 
+/// What a mixer shows beside the sound, and the library of the sound server takes from the
+/// environment.
+void nameForMixers() {
+    for (const char* name : {"PULSE_PROP_application.id", "PULSE_PROP_application.icon_name"}) {
+        if (!qEnvironmentVariableIsSet(name))
+            qputenv(name, ambrel::ApplicationBundle::identifier().toUtf8());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -62,6 +71,7 @@ int main(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
 
+    nameForMixers(); // before there are threads that read the environment
     const QString token = ambrel::startToken();
     const QtMessageHandler usual = qInstallMessageHandler(leaveWithoutDisplay);
     argc = std::min(argc, 1); // the rest has been parsed, and Qt would interpret some of it

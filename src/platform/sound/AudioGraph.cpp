@@ -186,6 +186,7 @@ void SoundGraph::expect(const std::shared_ptr<AudioFile>& file, std::int64_t fra
     const std::scoped_lock lock(mutex_);
     if (transport_.get().playing)
         return;
+    output_->setTitle(file->path().stem());
     openForReading(file);
     expectations_.put({fileNumber_, file->length(), frame});
     renderWake_.signal();

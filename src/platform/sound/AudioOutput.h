@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace ambrel {
 
@@ -46,6 +47,9 @@ class AudioOutput {
 
     /// Stops asking for frames, soon afterwards.
     virtual void stop() = 0;
+
+    /// What a mixer calls the sound, from the next time on that nothing is played.
+    virtual void setTitle(const std::string& /*title*/) {}
 
     /// How many of the rendered frames have left the loudspeaker. Wait-free, any thread; never
     /// decreases and never exceeds what has been rendered.

@@ -14,14 +14,37 @@ namespace {
 
 using Command = void (*)(AppState&, AudioEngine&);
 
+constexpr Command nothing = [](AppState&, AudioEngine&) {};
+
+void pauseIfPlaying(AppState& state, AudioEngine& engine) {
+    if (state.isPlaying())
+        transport::pause(state, engine);
+}
+
+/// Of a keyboard's own keys for playing, where the desktop does not take them. Null for other keys.
+Command mediaCommandFor(const QKeyEvent& event) {
+    switch (event.key()) {
+    case Qt::Key_MediaPlay: // has no other key beside it to pause
+    case Qt::Key_MediaTogglePlayPause:
+        return event.isAutoRepeat() ? nothing : transport::togglePlayPause;
+    case Qt::Key_MediaPause:
+        return pauseIfPlaying;
+    case Qt::Key_MediaStop:
+        return transport::stopAndRewind;
+    default:
+        return nullptr;
+    }
+}
+
 /// Null for every other key.
 Command commandFor(const QKeyEvent& event) {
+    if (const Command command = mediaCommandFor(event))
+        return command;
     if (!event.modifiers().testFlag(Qt::ControlModifier))
         return nullptr;
     const auto key = keyCodeOf(event);
     if (!key)
         return nullptr;
-    const Command nothing = [](AppState&, AudioEngine&) {};
     switch (*key) {
     case KeyCode::r:
         return event.isAutoRepeat() ? nothing : transport::stopAndRewind;

@@ -10,9 +10,10 @@ namespace ambrel {
 class AppState;
 class AudioEngine;
 
-/// Handles Ctrl with R, L and the arrow keys (stop and rewind, loop, speed, pitch), in any window
-/// and wherever the focus is. Keys are identified by position; Shift and Alt are ignored. Arrows
-/// repeat while held, R and L do not. All other keys pass on. Main thread only. Owned by AmbrelApp.
+/// Handles Ctrl with R, L and the arrow keys (stop and rewind, loop, speed, pitch), and the media
+/// keys that the desktop leaves to the window, in any window and wherever the focus is. Letters and
+/// arrows are identified by position; Shift and Alt are ignored. Arrows repeat while held, the rest
+/// does not. All other keys pass on. Main thread only. Owned by AmbrelApp.
 class KeyHandler {
   public:
     explicit KeyHandler(std::shared_ptr<AudioEngine> engine);

@@ -53,6 +53,11 @@ CubebStream::CubebStream(const CubebContext& context, int sampleRateHz, DeviceCa
     }
 }
 
+void CubebStream::setTitle(const std::string& title) {
+    title_ = title;
+    cubeb_stream_set_name(stream_.get(), title_.c_str());
+}
+
 std::optional<std::uint64_t> CubebStream::position() const {
     std::uint64_t frames = 0;
     if (cubeb_stream_get_position(stream_.get(), &frames) != CUBEB_OK) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace ambrel {
 
@@ -25,6 +26,10 @@ class CubebStream {
     /// DeviceError.
     CubebStream(const CubebContext& context, int sampleRateHz, DeviceCallback& callback);
 
+    /// What a mixer calls the stream, where the sound system supports that.
+    void setTitle(const std::string& title);
+    const std::string& title() const noexcept { return title_; } ///< empty before it is set
+
     /// Frames of this stream that have left the device; absent while unknown. (Increases steadily;
     /// cubeb's own latency call aborts the process when the device is behind.)
     std::optional<std::uint64_t> position() const;
@@ -42,6 +47,7 @@ class CubebStream {
     };
 
     std::unique_ptr<cubeb_stream, Destroy> stream_;
+    std::string title_;
 };
 
 } // namespace ambrel

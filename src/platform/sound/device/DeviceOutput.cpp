@@ -141,8 +141,11 @@ Puller DeviceOutput::nextPuller(SoundClock::time_point now) {
     return asks || now < patience_ ? Puller::device : Puller::clock;
 }
 
-/// Opens, watches and closes the device.
+/// Opens, names, watches and closes the device.
 void DeviceOutput::keepDevice(SoundClock::time_point now) {
+    if (const std::string* title = titles_.take()) {
+        title_ = *title;
+    }
     if (call_.valid() && !takeResult()) {
         return;
     }
@@ -153,6 +156,8 @@ void DeviceOutput::keepDevice(SoundClock::time_point now) {
             loseDevice();
         } else if (!isNeeded) {
             closeDevice();
+        } else {
+            nameDevice(now);
         }
     } else if (isNeeded && now >= nextTry_) {
         openDevice();
@@ -180,6 +185,19 @@ void DeviceOutput::startStream(const std::shared_ptr<SourceAccess>& access, Devi
     access->prepare(rateHz, CubebStream::latencyFrames(*device.context, rateHz));
     device.callback = std::make_unique<DeviceCallback>(access, rateHz);
     device.stream = std::make_unique<CubebStream>(*device.context, rateHz, *device.callback);
+}
+
+/// A call takes the device away for a moment: nothing may play by it, or it has just been opened.
+void DeviceOutput::nameDevice(SoundClock::time_point now) {
+    const std::string& title = device_.stream->title();
+    if (title == title_ || (wanted_ && !title.empty())) {
+        return;
+    }
+    patience_ = now + longestWait;
+    make([wantedTitle = title_](Device device) {
+        device.stream->setTitle(wantedTitle);
+        return device;
+    });
 }
 
 void DeviceOutput::closeDevice() {

@@ -4,6 +4,7 @@
 #include "platform/sound/device/HeardClock.h"
 #include "platform/sound/device/SourceAccess.h"
 #include "platform/sound/device/StandInClock.h"
+#include "platform/sound/thread/Mailbox.h"
 #include "platform/sound/thread/WakeUp.h"
 
 #include <atomic>
@@ -49,6 +50,7 @@ class DeviceOutput : public AudioOutput {
     void open(FrameSource& source) override;
     void start() override;
     void stop() override;
+    void setTitle(const std::string& title) override { titles_.put(title); }
     std::int64_t framesHeard() const noexcept override;
 
   private:
@@ -66,6 +68,7 @@ class DeviceOutput : public AudioOutput {
     void keepDevice(SoundClock::time_point now);
     void openDevice();
     static void startStream(const std::shared_ptr<SourceAccess>& access, Device& device);
+    void nameDevice(SoundClock::time_point now);
     void closeDevice();
     void loseDevice();
     Puller nextPuller(SoundClock::time_point now);
@@ -77,6 +80,7 @@ class DeviceOutput : public AudioOutput {
     const std::shared_ptr<SourceAccess> access_; ///< shared with calls that have not returned
     HeardClock heard_;
     WakeUp wake_;
+    Mailbox<std::string> titles_;
     std::atomic<bool> wanted_ = false; ///< between start() and stop()
     std::atomic<bool> closing_ = false;
 
@@ -85,6 +89,7 @@ class DeviceOutput : public AudioOutput {
     Device device_;
     std::future<Device> call_; ///< valid while a call has the device
     std::string backend_;      ///< that has worked
+    std::string title_;        ///< the newest
     SoundClock::time_point lastWanted_;
     SoundClock::time_point nextTry_;
     SoundClock::time_point patience_; ///< the device may ask for nothing until then
