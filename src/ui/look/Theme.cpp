@@ -95,8 +95,12 @@ QColor foreground(const QPalette& palette, Theme::TextColour colour, double leas
         return standingOut(blended(background, text, 0.6), text, background, leastContrast);
     case Theme::TextColour::tertiary:
         return standingOut(blended(background, text, 0.35), text, background, leastContrast);
-    case Theme::TextColour::accent:
-        return standingOut(Theme::accent(palette), text, background, leastContrast);
+    case Theme::TextColour::accent: {
+        const QColor accent = Theme::accent(palette);
+        const QColor asLight =
+            QColor::fromHslF(accent.hslHueF(), accent.hslSaturationF(), text.lightnessF());
+        return standingOut(accent, asLight, background, leastContrast);
+    }
     case Theme::TextColour::error: // a red that is read with ease on either background
         return text.lightnessF() > 0.5F ? QColor(0xFF, 0x8A, 0x80) : QColor(0xB7, 0x1C, 0x1C);
     }
