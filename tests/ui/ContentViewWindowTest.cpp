@@ -107,6 +107,23 @@ class ContentViewWindowTest : public QObject {
         QCOMPARE(w.state->panOffset(), 5.25 * waveform->width());
     }
 
+    void anEmptyBoxIsSeenOnAnyPalette() {
+        const QPalette usual = QApplication::palette();
+        for (const QColor& colour : {QColor(Qt::lightGray), QColor(36, 36, 38)}) {
+            QApplication::setPalette(QPalette(colour));
+            Practice w;
+            const QImage box = w.find(u"Equaliser"_qs)->grab().toImage();
+            int darkest = 255, lightest = 0;
+            for (int pixel = 0; pixel < box.width() * box.height(); ++pixel) {
+                const int grey = qGray(box.pixel(pixel % box.width(), pixel / box.width()));
+                darkest = std::min(darkest, grey);
+                lightest = std::max(lightest, grey);
+            }
+            QCOMPARE_GT(lightest - darkest, 80);
+        }
+        QApplication::setPalette(usual);
+    }
+
     void nothingIsClippedOrMovedSidewaysByALargerFont() {
         const QFont usual = QApplication::font();
         for (const double points : {10.0, 13.0, 16.0, 20.0, 24.0}) {

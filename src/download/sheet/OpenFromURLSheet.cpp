@@ -55,7 +55,7 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
       download_(new PushButton(QStringLiteral("Download & Open"), PushButton::Prominence::filled)) {
     setWindowTitle(QStringLiteral("Open from URL"));
     address_->setAccessibleName(QStringLiteral("URL"));
-    address_->setPlaceholderText(QStringLiteral("https://example.com/song.mp3"));
+    Theme::showPlaceholder(address_, QStringLiteral("https://example.com/song.mp3"));
     download_->setDefault(true);
     auto* column = new QVBoxLayout(this);
     addRows(*column);

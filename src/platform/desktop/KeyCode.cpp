@@ -33,8 +33,11 @@ constexpr quint32 kScanCodeOffset = 8;
 std::optional<KeyCode> keyCodeOf(const QKeyEvent& event) {
     const quint32 scanCode = event.nativeScanCode();
     const auto key = std::ranges::find_if(kKeys, [&](const Key& candidate) {
-        return scanCode != 0 ? scanCode == candidate.evdev + kScanCodeOffset
-                             : event.key() == candidate.qtKey;
+        // A keyboard on the screen may number its keys as it likes. Its Space is still Space, on
+        // every layout.
+        const bool goesByName = scanCode == 0 || candidate.code == KeyCode::space;
+        return scanCode == candidate.evdev + kScanCodeOffset ||
+               (goesByName && event.key() == candidate.qtKey);
     });
     if (key == kKeys.end())
         return {};

@@ -95,8 +95,8 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     WakeUp renderWake_, watchWake_, demandMet_;
     std::atomic<std::size_t> demand_{0};
     OutputStage stage_;
-    FileReader reader_;
-    FrameCache cache_; ///< used by the render thread only
+    FrameCache cache_;  ///< used by the render thread only
+    FileReader reader_; ///< its thread fills the cache's blocks
     Mailbox<PlayRequest> requests_;
     Mailbox<ExpectedStart> expectations_;
     std::size_t largestRequest_ = 0;             ///< used by the thread that opens the device
@@ -106,8 +106,8 @@ class SoundGraph final : public AudioGraph, private FrameSource {
 };
 
 SoundGraph::SoundGraph(std::unique_ptr<AudioOutput> output)
-    : isPaced_(output->isPaced()), stage_(transport_, renderWake_, watchWake_),
-      reader_(renderWake_, isPaced_), cache_(reader_), output_(std::move(output)),
+    : isPaced_(output->isPaced()), stage_(transport_, renderWake_, watchWake_), cache_(reader_),
+      reader_(renderWake_, isPaced_), output_(std::move(output)),
       watch_({watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); },
               isPaced_}) {
     output_->open(*this);

@@ -1,11 +1,11 @@
 #include "ui/controls/ControlPanel.h"
 
-#include <QCheckBox>
 #include <QHBoxLayout>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "ui/controls/PushButton.h"
+#include "ui/controls/TickBox.h"
 #include "ui/look/TextLabel.h"
 #include "ui/look/Theme.h"
 
@@ -23,7 +23,7 @@ ControlPanel::ControlPanel(const QString& title, double spacing, QWidget* parent
 }
 
 void ControlPanel::addSwitch(const QString& accessibleName) {
-    switch_ = new QCheckBox;
+    switch_ = new TickBox<QCheckBox>;
     switch_->setAccessibleName(accessibleName);
     switch_->setFocusPolicy(Qt::TabFocus);
     header_->insertWidget(1, switch_, 0, Qt::AlignVCenter);

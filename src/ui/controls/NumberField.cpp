@@ -1,5 +1,6 @@
 #include "ui/controls/NumberField.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -43,7 +44,12 @@ void NumberField::applyTheme() {
 }
 
 QSize NumberField::sizeHint() const {
-    return {Theme::length(width_), QLineEdit::sizeHint().height()};
+    constexpr double pointsPerCharacter = 12; // with the frame's share in a usual style
+    const QSize ofSeventeen = QLineEdit::sizeHint();
+    const int toSpare = 17 - int(width_ / pointsPerCharacter);
+    const int needed =
+        ofSeventeen.width() - toSpare * fontMetrics().horizontalAdvance(QLatin1Char('x'));
+    return {std::max(Theme::length(width_), needed), ofSeventeen.height()};
 }
 
 void NumberField::refresh() {

@@ -34,7 +34,7 @@ class NumberField : public NumberEdit {
         AfterReturn afterReturn = AfterReturn::leave;
     };
 
-    /// `width` in points of the standard body font.
+    /// `width` in points of the standard body font; more where the style's frame leaves too little.
     NumberField(const QString& accessibleName, double width, Theme::TextStyle style, Number number,
                 Rules rules, QWidget* parent = nullptr);
 

@@ -82,7 +82,7 @@ void PushButton::paintFilled() {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const double radius = Theme::length(6);
-    const QColor accent = isEnabled() ? Theme::accent(palette()) : Theme::divider(palette());
+    const QColor accent = isEnabled() ? Theme::accentFace(palette()) : Theme::divider(palette());
     const QColor onAccent = isEnabled()
                                 ? palette().color(QPalette::Active, QPalette::HighlightedText)
                                 : palette().color(QPalette::ButtonText);

@@ -1,9 +1,9 @@
 #include "ui/controls/RadioGroup.h"
 
-#include <QRadioButton>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+#include "ui/controls/TickBox.h"
 #include "ui/look/AccessibleFactory.h"
 #include "ui/look/PlainText.h"
 #include "ui/look/Theme.h"
@@ -16,7 +16,7 @@ RadioGroup::RadioGroup(const QString& accessibleName, const QStringList& labels,
     setAccessibleName(accessibleName);
     auto* column = new QVBoxLayout(this);
     for (const QString& label : labels) {
-        auto* button = new QRadioButton(withoutMnemonics(label));
+        auto* button = new TickBox<QRadioButton>(withoutMnemonics(label));
         button->setFocusPolicy(Qt::NoFocus);
         connect(button, &QRadioButton::toggled, button, [button](bool isChosen) {
             button->setFocusPolicy(isChosen ? Qt::TabFocus : Qt::NoFocus);

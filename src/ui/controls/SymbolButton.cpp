@@ -38,7 +38,7 @@ void SymbolButton::paintEvent(QPaintEvent*) {
     paintButtonFace(painter, *this, std::min(Theme::length(8), height() / 4));
     const double size = Theme::length(symbolSize_);
     const QRectF box((width() - size) / 2, (height() - size) / 2, size, size);
-    paintSymbol(painter, symbol_, box, Theme::textColour(palette(), colour_));
+    paintSymbol(painter, symbol_, box, Theme::shapeColour(palette(), colour_));
 }
 
 } // namespace ambrel

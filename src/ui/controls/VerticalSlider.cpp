@@ -157,7 +157,7 @@ void VerticalSlider::paintEvent(QPaintEvent*) {
     const double knob = centreOf(gain());
 
     painter.fillRect(QRectF(0, zero - 0.5, width(), 1),
-                     Theme::textColour(palette(), Theme::TextColour::tertiary));
+                     Theme::shapeColour(palette(), Theme::TextColour::tertiary));
     painter.setPen(Qt::NoPen);
     painter.setBrush(line);
     painter.drawRoundedRect(
@@ -173,7 +173,7 @@ void VerticalSlider::paintEvent(QPaintEvent*) {
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 4, 4);
     }
-    painter.setPen(QPen(Theme::textColour(palette(), Theme::TextColour::tertiary), 1));
+    painter.setPen(QPen(Theme::shapeColour(palette(), Theme::TextColour::tertiary), 1));
     painter.setBrush(value() != 0 ? accent : palette().color(QPalette::Button));
     painter.drawEllipse(QPointF(middle, knob), radius, radius);
 }

@@ -17,7 +17,7 @@ QSize SymbolView::sizeHint() const {
 
 void SymbolView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    paintSymbol(painter, symbol_, rect(), Theme::textColour(palette(), colour_));
+    paintSymbol(painter, symbol_, rect(), Theme::shapeColour(palette(), colour_));
 }
 
 } // namespace ambrel

@@ -43,7 +43,7 @@ NumberEdit* LimitControl::makeCustomField() {
              },
          .range = [range] { return range; }});
     field->setAccessibleName(limit_.field);
-    field->setPlaceholderText(limit_.placeholder);
+    Theme::showPlaceholder(field, limit_.placeholder);
     return field;
 }
 

@@ -76,7 +76,7 @@ void RecentFileRow::paintEvent(QPaintEvent*) {
     const int margin = Theme::length(8);
     const int edge = Theme::length(13);
     paintSymbol(painter, Symbol::musicNote, QRectF(margin, (height() - edge) / 2.0, edge, edge),
-                Theme::textColour(palette(), Theme::TextColour::secondary));
+                Theme::shapeColour(palette(), Theme::TextColour::secondary));
     const int left = margin + edge + margin;
     const QRect place(left, 0, width() - left - margin, height());
     painter.setFont(Theme::font(Theme::TextStyle::body));

@@ -1,5 +1,7 @@
 #include <QTest>
 
+#include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "support/ClockedOutput.h"
@@ -171,6 +173,20 @@ class AudioGraphTest : public QObject {
         // Behind its fade the pass is there from its first frame on.
         for (std::int64_t i = 150; i < 5'000; ++i)
             QCOMPARE(heard[std::size_t(begin + i)], file->at(5'000 + i).first);
+    }
+
+    /// The blocks that its reader fills outlive the reader's thread.
+    void endsWhileTheFileIsRead() {
+        std::atomic<int> read = 0;
+        const auto file =
+            std::make_shared<SyntheticFile>(rateHz, 4 * rateHz, [&](std::int64_t frame) {
+                if (++read; frame % 512 == 0)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                return std::pair(0.1F, 0.1F);
+            });
+        Clocked clocked;
+        clocked.graph.expect(file, rateHz);
+        QTRY_VERIFY(read > 0);
     }
 
     void bearsAnyNumber() {

@@ -25,9 +25,9 @@ long fill(cubeb_stream* /*stream*/, void* client, const void* /*input*/, void* o
         return true;
     }();
     static_cast<void>(raised);
-    static_cast<DeviceCallback*>(client)->fill(static_cast<float*>(output),
-                                               static_cast<std::size_t>(frames));
-    return frames;
+    auto& callback = *static_cast<DeviceCallback*>(client);
+    callback.fill(static_cast<float*>(output), static_cast<std::size_t>(frames));
+    return callback.isLost() ? 0 : frames; // the stream ends, and its thread rests
 }
 
 void stateChanged(cubeb_stream* /*stream*/, void* client, cubeb_state state) {

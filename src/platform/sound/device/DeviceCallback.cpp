@@ -3,17 +3,29 @@
 #include "platform/sound/device/HeardClock.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace ambrel {
+
+namespace {
+
+/// More than any device buffers. One that has taken so much more than it can have played has no
+/// clock: a null device takes whatever it is given.
+constexpr double longestBufferSeconds = 4;
+
+} // namespace
 
 DeviceCallback::DeviceCallback(std::shared_ptr<SourceAccess> access, int sampleRateHz)
     : access_(std::move(access)), sampleRateHz_(sampleRateHz), fade_(sampleRateHz) {}
 
 void DeviceCallback::fill(float* stereo, std::size_t frames) noexcept {
-    lastRequest_ = SoundClock::now();
+    const auto now = SoundClock::now();
+    measurePace(now - lastRequest_.load(), frames);
+    lastRequest_ = now;
     ++requests_;
-    const auto first = access_->render(Puller::device, sampleRateHz_, stereo, frames);
+    const auto first =
+        isLost() ? std::nullopt : access_->render(Puller::device, sampleRateHz_, stereo, frames);
     if (first) {
         note(*first);
         fadeStep_ = fade_.in(stereo, frames, fadeStep_);
@@ -23,6 +35,16 @@ void DeviceCallback::fill(float* stereo, std::size_t frames) noexcept {
     }
     silent_ = !first;
     written_ += static_cast<std::int64_t>(frames);
+}
+
+/// At twice the speed, because a device's clock may be a little fast.
+void DeviceCallback::measurePace(SoundClock::duration elapsed, std::size_t frames) noexcept {
+    const double played = 2 * std::chrono::duration<double>(elapsed).count() * sampleRateHz_;
+    framesAhead_ = std::max(0.0, framesAhead_ - played) + static_cast<double>(frames);
+    if (framesAhead_ > longestBufferSeconds * sampleRateHz_) {
+        paceless_ = true;
+        lose();
+    }
 }
 
 // If the queue is full, the span is recorded with the next request.

@@ -30,6 +30,8 @@ class DeviceCallback {
     void lose() noexcept { lost_ = true; }
 
     bool isLost() const noexcept { return lost_; }
+    /// Lost because it takes frames without any pace: none of them is still on its way.
+    bool isPaceless() const noexcept { return paceless_; }
     int sampleRateHz() const noexcept { return sampleRateHz_; }
 
     /// Requests so far, and the time of the last one or of construction.
@@ -52,16 +54,19 @@ class DeviceCallback {
         std::int64_t renderedFrame = 0;
     };
 
+    void measurePace(SoundClock::duration elapsed, std::size_t frames) noexcept;
     void note(std::int64_t renderedFrame) noexcept;
 
     const std::shared_ptr<SourceAccess> access_;
     const int sampleRateHz_;
     std::atomic<bool> silent_ = true;
     std::atomic<bool> lost_ = false;
+    std::atomic<bool> paceless_ = false;
     std::atomic<std::uint64_t> requests_ = 0;
     std::atomic<SoundClock::time_point> lastRequest_ = SoundClock::now();
 
     // Device callback only.
+    double framesAhead_ = 0; ///< taken and not yet played, at most
     std::int64_t written_ = 0;
     std::optional<Span> writing_;
     Fade fade_;

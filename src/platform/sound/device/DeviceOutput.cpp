@@ -152,6 +152,10 @@ void DeviceOutput::keepDevice(SoundClock::time_point now) {
     const bool isNeeded = now - lastWanted_ <= idleTime;
     if (device_.stream) {
         const bool stalled = wanted_ && now - device_.callback->lastRequest() > longestStall;
+        if (device_.callback->isPaceless()) {
+            heard_.rest(access_->rendered());
+            nextTry_ = now + retryInterval; // at once it would be the same again
+        }
         if (device_.callback->isLost() || stalled) {
             loseDevice();
         } else if (!isNeeded) {

@@ -36,9 +36,9 @@ class DeviceCallback;
 /// Preparing the source for a device is always waited for, so that the first note is heard.
 ///
 /// A device is open from start() until 3 s after stop(), and for 3 s after open(); it is opened
-/// again at once when it is lost, and every second while that fails. A call to the sound server may
-/// never return, so each is made on a thread of its own, one at a time, that nobody waits for. The
-/// destructor takes at most about 0.5 s even then.
+/// again at once when it is lost, and every second while that fails or the device has no clock. A
+/// call to the sound server may never return, so each is made on a thread of its own, one at a
+/// time, that nobody waits for. The destructor takes at most about 0.5 s even then.
 ///
 /// Once a sound system has worked, only that one is used: while PulseAudio restarts, taking the
 /// sound card directly would keep it from PulseAudio.
