@@ -18,8 +18,8 @@ enum class KeyCode : int {
     upArrow = 126,
 };
 
-/// The key of an event, by scan code, or by Qt key if it has none (events made by programs); Space by
-/// either. Absent for all other keys.
+/// The key of an event, by scan code, or by Qt key if it has none (events made by programs); Space
+/// by either. Absent for all other keys.
 std::optional<KeyCode> keyCodeOf(const QKeyEvent& event);
 
 } // namespace ambrel
