@@ -84,7 +84,7 @@ def loaded(process):
     """Whether the program shows a waveform."""
     from application import Application  # only now: it takes the bus that is there when imported
     program = Application.__new__(Application)
-    program.process = process
+    program.process, program._found = process, {}
     return program.find(name="Waveform")
 
 
