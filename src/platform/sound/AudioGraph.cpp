@@ -4,6 +4,7 @@
 #include <atomic>
 #include <mutex>
 #include <stop_token>
+#include <utility>
 
 #include "platform/sound/AudioFile.h"
 #include "platform/sound/AudioOutput.h"
@@ -70,6 +71,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::size_t awaitFrames(std::size_t frames) override;
     void setPlaying(bool playing);
     void playFrom(const Place& place);
+    void openOutput();
     void openForReading(const std::shared_ptr<AudioFile>& file);
     void rest();
 
@@ -102,16 +104,15 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     std::size_t largestRequest_ = 0;             ///< used by the thread that opens the device
     std::unique_ptr<RenderThread> renderThread_; ///< the same; also in awaitFrames()
     std::unique_ptr<AudioOutput> output_;
-    SegmentWatch watch_; ///< uses all of them
+    bool isOpen_ = false; ///< the output
+    SegmentWatch watch_;  ///< uses all of them
 };
 
 SoundGraph::SoundGraph(std::unique_ptr<AudioOutput> output)
     : isPaced_(output->isPaced()), stage_(transport_, renderWake_, watchWake_), cache_(reader_),
       reader_(renderWake_, isPaced_), output_(std::move(output)),
       watch_({watchWake_, stage_, [this] { return output_->framesHeard(); }, [this] { rest(); },
-              isPaced_}) {
-    output_->open(*this);
-}
+              isPaced_}) {}
 
 /// A device may be opening, and the output would wait until prepare() returns.
 SoundGraph::~SoundGraph() {
@@ -182,7 +183,14 @@ void SoundGraph::openForReading(const std::shared_ptr<AudioFile>& file) {
     reader_.open(file, fileNumber_);
 }
 
+/// Not before there is something to play: while the program starts, it has other things to do.
+void SoundGraph::openOutput() {
+    if (!std::exchange(isOpen_, true))
+        output_->open(*this);
+}
+
 void SoundGraph::expect(const std::shared_ptr<AudioFile>& file, std::int64_t frame) {
+    openOutput();
     const std::scoped_lock lock(mutex_);
     if (transport_.get().playing)
         return;
@@ -193,6 +201,7 @@ void SoundGraph::expect(const std::shared_ptr<AudioFile>& file, std::int64_t fra
 }
 
 void SoundGraph::start() {
+    openOutput();
     const std::scoped_lock lock(restMutex_);
     if (!running_ || resting_)
         output_->start();

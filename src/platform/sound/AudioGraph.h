@@ -39,7 +39,8 @@ class AudioGraph {
     /// Number of equaliser bands.
     static constexpr int bandCount = 5;
 
-    /// A graph that plays through `output`, which it owns.
+    /// A graph that plays through `output`, which it owns and opens at the first expect() or
+    /// start().
     static std::unique_ptr<AudioGraph> create(std::unique_ptr<AudioOutput> output);
 
     /// Drops the segment, calls its completion and joins the threads.
