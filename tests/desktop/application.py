@@ -70,6 +70,13 @@ class Application:
         with contextlib.closing(sqlite3.connect(self.store_path)) as database, database:
             database.execute("REPLACE INTO preference VALUES (?, ?, ?)", row)
 
+    @contextlib.contextmanager
+    def locked_store(self):
+        """While another program is writing to it."""
+        with contextlib.closing(sqlite3.connect(self.store_path)) as database:
+            database.execute("BEGIN IMMEDIATE")
+            yield
+
     @property
     def store_path(self):
         return pathlib.Path(self.home["XDG_DATA_HOME"]) / "ambrel" / "preferences.sqlite"

@@ -27,6 +27,18 @@ class EndingTest(Scenario):
                 self.assertAlmostEqual(settings["regionEnd"], end_s, delta=0.001)
                 self.assertEqual(settings["speed"], 80)
 
+    def test_a_lock_on_the_store_neither_delays_the_end_nor_loses_a_change(self):
+        path = write_wav(self.folder / "song.wav", tone(440, 4))
+        program = self.start(path, home=self.leave(path).home)
+        with program.locked_store():
+            program.wait_until_loaded()
+            program.click(name="Speed", role="text")
+            program.type("80\n")
+            program.process.send_signal(signal.SIGTERM)
+            self.assert_ends(program, seconds=0.6)
+        self.start(home=program.home).wait_for_window()
+        self.assertEqual(program.stored_settings(path)["speed"], 80)
+
     def test_closing_while_loading(self):
         program = self.start(self.hours_of_silence())
         program.wait_for(description="Progress")

@@ -15,6 +15,7 @@
 #include "platform/desktop/NotificationCenter.h"
 #include "platform/desktop/RecentDocuments.h"
 #include "platform/desktop/TerminationSignals.h"
+#include "platform/store/Preferences.h"
 #include "store/DownloadSettingsStore.h"
 #include "store/RecentFilesStore.h"
 #include "store/SettingsStore.h"
@@ -118,6 +119,7 @@ void AmbrelApp::comeToFront(const QString& token) {
 
 int AmbrelApp::run(const std::optional<QUrl>& file) {
     QObject::connect(qApp, &QApplication::aboutToQuit, mainWindow_.get(), [this] {
+        Preferences::shared().end();
         content_->commitTyping();
         settingsScene_.reset(); // finishes a clear, so that it cannot delete what is saved below
         URLDownloader::shared().stop(); // early, because helpers take a moment to end

@@ -1,5 +1,7 @@
 #include "platform/store/PreferenceConnection.h"
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include <SQLiteCpp/Exception.h>
@@ -30,10 +32,19 @@ PreferenceConnection::PreferenceConnection(PreferenceFile& file,
     : file_(file), busyTimeout_(busyTimeout), salvage_(std::move(salvage)),
       logGrown_(std::move(logGrown)) {}
 
-void PreferenceConnection::setBusyTimeout(std::chrono::milliseconds timeout) {
-    busyTimeout_ = timeout;
-    if (database_)
-        database_->setBusyTimeout(timeout);
+/// Not by SQLite's own timeout, which another thread cannot shorten.
+bool PreferenceConnection::waitForLock(int tries) {
+    using namespace std::chrono_literals;
+    constexpr std::chrono::milliseconds kLongestSleep = 20ms;
+    const auto now = std::chrono::steady_clock::now();
+    if (tries == 0)
+        waitEnd_ = now + busyTimeout_;
+    const auto rest = std::min(waitEnd_, file_.lastWait()) - now;
+    if (rest <= 0ms)
+        return false;
+    std::this_thread::sleep_for(
+        std::min<std::chrono::nanoseconds>(rest, std::min((1 + tries) * 1ms, kLongestSleep)));
+    return true;
 }
 
 bool PreferenceConnection::perform(const std::function<void(PreferenceDatabase&)>& operation) {
@@ -66,7 +77,8 @@ PreferenceDatabase& PreferenceConnection::opened() {
     file_.makeFolder();
     generation_ = file_.generation();
     identity_ = file_.identity();
-    database_ = std::make_unique<PreferenceDatabase>(file_.path(), busyTimeout_);
+    database_ = std::make_unique<PreferenceDatabase>(
+        file_.path(), [this](int tries) { return waitForLock(tries); });
     identity_ = file_.identity(); // it may have just been created
     if (logGrown_)
         database_->deferCheckpoints(logGrown_);
@@ -75,8 +87,8 @@ PreferenceDatabase& PreferenceConnection::opened() {
 }
 
 void PreferenceConnection::replaceDamaged() {
-    if (database_ && generation_ == file_.generation())
-        database_->salvage(salvage_);
+    if (generation_ == file_.generation() && identity_ == file_.identity())
+        PreferenceDatabase::visitRows(file_.path(), salvage_);
     database_.reset();
     file_.moveAside(generation_, identity_);
 }

@@ -18,6 +18,9 @@ constexpr int kLongLog = 250;
 
 constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 
+constexpr const char* kLayout = "CREATE TABLE IF NOT EXISTS preference("
+                                "key TEXT PRIMARY KEY, type TEXT NOT NULL, value)";
+
 /// Commits left in the log by a program that was killed.
 bool hasLog(const std::filesystem::path& file) {
     std::error_code absent;
@@ -27,9 +30,12 @@ bool hasLog(const std::filesystem::path& file) {
 
 } // namespace
 
-PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file,
-                                       std::chrono::milliseconds busyTimeout)
-    : hadLog_(hasLog(file)), database_(file, kOpenFlags, int(busyTimeout.count())) {
+PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file, Patience patience)
+    : hadLog_(hasLog(file)), patience_(std::move(patience)), database_(file, kOpenFlags) {
+    const auto isToWait = [](void* self, int tries) {
+        return int(static_cast<PreferenceDatabase*>(self)->patience_(tries));
+    };
+    sqlite3_busy_handler(database_.getHandle(), isToWait, this);
     if (version() > kVersion) {
         // Closing would checkpoint the log of a later program version.
         sqlite3_db_config(database_.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, int(hadLog_),
@@ -50,14 +56,9 @@ int PreferenceDatabase::version() {
 
 void PreferenceDatabase::layOut() {
     SQLite::Transaction transaction(database_, SQLite::TransactionBehavior::IMMEDIATE);
-    database_.exec("CREATE TABLE IF NOT EXISTS preference("
-                   "key TEXT PRIMARY KEY, type TEXT NOT NULL, value)");
+    database_.exec(kLayout);
     database_.exec("PRAGMA user_version = " + std::to_string(kVersion));
     transaction.commit();
-}
-
-void PreferenceDatabase::setBusyTimeout(std::chrono::milliseconds timeout) {
-    database_.setBusyTimeout(int(timeout.count()));
 }
 
 void PreferenceDatabase::deferCheckpoints(std::function<void()> grown) {
@@ -82,7 +83,7 @@ std::optional<PreferenceDatabase::Value> PreferenceDatabase::value(const QString
     return PreferenceRow::read(query.getColumn(0), query.getColumn(1));
 }
 
-void PreferenceDatabase::visitRows(
+void PreferenceDatabase::visitKeys(
     const char* query, const QString& prefix,
     const std::function<void(const QString& key, SQLite::Statement& row)>& visitor) {
     const std::string first = prefix.toStdString();
@@ -98,13 +99,13 @@ void PreferenceDatabase::visitRows(
 
 QStringList PreferenceDatabase::keys(const QString& prefix) {
     QStringList found;
-    visitRows("SELECT key FROM preference WHERE key >= ? ORDER BY key", prefix,
+    visitKeys("SELECT key FROM preference WHERE key >= ? ORDER BY key", prefix,
               [&](const QString& key, SQLite::Statement&) { found << key; });
     return found;
 }
 
 void PreferenceDatabase::visitData(const QString& prefix, const Preferences::Visitor& visitor) {
-    visitRows("SELECT key, type, value FROM preference WHERE key >= ? ORDER BY key", prefix,
+    visitKeys("SELECT key, type, value FROM preference WHERE key >= ? ORDER BY key", prefix,
               [&](const QString& key, SQLite::Statement& row) {
                   if (const auto data = PreferenceRow::data(row.getColumn(1), row.getColumn(2)))
                       visitor(key, *data);
@@ -114,7 +115,7 @@ void PreferenceDatabase::visitData(const QString& prefix, const Preferences::Vis
 std::int64_t PreferenceDatabase::dataSize(const QString& prefix, const Changes& others) {
     std::int64_t size = 0;
     // A blob's length is in the row header; the length of a text in bytes needs the text.
-    visitRows("SELECT key, CASE typeof(value) WHEN 'blob' THEN length(value) "
+    visitKeys("SELECT key, CASE typeof(value) WHEN 'blob' THEN length(value) "
               "WHEN 'text' THEN length(CAST(value AS BLOB)) END "
               "FROM preference WHERE key >= ? AND type = 'data' ORDER BY key",
               prefix, [&](const QString& key, SQLite::Statement& row) {
@@ -141,22 +142,45 @@ void PreferenceDatabase::write(const std::function<Changes()>& changes) {
     transaction.commit();
 }
 
-void PreferenceDatabase::salvage(const std::function<void(const QString&, const Value&)>& row) {
-    // Reads from both ends up to the damage.
+void PreferenceDatabase::visitRows(const std::filesystem::path& file,
+                                   const std::function<void(const Row& row)>& visitor) {
+    // From both ends up to the damage.
     for (const char* order : {"ASC", "DESC"}) {
         try {
+            SQLite::Database database(file, SQLITE_OPEN_READWRITE);
             SQLite::Statement query(
-                database_,
-                std::string("SELECT key, type, value FROM preference ORDER BY rowid ") + order);
-            while (query.executeStep()) {
-                if (const auto value = PreferenceRow::read(query.getColumn(1), query.getColumn(2)))
-                    row(QString::fromStdString(query.getColumn(0).getString()), *value);
-            }
+                database,
+                std::string("SELECT rowid, key, type, value FROM preference ORDER BY rowid ") +
+                    order);
+            while (query.executeStep())
+                visitor({query.getColumn(0).getInt64(),
+                         QString::fromStdString(query.getColumn(1).getString()),
+                         PreferenceRow::read(query.getColumn(2), query.getColumn(3))});
             return; // all rows were readable
         } catch (const SQLite::Exception&) {
             continue;
         }
     }
+}
+
+void PreferenceDatabase::writeNew(const std::filesystem::path& file, const std::vector<Row>& rows) {
+    SQLite::Database database(file, kOpenFlags);
+    database.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF");
+    SQLite::Transaction transaction(database);
+    database.exec(kLayout);
+    SQLite::Statement insert(database,
+                             "INSERT INTO preference(rowid, key, type, value) VALUES(?, ?, ?, ?)");
+    for (const Row& row : rows) {
+        insert.bind(1, std::int64_t(row.number));
+        insert.bind(2, row.key.toStdString());
+        insert.bind(3, "removed"); // no type of a value
+        insert.bind(4);
+        if (row.value)
+            PreferenceRow::bind(insert, 3, *row.value);
+        insert.exec();
+        insert.reset();
+    }
+    transaction.commit();
 }
 
 } // namespace ambrel

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 #include <QString>
 #include <QStringList>
@@ -31,11 +31,12 @@ class PreferenceDatabase {
         using std::runtime_error::runtime_error;
     };
 
+    /// Whether to try again for a lock that another connection holds, after `tries` times in vain.
+    using Patience = std::function<bool(int tries)>;
+
     /// Opens or creates the file, and updates it to the current layout. Throws NewerVersion for a
     /// later one.
-    PreferenceDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
-
-    void setBusyTimeout(std::chrono::milliseconds timeout);
+    PreferenceDatabase(const std::filesystem::path& file, Patience patience);
 
     /// Leaves checkpoints to checkpoint(). `grown` is called, on the writing thread, by each commit
     /// that leaves the log longer than about 1 MB.
@@ -61,16 +62,27 @@ class PreferenceDatabase {
     /// so that its result is never older than another connection's write.
     void write(const std::function<Changes()>& changes);
 
-    /// Passes on the readable rows of a damaged database, until it throws.
-    void salvage(const std::function<void(const QString&, const Value&)>& row);
+    struct Row {
+        std::int64_t number; ///< SQLite's, unless it is given by writeNew()
+        QString key;
+        std::optional<Value> value; ///< absent if invalid
+    };
+
+    /// Reads the rows of a file, as far as it can be read.
+    static void visitRows(const std::filesystem::path& file,
+                          const std::function<void(const Row& row)>& visitor);
+
+    /// Creates a file of its own that visitRows() can read. The file is nobody else's until then.
+    static void writeNew(const std::filesystem::path& file, const std::vector<Row>& rows);
 
   private:
     void layOut();
-    void visitRows(const char* query, const QString& prefix,
+    void visitKeys(const char* query, const QString& prefix,
                    const std::function<void(const QString& key, SQLite::Statement& row)>& visitor);
     int version();
 
     const bool hadLog_; ///< before the connection made one
+    Patience patience_;
     SQLite::Database database_;
     std::function<void()> logGrown_;
 };

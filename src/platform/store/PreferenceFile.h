@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
@@ -36,12 +37,23 @@ class PreferenceFile {
     void noteOpened() { hasOpened_ = true; }
     bool hasOpened() const { return hasOpened_; }
 
+    using Time = std::chrono::steady_clock::time_point;
+
+    /// From then on no connection waits for a lock; the first call counts.
+    void endWaits(Time time) {
+        Time none = Time::max();
+        lastWait_.compare_exchange_strong(none, time);
+    }
+    Time lastWait() const { return lastWait_; }
+    bool isEnding() const { return lastWait() != Time::max(); }
+
   private:
     const std::filesystem::path path_;
     std::mutex moving_;
     std::atomic<int> generation_ = 0;
     std::atomic<bool> isAbandoned_ = false;
     std::atomic<bool> hasOpened_ = false;
+    std::atomic<Time> lastWait_ = Time::max();
 };
 
 } // namespace ambrel

@@ -1,7 +1,6 @@
 #include "platform/store/Preferences.h"
 
 #include <condition_variable>
-#include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -9,6 +8,7 @@
 #include <QDir>
 #include <QStandardPaths>
 
+#include "platform/store/PendingChanges.h"
 #include "platform/store/PreferenceConnection.h"
 #include "platform/store/PreferenceFile.h"
 
@@ -20,7 +20,7 @@ using Changes = PreferenceDatabase::Changes;
 
 constexpr auto kMainBusyTimeout = 10ms; // less than a screen refresh
 constexpr auto kPoolBusyTimeout = 5s;
-constexpr auto kLastBusyTimeout = 500ms; // when quitting
+constexpr auto kLastBusyTimeout = 250ms; // in all, when quitting
 constexpr auto kRetryInterval = 500ms;
 
 /// Per transaction: larger ones would delay other writers.
@@ -28,15 +28,19 @@ constexpr qsizetype kMostRemovals = 50;
 
 } // namespace
 
-/// Every write first goes to `kept_`, and leaves it once a transaction has written it. A
-/// transaction takes everything kept, under the database's lock, so that an older value never
+/// Every write first goes to `pending_`, and leaves it once a transaction has written it. A
+/// transaction takes everything pending, under the database's lock, so that an older value never
 /// overwrites a newer one, whichever connection writes.
 class Preferences::Impl {
   public:
     explicit Impl(const std::filesystem::path& path)
-        : file_(path), main_(file_, kMainBusyTimeout, salvage(), [this] { requestCheckpoint(); }),
+        : file_(path), pending_(path),
+          main_(file_, kMainBusyTimeout, salvage(), [this] { requestCheckpoint(); }),
           pool_(file_, kPoolBusyTimeout, salvage()) {
-        main_.perform([](PreferenceDatabase&) {});
+        main_.perform([this](PreferenceDatabase& database) { pending_.collect(database); });
+        if (!pending_.isEmpty())
+            flush(main_);
+        retryIfPending();
         maintenance_ = std::thread([this] { maintain(); });
     }
 
@@ -47,29 +51,30 @@ class Preferences::Impl {
         }
         wake_.notify_all();
         maintenance_.join();
-        if (kept_.empty())
-            return;
+        end();
+    }
+
+    void end() {
+        file_.endWaits(std::chrono::steady_clock::now() + kLastBusyTimeout);
         main_.setBusyTimeout(kLastBusyTimeout);
-        flush(main_);
+        if (!pending_.isEmpty() && !flush(main_))
+            leave();
     }
 
     std::optional<Value> value(const QString& key) {
-        {
-            const std::lock_guard lock(mutex_);
-            if (const auto kept = kept_.find(key); kept != kept_.end())
-                return kept->second.value;
-        }
+        if (auto change = pending_.find(key))
+            return *change;
         std::optional<Value> found;
         perform([&](PreferenceDatabase& database) { found = database.value(key); });
         return found;
     }
 
     QStringList keys(const QString& prefix) {
-        const Changes kept = keptValues(prefix);
+        const Changes pending = pending_.of(prefix);
         QStringList found;
         perform([&](PreferenceDatabase& database) { found = database.keys(prefix); });
-        found.removeIf([&](const QString& key) { return kept.contains(key); });
-        for (const auto& [key, value] : kept) {
+        found.removeIf([&](const QString& key) { return pending.contains(key); });
+        for (const auto& [key, value] : pending) {
             if (value)
                 found << key;
         }
@@ -77,56 +82,40 @@ class Preferences::Impl {
     }
 
     void visitData(const QString& prefix, const Visitor& visitor) {
-        const Changes kept = keptValues(prefix);
+        const Changes pending = pending_.of(prefix);
         const auto visitStored = [&](const QString& key, QByteArrayView data) {
-            if (!kept.contains(key))
+            if (!pending.contains(key))
                 visitor(key, data);
         };
         perform([&](PreferenceDatabase& database) { database.visitData(prefix, visitStored); });
-        for (const auto& [key, value] : kept) {
+        for (const auto& [key, value] : pending) {
             if (value && std::holds_alternative<QByteArray>(*value))
                 visitor(key, std::get<QByteArray>(*value));
         }
     }
 
     std::int64_t dataSize(const QString& prefix) {
-        const Changes kept = keptValues(prefix);
+        const Changes pending = pending_.of(prefix);
         std::int64_t size = 0;
-        perform([&](PreferenceDatabase& database) { size = database.dataSize(prefix, kept); });
-        for (const auto& [key, value] : kept) {
+        perform([&](PreferenceDatabase& database) { size = database.dataSize(prefix, pending); });
+        for (const auto& [key, value] : pending) {
             if (value && std::holds_alternative<QByteArray>(*value))
                 size += std::get<QByteArray>(*value).size();
         }
         return size;
     }
 
-    /// False if it is kept for later.
+    /// False if it is still pending.
     bool write(const Changes& changes) {
-        {
-            const std::lock_guard lock(mutex_);
-            for (const auto& [key, value] : changes)
-                kept_[key] = {value, ++lastNumber_};
-        }
+        pending_.add(changes);
         const bool isWritten = isMainThread() ? flush(main_) : flushFromPool();
-        retryIfKept();
+        if (!isWritten && file_.isEnding())
+            leave();
+        retryIfPending();
         return isWritten;
     }
 
   private:
-    struct Kept {
-        std::optional<Value> value; ///< absent: to be removed
-        std::uint64_t number;       ///< of the write
-    };
-
-    Changes keptValues(const QString& prefix) {
-        Changes kept;
-        const std::lock_guard lock(mutex_);
-        for (auto at = kept_.lower_bound(prefix); at != kept_.end() && at->first.startsWith(prefix);
-             ++at)
-            kept.emplace(at->first, at->second.value);
-        return kept;
-    }
-
     bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
     bool perform(const std::function<void(PreferenceDatabase&)>& operation) {
@@ -141,43 +130,42 @@ class Preferences::Impl {
         return flush(pool_);
     }
 
-    /// Writes everything kept.
+    /// Writes everything pending.
     bool flush(PreferenceConnection& connection) {
-        std::map<QString, Kept> taken;
-        const auto take = [&] {
-            Changes changes;
-            const std::lock_guard lock(mutex_);
-            taken = kept_;
-            for (const auto& [key, kept] : taken)
-                changes.emplace(key, kept.value);
-            return changes;
+        PendingChanges::Snapshot taken;
+        const auto write = [&](PreferenceDatabase& database) {
+            database.write([&] {
+                pending_.collect(database);
+                taken = pending_.snapshot();
+                return taken.forDatabase();
+            });
         };
-        if (!connection.perform([&](PreferenceDatabase& database) { database.write(take); }))
+        if (!connection.perform(write))
             return false;
-        const std::lock_guard lock(mutex_);
-        for (const auto& [key, written] : taken) {
-            const auto kept = kept_.find(key);
-            if (kept != kept_.end() && kept->second.number == written.number)
-                kept_.erase(kept);
-        }
+        pending_.forget(taken);
         return true;
     }
 
-    /// Values rescued from a damaged database are written to the new one, unless a newer one is
-    /// kept here.
+    /// A store that works in memory only leaves nothing.
+    void leave() {
+        if (!file_.isAbandoned())
+            pending_.leave();
+    }
+
+    /// Values rescued from a damaged database are written to the new one.
     PreferenceConnection::Salvage salvage() {
-        return [this](const QString& key, const Value& value) {
-            const std::lock_guard lock(mutex_);
-            kept_.try_emplace(key, Kept{value, ++lastNumber_});
+        return [this](const PreferenceDatabase::Row& row) {
+            if (row.value)
+                pending_.addRescued(row.key, *row.value);
         };
     }
 
-    void retryIfKept() {
+    void retryIfPending() {
+        if (pending_.isEmpty() || file_.isAbandoned())
+            return;
         {
             const std::lock_guard lock(mutex_);
-            isRetryWanted_ = !kept_.empty() && !file_.isAbandoned();
-            if (!isRetryWanted_)
-                return;
+            isRetryWanted_ = true;
         }
         wake_.notify_all();
     }
@@ -203,7 +191,7 @@ class Preferences::Impl {
             lock.unlock();
             serve(isRetrying, isCheckpointing);
             if (isRetrying)
-                retryIfKept();
+                retryIfPending();
             lock.lock();
         }
     }
@@ -220,14 +208,13 @@ class Preferences::Impl {
 
     const std::thread::id mainThread_ = std::this_thread::get_id();
     PreferenceFile file_;
+    PendingChanges pending_;
     PreferenceConnection main_; ///< the main thread's
 
     std::mutex poolMutex_; ///< held for as long as an operation takes: never by the main thread
     PreferenceConnection pool_; ///< every other thread's, under poolMutex_
 
     std::mutex mutex_; ///< guards what follows, for moments only
-    std::map<QString, Kept> kept_;
-    std::uint64_t lastNumber_ = 0;
     bool isRetryWanted_ = false;
     bool isCheckpointWanted_ = false;
     bool isEnding_ = false;
@@ -239,6 +226,10 @@ Preferences::Preferences(const std::filesystem::path& database)
     : impl_(std::make_unique<Impl>(database)) {}
 
 Preferences::~Preferences() = default;
+
+void Preferences::end() {
+    impl_->end();
+}
 
 Preferences& Preferences::shared() {
     static Preferences preferences(defaultPath());

@@ -18,9 +18,9 @@ namespace ambrel {
 /// (docs/storage.md).
 ///
 /// When a write returns, it is in the database, unless another process held the lock: then the
-/// value is kept in memory, read from there, and retried every half second on another thread. No
-/// operation throws or reports an error: a store that cannot be opened works in memory, a damaged
-/// one is moved aside.
+/// value is kept in memory, read from there, retried every half second on another thread, and left
+/// in a file at the end. No operation throws or reports an error: a store that cannot be opened
+/// works in memory, a damaged one is moved aside.
 ///
 /// Any thread may call everything. The thread that created the store waits at most 10 ms for a
 /// lock; the others share a second connection that waits up to 5 s.
@@ -32,10 +32,15 @@ class Preferences {
     /// Opens `database`, creating it and its folder if missing.
     explicit Preferences(const std::filesystem::path& database);
 
-    /// Writes values still pending, for at most 0.5 s.
+    /// Calls end().
     ~Preferences();
     Preferences(const Preferences&) = delete;
     Preferences& operator=(const Preferences&) = delete;
+
+    /// For a program that is about to end: from now on, the waits of all threads for locks together
+    /// last at most 0.25 s, and what could not be written to the database is left in a file beside
+    /// it, before the write returns. The next program that writes to the database takes it over.
+    void end();
 
     /// $XDG_DATA_HOME/ambrel/preferences.sqlite, opened by the first call.
     static Preferences& shared();

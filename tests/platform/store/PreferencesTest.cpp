@@ -83,8 +83,8 @@ class PreferencesTest : public QObject {
         file.write(bytes);
     }
 
-    QStringList files(const QString& names) const {
-        return QDir(folder_->path()).entryList({names}, QDir::Files);
+    QStringList files(const QString& names, QDir::Filters kind = QDir::Files) const {
+        return QDir(folder_->path()).entryList({names}, kind);
     }
 
     void start(QProcess& child, const QString& task) const {
@@ -186,25 +186,47 @@ class PreferencesTest : public QObject {
         QCOMPARE(other.text("SELECT group_concat(key || value) FROM preference"), "k8"_q);
     }
 
-    void endWaitsForAHeldLockButNotForEver() {
-        auto preferences = std::make_unique<Preferences>(path_);
-        OtherProgram other(path_);
-        other.exec("BEGIN IMMEDIATE");
-        preferences->set("k"_q, true);
-        std::jthread releaser([&] {
-            std::this_thread::sleep_for(100ms);
+    void whatALockPreventedIsTakenOverByTheNextProgram() {
+        for (const bool endingIsLater : {false, true}) {
+            init();
+            Preferences(path_).set("old"_q, true);
+            Preferences lasting(path_);
+            auto ending = std::make_unique<Preferences>(path_);
+            OtherProgram other(path_);
+            other.exec("BEGIN IMMEDIATE");
+            ending->remove("old"_q);
+            (endingIsLater ? lasting : *ending).set("k"_q, "earlier"_q);
+            (endingIsLater ? *ending : lasting).set("k"_q, "later"_q);
+            const auto start = Clock::now();
+            ending.reset();
+            QVERIFY(Clock::now() - start < 500ms);
+            QVERIFY(!Preferences(path_).value("old"_q)); // a start while the lock is held
             other.exec("ROLLBACK");
-        });
-        preferences.reset();
-        releaser.join();
-        QCOMPARE(other.text("SELECT count(*) FROM preference"), "1"_q);
+            lasting.set("any"_q, true);
+            QCOMPARE(other.text("SELECT group_concat(key || value) FROM preference "
+                                "WHERE key IN ('k', 'old')"),
+                     "klater"_q);
+            QCOMPARE(files("*"_q, QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
+        }
+    }
 
-        preferences = std::make_unique<Preferences>(path_);
-        other.exec("BEGIN IMMEDIATE");
-        preferences->set("lost"_q, true);
-        const auto start = Clock::now();
-        preferences.reset();
-        QVERIFY(Clock::now() - start < 1s);
+    void whatALockPreventedIsTakenOverOnce() {
+        const QString left = QString::fromStdString(path_ + ".pending");
+        OtherProgram other(path_);
+        {
+            Preferences preferences(path_);
+            other.exec("BEGIN IMMEDIATE");
+            preferences.set("k"_q, 1.0);
+        }
+        other.exec("ROLLBACK");
+        const QString name = QDir(left).entryList(QDir::Files).value(0);
+        QVERIFY(QFile::copy(left + u'/' + name, folder_->filePath(name)));
+        Preferences preferences(path_);
+        QCOMPARE(other.text("SELECT value FROM preference WHERE key = 'k'"), "1.0"_q);
+        preferences.set("k"_q, 2.0);
+        // As if the program had been killed before it removed the file.
+        QVERIFY(QDir().mkpath(left) && QFile::copy(folder_->filePath(name), left + u'/' + name));
+        QCOMPARE(Preferences(path_).real("k"_q), std::optional(2.0));
     }
 
     void logIsMovedIntoTheDatabaseMeanwhile() {
