@@ -33,7 +33,8 @@ set(rules
     "ui/settings:    platform/desktop store waveform app ui/look ui/controls ui/sheets"
     "ui/window:      platform/desktop store audio waveform app waveform/view ui/look ui/controls ui/sheets
                      download/sheet ui/panels"
-    "app/main:       platform/desktop store audio waveform download app ui/look ui/controls ui/settings ui/window")
+    "app/main:       platform/desktop platform/store store audio waveform download app ui/look ui/controls
+                     ui/settings ui/window")
 
 set(wrong)
 set(known ${sound})

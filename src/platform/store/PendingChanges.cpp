@@ -46,7 +46,7 @@ void PendingChanges::add(const Changes& changes) {
 
 void PendingChanges::addRescued(const QString& key, const Value& value) {
     const std::lock_guard lock(mutex_);
-    pending_.changes.try_emplace(key, value, 0, false);
+    pending_.changes.try_emplace(key, Snapshot::Change{value, 0, false});
 }
 
 std::optional<std::optional<PendingChanges::Value>> PendingChanges::find(const QString& key) const {
