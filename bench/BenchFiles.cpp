@@ -1,7 +1,7 @@
 // Opening a file, and the peaks of an hour of sound against ffmpeg decoding it in the same run.
 //
 // AMBREL_BENCH_FILES names the files, separated by ":"; without it an hour of noise is encoded as
-// WAV, FLAC and MP3 first.
+// WAV, FLAC, MP3, M4A, Ogg Vorbis and Opus first.
 
 #include <atomic>
 #include <filesystem>
@@ -31,16 +31,12 @@ void runFfmpeg(const QStringList& arguments) {
 
 QStringList makeHours(const QString& folder) {
     QStringList files;
-    for (const QString& name :
-         {QStringLiteral("hour.wav"), QStringLiteral("hour.flac"), QStringLiteral("hour.mp3")}) {
-        files << folder + QLatin1Char('/') + name;
+    for (const char* name :
+         {"hour.wav", "hour.flac", "hour.mp3", "hour.m4a", "hour.ogg", "hour.opus"}) {
+        files << folder + QLatin1Char('/') + QLatin1String(name);
         runFfmpeg({QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
                    QStringLiteral("anoisesrc=color=pink:sample_rate=44100:duration=3600"),
-                   QStringLiteral("-ac"), QStringLiteral("2"), QStringLiteral("-c:a"),
-                   name.endsWith(QLatin1String("wav"))    ? QStringLiteral("pcm_s16le")
-                   : name.endsWith(QLatin1String("flac")) ? QStringLiteral("flac")
-                                                          : QStringLiteral("libmp3lame"),
-                   files.last()});
+                   QStringLiteral("-ac"), QStringLiteral("2"), files.last()});
     }
     return files;
 }

@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <future>
+#include <mutex>
+#include <system_error>
+#include <thread>
 
 #include "audio/LocalPath.h"
 #include "platform/sound/AudioFile.h"
@@ -29,43 +33,125 @@ std::int64_t framesPerBucket(const AudioFile& file) {
     return std::max<std::int64_t>(1, whole / nominalBuckets);
 }
 
-/// What becomes of a bucket's mean.
-using BucketHandler = std::function<void(float mean, bool full)>;
+/// A file reduced to buckets by several threads, each with an AudioFile of its own. The file is cut
+/// into parts of whole buckets, so every value is the one that a single pass gives.
+class Reduction {
+  public:
+    Reduction(const AudioFile& file, const WaveformGenerator::Progress& progress,
+              const std::atomic<bool>& ending)
+        : rate_(file.sampleRate()), length_(file.length()), bucket_(framesPerBucket(file)),
+          partLength_(bucketsPerPart(file) * bucket_),
+          parts_(static_cast<std::size_t>((length_ - 1) / partLength_ + 1)), progress_(progress),
+          ending_(ending) {}
 
-/// Reduces the file to buckets of `size` frames, the last one perhaps partial. Stops where the file
-/// stops decoding, and after the read during which `ending` became true: a bucket of a long file
-/// takes many reads.
-void reduce(AudioFile& file, std::int64_t size, const std::atomic<bool>& ending,
-            const BucketHandler& handle) {
-    std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
-    float sum = 0.0F;
-    std::int64_t count = 0;
-    for (std::int64_t at = 0; at < file.length();) {
-        const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, file.length() - at));
-        const std::size_t got = file.read(at, std::span(frames.data(), wanted));
-        const float* next = frames.data();
-        const float* const last = next + got;
-        while (next < last) {
-            const float* const stop = next + std::min<std::int64_t>(last - next, size - count);
-            count += stop - next;
-            for (; next < stop; ++next) {
-                sum += std::fabs(*next);
-            }
-            if (count == size) {
-                handle(sum / static_cast<float>(count), true);
-                sum = 0.0F;
-                count = 0;
-            }
+    std::size_t parts() const { return parts_.size(); }
+
+    /// Reduces parts until none is left. Any number of threads, each with another `file`.
+    void work(AudioFile& file) {
+        // It may have been overwritten since the first was opened.
+        if (file.sampleRate() != rate_ || file.length() != length_) {
+            return;
         }
-        at += static_cast<std::int64_t>(got);
-        if (got < wanted || ending) {
-            break;
+        for (std::size_t part; (part = next_++) < parts_.size() && !ending_;) {
+            const auto start = static_cast<std::int64_t>(part) * partLength_;
+            parts_[part].isWhole =
+                reduce(file, start, std::min(start + partLength_, length_), parts_[part].means);
         }
     }
-    if (count > 0) {
-        handle(sum / static_cast<float>(count), false);
+
+    bool isWhole() const {
+        return std::all_of(parts_.begin(), parts_.end(),
+                           [](const Part& part) { return part.isWhole; });
     }
-}
+
+    /// For the only thread that is left.
+    void beginAgainInOnePart() {
+        partLength_ = length_;
+        parts_.assign(1, {});
+        next_ = 0;
+    }
+
+    /// As far as all frames have been read.
+    std::vector<float> means() const {
+        std::vector<float> all;
+        all.reserve(nominalBuckets);
+        for (const Part& part : parts_) {
+            all.insert(all.end(), part.means.begin(), part.means.end());
+            if (!part.isWhole) {
+                break;
+            }
+        }
+        return all;
+    }
+
+  private:
+    struct Part {
+        std::vector<float> means;
+        bool isWhole = false;
+    };
+
+    /// A part takes about a minute, to which the decoding before it, up to one second, adds little.
+    static std::int64_t bucketsPerPart(const AudioFile& file) {
+        constexpr std::int64_t seconds = 60;
+        return std::max<std::int64_t>(1, seconds * file.sampleRate() / framesPerBucket(file));
+    }
+
+    /// Reduces the frames to means, the last one perhaps of a partial bucket. Stops where the file
+    /// stops decoding, and after the read during which `ending_` became true: a bucket of a long
+    /// file takes many reads. Returns whether all frames were read.
+    bool reduce(AudioFile& file, std::int64_t at, std::int64_t end, std::vector<float>& means) {
+        std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
+        float sum = 0.0F;
+        std::int64_t count = 0;
+        while (at < end && !ending_) {
+            const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, end - at));
+            const std::size_t got = file.read(at, std::span(frames.data(), wanted));
+            const float* next = frames.data();
+            const float* const last = next + got;
+            while (next < last) {
+                const float* const stop =
+                    next + std::min<std::int64_t>(last - next, bucket_ - count);
+                count += stop - next;
+                for (; next < stop; ++next) {
+                    sum += std::fabs(*next);
+                }
+                if (count == bucket_) {
+                    means.push_back(sum / static_cast<float>(count));
+                    report();
+                    sum = 0.0F;
+                    count = 0;
+                }
+            }
+            at += static_cast<std::int64_t>(got);
+            if (got < wanted) {
+                break;
+            }
+        }
+        if (count > 0) {
+            means.push_back(sum / static_cast<float>(count));
+        }
+        return at == end;
+    }
+
+    void report() {
+        const std::scoped_lock lock(mutex_);
+        const double done = static_cast<double>(++done_) / static_cast<double>(nominalBuckets);
+        const double fraction = std::min(done, 1.0);
+        const int percent = static_cast<int>(fraction * 100.0);
+        progress_(fraction, "Generating waveform... " + std::to_string(percent) + "%");
+    }
+
+    const int rate_;
+    const std::int64_t length_;
+    const std::int64_t bucket_; ///< frames
+    std::int64_t partLength_;   ///< frames
+    std::vector<Part> parts_;   ///< each written by the thread that took it
+    std::atomic<std::size_t> next_ = 0;
+    std::mutex mutex_;      ///< guards done_, and lets one thread at a time report
+    std::int64_t done_ = 0; ///< full buckets
+    const WaveformGenerator::Progress& progress_;
+    const std::atomic<bool>& ending_;
+};
 
 std::shared_ptr<AudioFile> openMono(const QUrl& url) {
     using Reason = AudioFileError::Reason;
@@ -83,6 +169,33 @@ std::shared_ptr<AudioFile> openMono(const QUrl& url) {
     }
 }
 
+/// Returns when no thread works any more.
+void reduceInParallel(Reduction& reduction, AudioFile& file, const QUrl& url) {
+    const auto work = [&] {
+        std::shared_ptr<AudioFile> another;
+        try {
+            another = openMono(url);
+        } catch (const std::exception&) {
+            return; // the other threads do its share
+        }
+        reduction.work(*another);
+    };
+    std::vector<std::future<void>> others;
+    const auto threads =
+        std::min<std::size_t>(std::thread::hardware_concurrency(), reduction.parts());
+    try {
+        while (others.size() + 1 < threads) {
+            others.push_back(std::async(std::launch::async, work));
+        }
+    } catch (const std::system_error&) {
+        // no more threads than these
+    }
+    reduction.work(file);
+    for (std::future<void>& other : others) {
+        other.get();
+    }
+}
+
 void normalise(std::vector<float>& peaks) {
     const float largest = *std::max_element(peaks.begin(), peaks.end());
     if (largest > 0.0F) {
@@ -97,18 +210,13 @@ void normalise(std::vector<float>& peaks) {
 std::vector<float> WaveformGenerator::extract(const QUrl& url, const Progress& progress,
                                               const std::atomic<bool>& ending) {
     const std::shared_ptr<AudioFile> file = openMono(url);
-    std::vector<float> peaks;
-    peaks.reserve(nominalBuckets);
-    reduce(*file, framesPerBucket(*file), ending, [&](float mean, bool full) {
-        peaks.push_back(mean);
-        if (full) {
-            const double done =
-                static_cast<double>(peaks.size()) / static_cast<double>(nominalBuckets);
-            const double fraction = std::min(done, 1.0);
-            const int percent = static_cast<int>(fraction * 100.0);
-            progress(fraction, "Generating waveform... " + std::to_string(percent) + "%");
-        }
-    });
+    Reduction reduction(*file, progress, ending);
+    reduceInParallel(reduction, *file, url);
+    if (!reduction.isWhole() && !ending) {
+        reduction.beginAgainInOnePart(); // a file may be read through that cannot be sought in
+        reduction.work(*file);
+    }
+    std::vector<float> peaks = reduction.means();
     if (peaks.empty()) {
         const std::string name = url.fileName().toStdString();
         throw WaveformError(WaveformError::Case::readFailed,

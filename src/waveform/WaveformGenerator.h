@@ -29,13 +29,13 @@ class WaveformError : public std::runtime_error {
 /// its mean absolute amplitude, scaled so that the largest is exactly 1.
 class WaveformGenerator {
   public:
-    /// Called on the calling thread after each complete bucket, with the fraction done (0 to 1) and
-    /// a message for the user.
+    /// Called after each complete bucket, with the fraction done (0 to 1) and a message for the
+    /// user: on any thread, by one at a time, and not after extract() has returned.
     using Progress = std::function<void(double fraction, const std::string& message)>;
 
-    /// Reads the whole file. Blocks: call it on a background thread; any number of calls may run at
-    /// once. Returns early, with what it has, once `ending` is true. Throws WaveformError, or
-    /// AudioFileError as AudioFile::open.
+    /// Reads the whole file, a long one with as many threads as there are processors. Blocks: call
+    /// it on a background thread; any number of calls may run at once. Returns early, with what it
+    /// has, once `ending` is true. Throws WaveformError, or AudioFileError as AudioFile::open.
     static std::vector<float> extract(const QUrl& url, const Progress& progress,
                                       const std::atomic<bool>& ending);
 };

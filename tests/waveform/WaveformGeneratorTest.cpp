@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 
 #include <QTest>
 
@@ -53,6 +55,31 @@ class WaveformGeneratorTest : public QObject {
         peaks.resize(3);
         QCOMPARE(peaks, (std::vector<float>{1.0F / 3, 1, 0}));
         QCOMPARE(peaksOf(1, {}), std::vector<float>(2000));
+    }
+
+    /// Parts of a minute are read by several threads.
+    void isTheSameInParts() {
+        const auto phrase = media_.wav("long.wav", MediaMaker::phrase(150, 8000, 1));
+        for (const char* name : {"long.wav", "long.flac", "long.mp3", "long.ogg", "long.m4a"}) {
+            const auto path = name == phrase.filename() ? phrase : media_.encode(phrase, name);
+            const auto file = AudioFile::open(path, AudioFile::Layout::mono);
+            const std::vector<float> samples = MediaMaker::readAll(*file);
+            const double seconds = double(file->length()) / file->sampleRate();
+            const auto bucket = std::size_t(seconds * 44100) / 2000;
+            std::vector<float> expected;
+            for (std::size_t at = 0; at < samples.size(); at += bucket) {
+                float sum = 0;
+                const auto end = std::min(at + bucket, samples.size());
+                for (std::size_t i = at; i < end; ++i)
+                    sum += std::abs(samples[i]);
+                expected.push_back(sum / float(end - at));
+            }
+            const float largest = std::ranges::max(expected);
+            const std::vector<float> peaks = extract(path);
+            QCOMPARE(peaks.size(), expected.size());
+            for (std::size_t i = 0; i < peaks.size(); ++i)
+                QVERIFY2(std::abs(peaks[i] - expected[i] / largest) < 1e-4F, name);
+        }
     }
 
   private:
