@@ -77,6 +77,14 @@ class TimePitchUnitTest : public QObject {
         QVERIFY(isVerySlow || std::abs(tone.amplitude - 0.5) < 0.05);
     }
 
+    /// Where the stretcher alone reaches 27 dB. The second one joins after half a second.
+    void isPureInTheMiddle() {
+        const auto made = run(SyntheticFile::sine(rateHz, rateHz, 1000), 0.25, 0);
+        const test::Tone tone =
+            test::measureTone(std::span(made).subspan(rateHz, 2 * rateHz), rateHz, 1000);
+        QCOMPARE_GT(tone.toResidualDb, 40.0);
+    }
+
     void positionIsWhatIsHeard_data() {
         QTest::addColumn<double>("rate");
         QTest::addColumn<bool>("isChanging");

@@ -29,24 +29,26 @@ void Spectrum::Uninit::operator()(AVTXContext* context) const noexcept {
 }
 
 Spectrum::Spectrum(int sampleRateHz)
-    : window_(std::bit_ceil(std::size_t(std::clamp(sampleRateHz, 8000, 192'000)) * 512 / 48'000)),
-      frames_(size()) {
-    for (std::size_t i = 0; i < size(); ++i)
-        window_[i] =
-            0.5F - 0.5F * std::cos(2 * std::numbers::pi_v<float> * float(i) / float(size()));
-    const auto begin = [this](int inverse, float scale, Transform& transform) {
+    : Spectrum(sampleRateHz,
+               std::bit_ceil(std::size_t(std::clamp(sampleRateHz, 8000, 192'000)) * 512 / 48'000)) {
+}
+
+Spectrum::Spectrum(int sampleRateHz, std::size_t size) : window_(size), frames_(size) {
+    for (std::size_t i = 0; i < size; ++i)
+        window_[i] = 0.5F - 0.5F * std::cos(2 * std::numbers::pi_v<float> * float(i) / float(size));
+    const auto begin = [size](int inverse, float scale, Transform& transform) {
         AVTXContext* context = nullptr;
         av_tx_fn function = nullptr;
-        if (av_tx_init(&context, &function, AV_TX_FLOAT_RDFT, inverse, int(size()), &scale,
+        if (av_tx_init(&context, &function, AV_TX_FLOAT_RDFT, inverse, int(size), &scale,
                        AV_TX_UNALIGNED) < 0)
             throw std::bad_alloc();
         transform = function;
         return Context(context);
     };
     forwardContext_ = begin(0, 1, forward_);
-    inverseContext_ = begin(1, 1 / (overlapGain * float(size())), inverse_);
+    inverseContext_ = begin(1, 1 / (overlapGain * float(size)), inverse_);
 
-    const double binHz = double(sampleRateHz) / double(size());
+    const double binHz = double(sampleRateHz) / double(size);
     const double whole = bark(binHz * double(bins() - 1));
     bandEdges_.push_back(0);
     for (std::size_t bin = 0, band = 1; band < bandCount; ++band) {

@@ -10,8 +10,8 @@ struct AVTXContext;
 
 namespace ambrel {
 
-/// Short-time spectra: Hann windows of about 11 ms that overlap by three quarters, so that the
-/// inverse transforms, windowed again, add up to the sound itself.
+/// Short-time spectra: Hann windows, of about 11 ms if nothing else is said, that overlap by three
+/// quarters, so that the inverse transforms, windowed again, add up to the sound itself.
 ///
 /// One thread at a time. Allocates in the constructor only; throws std::bad_alloc.
 class Spectrum {
@@ -19,6 +19,8 @@ class Spectrum {
     using Bin = std::complex<float>;
 
     explicit Spectrum(int sampleRateHz);
+    /// `size` is a power of two.
+    Spectrum(int sampleRateHz, std::size_t size);
 
     /// Frames in a window, a power of two, and from one window to the next.
     std::size_t size() const noexcept { return window_.size(); }

@@ -4,13 +4,16 @@
 #include <array>
 #include <cmath>
 
+#include "platform/sound/effect/Correlation.h"
 #include "platform/sound/effect/Fade.h"
 
 namespace ambrel {
 
-StretchVoice::StretchVoice(RunInput& input, int sampleRateHz, const std::stop_token& stop)
-    : input_(input), stretcher_(sampleRateHz, stop), restorer_(input, sampleRateHz),
-      attacks_(input), fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
+StretchVoice::StretchVoice(RunInput& input, const FrameHistory& heard, int sampleRateHz,
+                           const std::stop_token& stop)
+    : input_(input), heard_(heard), dropped_(comparedFrames), stretcher_(sampleRateHz, stop),
+      middle_(input, sampleRateHz, stop), restorer_(input, sampleRateHz), attacks_(input),
+      fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
 
 void StretchVoice::begin(std::int64_t first, double rate, double cents, std::size_t lead) {
     constexpr double feed = Stretcher::feedFrames;
@@ -24,12 +27,20 @@ void StretchVoice::begin(std::int64_t first, double rate, double cents, std::siz
     mapped_ = first;
     fed_ = first - static_cast<std::int64_t>(pad()) - static_cast<std::int64_t>(leadInput);
     made_ = 0;
+    dropped_.restart(0);
+    middle_.begin(0, rate, cents, lead > 0);
     restorer_.begin(0);
     attacks_.begin();
     isOutdated_ = false;
 }
 
 void StretchVoice::set(double rate, double cents) {
+    if (rate == rate_ && cents == cents_)
+        return;
+    if (middle_.isAhead()) {
+        isOutdated_ = true;
+        return;
+    }
     const double missing = fadeOut_ + static_cast<double>(made_) - map_.output();
     const auto left = static_cast<double>(input_.length() - mapped_);
     if (missing > 0 && left > 0)
@@ -38,6 +49,7 @@ void StretchVoice::set(double rate, double cents) {
     cents_ = cents;
     stretcher_.setRate(rate);
     stretcher_.setCents(cents);
+    middle_.change(rate, cents);
 }
 
 double StretchVoice::framesLeft() const noexcept {
@@ -68,37 +80,74 @@ bool StretchVoice::feed() {
         mapped_ = reached;
         stretcher_.correct(startDelay_ + map_.output() - stretcher_.committed());
     }
+    middle_.follow(map_, mapped_, fed_);
     return true;
 }
 
 std::optional<double> StretchVoice::lineUp(double position, std::size_t frames, double mostInput) {
     for (double fed = 0;; fed += Stretcher::feedFrames) {
-        const auto late = static_cast<std::size_t>(
-            std::max(0LL, std::llround((position - this->position()) / rate_)));
+        const auto late =
+            static_cast<std::size_t>(std::max(0LL, std::llround(map_.outputAt(position)) - made_));
         const std::size_t ready = stretcher_.available();
         const std::size_t dropped = std::min(late, ready);
-        stretcher_.discard(static_cast<std::int64_t>(dropped));
-        made_ += static_cast<std::int64_t>(dropped);
-        if (dropped > 0)
+        drop(dropped);
+        if (dropped > 0) {
+            middle_.begin(made_, rate_, cents_, false);
             restorer_.begin(made_);
+        }
         if (ready >= late + frames)
-            return 1;
+            return likeness();
         if (fed >= mostInput || !feed())
             return std::nullopt;
     }
+}
+
+void StretchVoice::drop(std::size_t frames) {
+    std::array<float, 2 * blockFrames> stereo;
+    for (std::size_t got = 0; frames > 0; frames -= got) {
+        got = stretcher_.take(stereo.data(), std::min(frames, blockFrames));
+        dropped_.add(stereo.data(), got);
+        made_ += static_cast<std::int64_t>(got);
+    }
+}
+
+/// Of what was dropped last with what was heard meanwhile.
+double StretchVoice::likeness() const noexcept {
+    std::array<float, comparedFrames> dropped, heard;
+    for (std::size_t i = 0; i < comparedFrames; ++i) {
+        const auto before = static_cast<std::int64_t>(comparedFrames - i);
+        dropped[i] = dropped_.mono(dropped_.end() - before);
+        heard[i] = heard_.mono(heard_.end() - before);
+    }
+    return correlation(dropped.data(), heard.data(), comparedFrames);
 }
 
 std::size_t StretchVoice::prepare(std::size_t frames) {
     const std::size_t ahead = restorer_.lookAhead(frames, stretch());
     while (restorer_.held() < frames + ahead) {
         std::array<float, 2 * blockFrames> stereo;
-        const std::size_t missing = frames + ahead - restorer_.held();
+        const std::size_t ready =
+            prepareMiddle(std::min(frames + ahead - restorer_.held(), blockFrames));
+        if (ready == 0)
+            break;
+        middle_.take(stereo.data(), ready);
+        restorer_.add(stereo.data(), ready);
+    }
+    return std::min(frames, restorer_.held() - std::min(restorer_.held(), ahead));
+}
+
+/// Up to `frames` frames for middle_.take(); returns how many are ready.
+std::size_t StretchVoice::prepareMiddle(std::size_t frames) {
+    const std::size_t ahead = middle_.lookAhead();
+    while (middle_.held() < frames + ahead) {
+        std::array<float, 2 * blockFrames> stereo;
+        const std::size_t missing = frames + ahead - middle_.held();
         const std::size_t got = stretcher_.take(stereo.data(), std::min(missing, blockFrames));
-        restorer_.add(stereo.data(), got);
+        middle_.add(stereo.data(), got);
         if (got == 0 && !feed())
             break;
     }
-    return std::min(frames, restorer_.held() - std::min(restorer_.held(), ahead));
+    return std::min(frames, middle_.held() - std::min(middle_.held(), ahead));
 }
 
 void StretchVoice::take(float* stereo, std::size_t frames) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "platform/sound/stretch/AttackPlayer.h"
+#include "platform/sound/stretch/MiddleBand.h"
 #include "platform/sound/stretch/RunInput.h"
 #include "platform/sound/stretch/StepRestorer.h"
 #include "platform/sound/stretch/Stretcher.h"
@@ -16,20 +17,29 @@ namespace ambrel {
 /// heard as. Attacks do not go through the stretcher.
 class StretchVoice final : public Voice {
   public:
-    /// As for Stretcher.
-    StretchVoice(RunInput& input, int sampleRateHz, const std::stop_token& stop);
+    /// As for Stretcher. `heard`: at least the last comparedFrames frames rendered.
+    StretchVoice(RunInput& input, const FrameHistory& heard, int sampleRateHz,
+                 const std::stop_token& stop);
+
+    /// Frames compared to find out how much it sounds like what is heard.
+    static constexpr std::size_t comparedFrames = 512;
 
     /// Half the analysis window, in input frames.
     std::size_t pad() const noexcept { return stretcher_.pad(); }
 
     /// Restarts so that the first frame is heard as input frame `first`. The stretcher is fed from
-    /// half a window and `lead` output frames earlier on; that output is discarded.
+    /// half a window and `lead` output frames earlier on; that output is discarded. Without a lead
+    /// it is a while before the middle band is replaced: another change may be near.
     void begin(std::int64_t first, double rate, double cents, std::size_t lead = 0);
 
     /// Frames from `frame` on have changed.
     void replaceFrom(std::int64_t frame) noexcept { isOutdated_ = isOutdated_ || fed_ > frame; }
 
-    /// A rate that would not leave enough of the run for its fade-out is not reached.
+    /// The input frame from which on a change of speed is heard.
+    std::int64_t reached() const noexcept { return mapped_; }
+
+    /// If more has been made ahead than a change may be late, that does not change: the voice is
+    /// outdated. A rate that would not leave enough of the run for its fade-out is not reached.
     void set(double rate, double cents) override;
     /// Follows the waveform of what is heard if that has the same speed and pitch.
     std::optional<double> lineUp(double position, std::size_t frames, double mostInput) override;
@@ -41,10 +51,16 @@ class StretchVoice final : public Voice {
 
   private:
     bool feed();
+    void drop(std::size_t frames);
+    double likeness() const noexcept;
+    std::size_t prepareMiddle(std::size_t frames);
     Stretch stretch() const noexcept;
 
     RunInput& input_;
+    const FrameHistory& heard_;
+    FrameHistory dropped_; ///< what was made before it was lined up
     Stretcher stretcher_;
+    MiddleBand middle_;
     StepRestorer restorer_;
     AttackPlayer attacks_;
     TimeMap map_;             ///< from output to input frames

@@ -28,10 +28,11 @@ constexpr double weakestCorrection = 0.01;
 
 } // namespace
 
-Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop)
+Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop, Windows windows)
     : sampleRateHz_(sampleRateHz),
       engine_(std::make_unique<RubberBandStretcher>(
-          static_cast<std::size_t>(std::clamp(sampleRateHz, 8000, 192000)), 2, options)) {
+          static_cast<std::size_t>(std::clamp(sampleRateHz, 8000, 192000)), 2,
+          windows == Windows::Short ? options | RubberBandStretcher::OptionWindowShort : options)) {
     engine_->setMaxProcessSize(feedFrames);
     pad_ = (engine_->getPreferredStartPad() + feedFrames - 1) / feedFrames * feedFrames;
     warmUp(stop);

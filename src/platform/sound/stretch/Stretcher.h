@@ -28,7 +28,12 @@ class Stretcher {
     static constexpr double maxRate = 3.0;
     static constexpr double maxCents = 1200;
 
-    explicit Stretcher(int sampleRateHz, const std::stop_token& stop = {});
+    /// Several: by frequency, as the engine chooses them. Short: one window of about 1,024 frames,
+    /// which suits rates of about 15 kHz.
+    enum class Windows { Several, Short };
+
+    explicit Stretcher(int sampleRateHz, const std::stop_token& stop = {},
+                       Windows windows = Windows::Several);
     ~Stretcher();
 
     /// Half the analysis window in frames: input to feed before the first frame meant to be heard.

@@ -35,8 +35,8 @@ constexpr int mostLagMs = 3;
 } // namespace
 
 TimePitchUnit::TimePitchUnit(int sampleRateHz, const std::stop_token& stop)
-    : sampleRateHz_(sampleRateHz), stretchers_{StretchVoice(input_, sampleRateHz, stop),
-                                               StretchVoice(input_, sampleRateHz, stop)},
+    : sampleRateHz_(sampleRateHz), stretchers_{StretchVoice(input_, heard_, sampleRateHz, stop),
+                                               StretchVoice(input_, heard_, sampleRateHz, stop)},
       input_(8 * stretchers_[0].pad() + 2 * framesIn(takeOverFadeMs), stretchers_[0].pad()),
       heard_(BypassVoice::comparedFrames), bypass_(input_, heard_, framesIn(mostLagMs)) {}
 
@@ -103,23 +103,28 @@ std::size_t TimePitchUnit::process(float* stereo, std::size_t frames) {
 }
 
 /// A stretcher that is about to take over sounds like what is heard until it is faded in: at normal
-/// speed it follows the waveform.
+/// speed it follows the waveform. Only what it makes of later frames may have another speed.
 void TimePitchUnit::setVoices() {
     const double rate = isNeutral() ? nearlyNormal : rate_;
     current_->set(rate, cents_);
-    if (next_ && isFading_)
-        next_->set(rate, cents_);
-    else if (next_)
-        next_->set(current_->rate(), current_->cents());
+    if (!next_)
+        return;
+    const bool isLater = next_ == &spare() && current_ != &bypass_ &&
+                         static_cast<double>(spare().reached()) >= position();
+    next_->set(isFading_ || isLater ? rate : current_->rate(),
+               isFading_ ? cents_ : current_->cents());
+}
+
+StretchVoice& TimePitchUnit::spare() noexcept {
+    return stretchers_[current_ == &stretchers_[0] ? 1 : 0];
 }
 
 void TimePitchUnit::chooseNext() {
     const bool isBypassed = current_ == &bypass_;
     if (isBypassed ? !isNeutral() : current_->isOutdated()) {
-        StretchVoice& voice = stretchers_[current_ == &stretchers_[0] ? 1 : 0];
-        voice.begin(static_cast<std::int64_t>(position()) - settleFrames, current_->rate(),
-                    current_->cents());
-        next_ = &voice;
+        spare().begin(static_cast<std::int64_t>(position()) - settleFrames, current_->rate(),
+                      current_->cents());
+        next_ = &spare();
         fadeFrames_ = framesIn(takeOverFadeMs);
     } else if (!isBypassed && neutralFor_ >= framesIn(neutralMs) &&
                framesLeft() > static_cast<std::int64_t>(framesIn(returnBeforeEndMs))) {

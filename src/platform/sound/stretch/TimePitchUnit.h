@@ -66,6 +66,7 @@ class TimePitchUnit {
   private:
     bool isNeutral() const noexcept { return rate_ == 1 && cents_ == 0; }
     void setVoices();
+    StretchVoice& spare() noexcept;
     void chooseNext();
     void lineUp(std::size_t frames);
     void fade(float* stereo, std::size_t frames);
