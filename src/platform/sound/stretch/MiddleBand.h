@@ -16,8 +16,8 @@ namespace ambrel {
 
 /// Replaces the middle of slowed-down sound, between some 600 Hz and 3.4 kHz, by that of a second
 /// stretcher, which is purer there: it works at a third of the rate, on a single short window. The
-/// borders follow the gaps between partials, for a partial that lay on one would be made of two that
-/// differ in phase.
+/// borders follow the gaps between partials, for a partial that lay on one would be made of two
+/// that differ in phase.
 ///
 /// That takes 80 ms of frames ahead, in which a change of speed or pitch could no longer be heard.
 /// So they are gathered while the sound plays, from its start or some time after a change on, by
