@@ -22,7 +22,8 @@ RecentFilesStore& RecentFilesStore::shared() {
 
 QList<QUrl> RecentFilesStore::all() const {
     QList<QUrl> files;
-    for (const QString& path : defaults_.strings(kRecentFilesKey).value_or(QStringList()))
+    const QStringList paths = defaults_.strings(kRecentFilesKey).value_or(QStringList());
+    for (const QString& path : paths.first(std::min(paths.size(), kMostRecentFiles)))
         files << QUrl::fromLocalFile(path);
     return files;
 }

@@ -75,7 +75,8 @@ void PendingChanges::collect(PreferenceDatabase& database) {
     const auto* taken = value ? std::get_if<QStringList>(&*value) : nullptr;
     // What had been read may have been taken by another program, and changed since.
     std::erase_if(pending_.changes, [](const auto& item) { return item.second.isInFile; });
-    pending_.files = QDir(QString::fromStdString(folder_.string())).entryList(QDir::Files);
+    pending_.files =
+        QDir(QString::fromStdString(folder_.string())).entryList(QDir::Files | QDir::NoSymLinks);
     for (const QString& file : pending_.files) {
         if (!taken || !taken->contains(file))
             read(folder_ / file.toStdString());

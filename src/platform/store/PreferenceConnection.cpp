@@ -1,6 +1,7 @@
 #include "platform/store/PreferenceConnection.h"
 
 #include <algorithm>
+#include <array>
 #include <thread>
 #include <utility>
 
@@ -16,8 +17,10 @@ int primaryCode(const SQLite::Exception& error) {
     return error.getErrorCode() & 0xff;
 }
 
+/// Or made to do harm: what is too much to open or to read.
 bool isDamage(const SQLite::Exception& error) {
-    return primaryCode(error) == SQLITE_CORRUPT || primaryCode(error) == SQLITE_NOTADB;
+    constexpr std::array kCodes = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_INTERRUPT, SQLITE_TOOBIG};
+    return std::ranges::find(kCodes, primaryCode(error)) != kCodes.end();
 }
 
 bool isHeldLock(const SQLite::Exception& error) {

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <QRegularExpression>
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 #include <sqlite3.h>
@@ -21,17 +22,74 @@ constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 constexpr const char* kLayout = "CREATE TABLE IF NOT EXISTS preference("
                                 "key TEXT PRIMARY KEY, type TEXT NOT NULL, value)";
 
-/// Commits left in the log by a program that was killed.
-bool hasLog(const std::filesystem::path& file) {
+/// All that the file's schema may hold, in its order, without white space: what else there is, such
+/// as a view, a trigger or a column's expression, SQLite would run.
+const QString kSchema =
+    QStringLiteral("CREATETABLEpreference(keyTEXTPRIMARYKEY,typeTEXTNOTNULL,value)+NULL");
+
+/// Of a key and its value, in bytes. Ambrel's own are far below it.
+constexpr int kLongestRow = 1'000'000;
+
+/// Opening takes less than a tenth of it.
+constexpr int kMostOpeningSteps = 1000;
+
+/// SQLite reads all of it to open the file, at about 1 GB/s.
+constexpr std::uintmax_t kLongestLog = 500'000'000;
+
+/// Of what is rescued from one file, in bytes, and what a row costs besides its own.
+constexpr std::int64_t kMostRescued = 256'000'000;
+constexpr std::int64_t kRowCost = 1000;
+
+/// Of commits left by a program that was killed.
+std::uintmax_t logSize(const std::filesystem::path& file) {
     std::error_code absent;
     const auto size = std::filesystem::file_size(file.string() + "-wal", absent);
-    return !absent && size > 0;
+    return absent ? 0 : size;
+}
+
+[[noreturn]] void refuse() {
+    throw SQLite::Exception("not a file of preferences", SQLITE_CORRUPT);
+}
+
+/// Keeps a file that somebody else made from taking time or memory. The caller then reads from it.
+SQLite::Database openWarily(const std::filesystem::path& file, int flags) {
+    if (logSize(file) > kLongestLog)
+        refuse();
+    SQLite::Database database(file, flags);
+    sqlite3_limit(database.getHandle(), SQLITE_LIMIT_LENGTH, kLongestRow);
+    sqlite3_progress_handler(
+        database.getHandle(), kMostOpeningSteps, [](void*) { return 1; }, nullptr);
+    return database;
+}
+
+/// Ends the opening.
+void requireLayout(SQLite::Database& database) {
+    const QString schema = QString::fromStdString(
+        database.execAndGet("SELECT group_concat(ifnull(sql, 'NULL'), '+') FROM sqlite_schema")
+            .getString());
+    static const QRegularExpression space(QStringLiteral("\\s"));
+    if (QString(schema).remove(space).compare(kSchema, Qt::CaseInsensitive) != 0)
+        refuse();
+    sqlite3_progress_handler(database.getHandle(), 0, nullptr, nullptr);
+}
+
+/// Runs a statement that writes a row, or nothing if that is too long to be read again.
+void run(SQLite::Statement& statement, const std::function<void()>& bind) {
+    statement.tryReset();
+    try {
+        bind();
+        statement.exec();
+    } catch (const SQLite::Exception& error) {
+        if (error.getErrorCode() != SQLITE_TOOBIG)
+            throw;
+    }
 }
 
 } // namespace
 
 PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file, Patience patience)
-    : hadLog_(hasLog(file)), patience_(std::move(patience)), database_(file, kOpenFlags) {
+    : hadLog_(logSize(file) > 0), patience_(std::move(patience)),
+      database_(openWarily(file, kOpenFlags)) {
     const auto isToWait = [](void* self, int tries) {
         return int(static_cast<PreferenceDatabase*>(self)->patience_(tries));
     };
@@ -47,7 +105,8 @@ PreferenceDatabase::PreferenceDatabase(const std::filesystem::path& file, Patien
                    "PRAGMA secure_delete = FAST");
     if (version() < kVersion)
         layOut();
-    value({}); // fails here if the table is not ours
+    requireLayout(database_);
+    value({}); // fails here if the table is damaged
 }
 
 int PreferenceDatabase::version() {
@@ -133,11 +192,11 @@ void PreferenceDatabase::write(const std::function<Changes()>& changes) {
     SQLite::Statement remove(database_, "DELETE FROM preference WHERE key = ?");
     for (const auto& [key, value] : changes()) {
         SQLite::Statement& statement = value ? set : remove;
-        statement.bind(1, key.toStdString());
-        if (value)
-            PreferenceRow::bind(statement, 2, *value);
-        statement.exec();
-        statement.reset();
+        run(statement, [&] {
+            statement.bind(1, key.toStdString());
+            if (value)
+                PreferenceRow::bind(statement, 2, *value);
+        });
     }
     transaction.commit();
 }
@@ -147,15 +206,19 @@ void PreferenceDatabase::visitRows(const std::filesystem::path& file,
     // From both ends up to the damage.
     for (const char* order : {"ASC", "DESC"}) {
         try {
-            SQLite::Database database(file, SQLITE_OPEN_READWRITE);
+            SQLite::Database database = openWarily(file, SQLITE_OPEN_READWRITE);
+            requireLayout(database);
             SQLite::Statement query(
                 database,
                 std::string("SELECT rowid, key, type, value FROM preference ORDER BY rowid ") +
                     order);
-            while (query.executeStep())
+            std::int64_t rest = kMostRescued;
+            while (query.executeStep() && rest > 0) {
+                rest -= kRowCost + query.getColumn(3).getBytes();
                 visitor({query.getColumn(0).getInt64(),
                          QString::fromStdString(query.getColumn(1).getString()),
                          PreferenceRow::read(query.getColumn(2), query.getColumn(3))});
+            }
             return; // all rows were readable
         } catch (const SQLite::Exception&) {
             continue;
@@ -171,14 +234,14 @@ void PreferenceDatabase::writeNew(const std::filesystem::path& file, const std::
     SQLite::Statement insert(database,
                              "INSERT INTO preference(rowid, key, type, value) VALUES(?, ?, ?, ?)");
     for (const Row& row : rows) {
-        insert.bind(1, std::int64_t(row.number));
-        insert.bind(2, row.key.toStdString());
-        insert.bind(3, "removed"); // no type of a value
-        insert.bind(4);
-        if (row.value)
-            PreferenceRow::bind(insert, 3, *row.value);
-        insert.exec();
-        insert.reset();
+        run(insert, [&] {
+            insert.bind(1, std::int64_t(row.number));
+            insert.bind(2, row.key.toStdString());
+            insert.bind(3, "removed"); // no type of a value
+            insert.bind(4);
+            if (row.value)
+                PreferenceRow::bind(insert, 3, *row.value);
+        });
     }
     transaction.commit();
 }

@@ -43,7 +43,7 @@ int runChild(const QString& task, const std::string& path) {
     }
     if (geteuid() == 0 && task == "read-only"_q && (setgid(65534) != 0 || setuid(65534) != 0))
         return 3;
-    const Value large = QByteArray(1'500'000, 'x');
+    const Value large = QByteArray(900'000, 'x');
     {
         Preferences preferences(path);
         rlimit limit = {};
@@ -288,6 +288,53 @@ class PreferencesTest : public QObject {
                 QCOMPARE(fileBytes(), damaged);
             }
         }
+    }
+
+    void fileMadeToDoHarmIsMovedAside() {
+        const std::string endless =
+            "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) ";
+        std::string tables;
+        for (int i = 0; i < 300; ++i)
+            tables += "CREATE TABLE t" + std::to_string(i) + "(a);";
+        const std::pair<std::string, bool> harms[] = {
+            // and whether there is something left to rescue
+            {"DROP TABLE preference; CREATE VIEW preference AS " + endless +
+                 "SELECT 'k' AS key, 'data' AS type, x AS value FROM c",
+             false},
+            {"CREATE TRIGGER t BEFORE INSERT ON preference BEGIN INSERT INTO preference " +
+                 endless + "SELECT x, '', x FROM c; END",
+             false},
+            {"CREATE INDEX i ON preference(hex(zeroblob(1 + length(key))))", false},
+            {"DROP TABLE preference", false},
+            {tables, false},
+            {"INSERT INTO preference VALUES('k', 'strings', CAST(zeroblob(2000000) AS TEXT))",
+             true},
+        };
+        for (const auto& [sql, isRescued] : harms) {
+            init();
+            {
+                Preferences(path_).set("old"_q, true);
+                OtherProgram other(path_);
+                other.exec(sql);
+            }
+            Preferences preferences(path_);
+            QVERIFY2(!preferences.value("k"_q), sql.c_str());
+            preferences.set("k"_q, true);
+            QCOMPARE(OtherProgram(path_).text("SELECT group_concat(key) FROM preference"),
+                     isRescued ? "k,old"_q : "k"_q);
+            QCOMPARE(files("*.damaged-*"_q).size(), 1);
+        }
+    }
+
+    void valueTooLongToBeReadPreventsNoOther() {
+        Preferences preferences(path_);
+        OtherProgram other(path_);
+        other.exec("BEGIN IMMEDIATE");
+        preferences.set("long"_q, QByteArray(2'000'000, 'x'));
+        preferences.set("k"_q, true);
+        other.exec("ROLLBACK");
+        preferences.set("l"_q, true);
+        QCOMPARE(Preferences(path_).keys(), (QStringList{"k"_q, "l"_q}));
     }
 
     void whatReadsOfADamagedFileIsSaved() {
