@@ -13,6 +13,7 @@
 
 #include "app/TypedNumber.h"
 #include "download/URLDownloader.h"
+#include "platform/desktop/ClipboardOwner.h"
 #include "ui/controls/PushButton.h"
 #include "ui/look/ErrorText.h"
 #include "ui/look/Spinner.h"
@@ -66,7 +67,8 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
     Theme::follow(this, &OpenFromURLSheet::fitHeight);
     setErrorMessage({});
     setDownloading(false);
-    fillIn(webAddressIn(QGuiApplication::clipboard()->text()));
+    if (clipboardOwnerAnswers(QClipboard::Clipboard))
+        fillIn(webAddressIn(QGuiApplication::clipboard()->text()));
 }
 
 void OpenFromURLSheet::addRows(QBoxLayout& column) {
