@@ -163,6 +163,7 @@ void graphAgainstStretcher(benchmark::State& state) {
         graph.setEqualiserBand(2, 1000, 1, 6);
         graph.setEqualiserBypass(false);
         std::vector<float> block(2 * 512);
+        graph.start();
         double before = processCpuSeconds();
         graph.scheduleSegment(file, 0, file->length(), [] {});
         graph.play();

@@ -103,18 +103,16 @@ class Reduction {
         std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
         float sum = 0.0F;
         std::int64_t count = 0;
-        while (at < end && !ending_) {
-            const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, end - at));
-            const std::size_t got = file.read(at, std::span(frames.data(), wanted));
-            const float* next = frames.data();
-            const float* const last = next + got;
-            while (next < last) {
-                const float* const stop =
-                    next + std::min<std::int64_t>(last - next, bucket_ - count);
-                count += stop - next;
-                for (; next < stop; ++next) {
-                    sum += std::fabs(*next);
+        const auto take = [&](const float* samples, std::int64_t left) { // null: silence
+            while (left > 0) {
+                const std::int64_t some = std::min(left, bucket_ - count);
+                if (samples != nullptr) {
+                    for (const float* const stop = samples + some; samples < stop; ++samples) {
+                        sum += std::fabs(*samples);
+                    }
                 }
+                left -= some;
+                count += some;
                 if (count == bucket_) {
                     means.push_back(sum / static_cast<float>(count));
                     report();
@@ -122,6 +120,14 @@ class Reduction {
                     count = 0;
                 }
             }
+        };
+        while (at < end && !ending_) {
+            const std::int64_t sound = std::min(file.afterGap(at), end);
+            take(nullptr, sound - at);
+            at = sound;
+            const auto wanted = static_cast<std::size_t>(std::min(framesPerRead, end - at));
+            const std::size_t got = file.read(at, std::span(frames.data(), wanted));
+            take(frames.data(), static_cast<std::int64_t>(got));
             at += static_cast<std::int64_t>(got);
             if (got < wanted) {
                 break;

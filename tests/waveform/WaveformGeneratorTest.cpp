@@ -60,8 +60,13 @@ class WaveformGeneratorTest : public QObject {
     /// Parts of a minute are read by several threads.
     void isTheSameInParts() {
         const auto phrase = media_.wav("long.wav", MediaMaker::phrase(150, 8000, 1));
-        for (const char* name : {"long.wav", "long.flac", "long.mp3", "long.ogg", "long.m4a"}) {
-            const auto path = name == phrase.filename() ? phrase : media_.encode(phrase, name);
+        const QStringList gap{u"-af"_qs, u"asetpts='PTS+gte(PTS,600000)*8000*150'"_qs};
+        for (const char* name :
+             {"long.wav", "long.flac", "long.mp3", "long.ogg", "long.m4a", "gap.mka"}) {
+            const bool hasGap = std::string_view(name).starts_with("gap");
+            const auto path = name == phrase.filename()
+                                  ? phrase
+                                  : media_.encode(phrase, name, hasGap ? gap : QStringList());
             const auto file = AudioFile::open(path, AudioFile::Layout::mono);
             const std::vector<float> samples = MediaMaker::readAll(*file);
             const double seconds = double(file->length()) / file->sampleRate();

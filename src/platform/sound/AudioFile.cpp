@@ -20,6 +20,8 @@ std::shared_ptr<AudioFile> AudioFile::open(const std::filesystem::path& path, La
         throw;
     } catch (const std::bad_alloc&) {
         throw cannotOpen(path, Reason::unreadable, "there is not enough memory for it");
+    } catch (const std::runtime_error& error) {
+        throw cannotOpen(path, Reason::unreadable, error.what());
     } catch (const std::exception&) {
         throw cannotOpen(path, Reason::unreadable, "its sound cannot be decoded");
     }

@@ -71,6 +71,11 @@ class AudioFile {
     /// frames written, which is less than asked for only where the file ends or decoding stops.
     /// Never throws.
     virtual std::size_t read(std::int64_t first, std::span<float> out) noexcept = 0;
+
+    /// The first frame from `first` on that is not in a gap, where the track has nothing and reads
+    /// as silence; at most length(). A gap may be hours in a few bytes, so what works through a
+    /// whole file goes around it. Work and threads as read().
+    virtual std::int64_t afterGap(std::int64_t first) noexcept { return first; }
 };
 
 } // namespace ambrel

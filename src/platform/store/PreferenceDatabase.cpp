@@ -22,8 +22,8 @@ constexpr int kOpenFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
 constexpr const char* kLayout = "CREATE TABLE IF NOT EXISTS preference("
                                 "key TEXT PRIMARY KEY, type TEXT NOT NULL, value)";
 
-/// All that the file's schema may hold, in its order, without white space: what else there is, such
-/// as a view, a trigger or a column's expression, SQLite would run.
+/// All that the file's schema may hold for that name, in its order, without white space: what else
+/// there is, such as a view, a trigger or a column's expression, SQLite would run.
 const QString kSchema =
     QStringLiteral("CREATETABLEpreference(keyTEXTPRIMARYKEY,typeTEXTNOTNULL,value)+NULL");
 
@@ -65,7 +65,9 @@ SQLite::Database openWarily(const std::filesystem::path& file, int flags) {
 /// Ends the opening.
 void requireLayout(SQLite::Database& database) {
     const QString schema = QString::fromStdString(
-        database.execAndGet("SELECT group_concat(ifnull(sql, 'NULL'), '+') FROM sqlite_schema")
+        database
+            .execAndGet("SELECT group_concat(ifnull(sql, 'NULL'), '+') FROM sqlite_schema "
+                        "WHERE tbl_name = 'preference' COLLATE NOCASE")
             .getString());
     static const QRegularExpression space(QStringLiteral("\\s"));
     if (QString(schema).remove(space).compare(kSchema, Qt::CaseInsensitive) != 0)

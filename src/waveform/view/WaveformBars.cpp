@@ -66,11 +66,11 @@ class Column {
     }
 
     /// Writes the column into `image` and is empty again.
-    void write(QImage& image, int x, const QColor& inRegion, const QColor& outside) {
+    void write(QImage& image, int x, QRgb inRegion, QRgb outside) {
         const auto stride = image.bytesPerLine() / qsizetype(sizeof(QRgb));
         auto* const top = reinterpret_cast<QRgb*>(image.bits()) + x;
         for (std::size_t i = 0; i < end_; ++i) {
-            const QRgb pixel = mixed(inRegion_[i], inRegion.rgb(), outside_[i], outside.rgb());
+            const QRgb pixel = mixed(inRegion_[i], inRegion, outside_[i], outside);
             const int below = middleRow_ + int(i);
             const int above = offset_ > 0 ? middleRow_ - int(i) : middleRow_ - 1 - int(i);
             if (below < rows_)
@@ -175,7 +175,7 @@ void WaveformBars::draw(QPainter& painter, const QRect& area) const {
     for (int x = 0; x < pixels.width(); ++x) {
         const double left = (pixels.left() + x - toDevice.dx()) / scale;
         filler.fill(column, left, left + 1 / scale);
-        column.write(image, x, inRegion, outside);
+        column.write(image, x, inRegion.rgb(), outside.rgb());
     }
     painter.save();
     painter.setWorldTransform(toDevice.inverted() * painter.worldTransform());

@@ -158,6 +158,26 @@ class AudioFileTest : public QObject {
         }
     }
 
+    void goesAroundAGap() {
+        const auto source = media_.wav("source.wav", MediaMaker::phrase(6.0, 8000, 1));
+        constexpr std::int64_t start = 24576, end = start + 8000 * 600; // in whole blocks
+        for (const char* name : {"gap.mkv", "gap.m4a"}) {
+            const auto path = media_.encode(
+                source, name,
+                {u"-c:a"_qs, u"alac"_qs, u"-af"_qs, u"asetpts='PTS+gte(PTS,24576)*8000*600'"_qs});
+            const std::vector<float> all = MediaMaker::readAll(*AudioFile::open(path));
+            for (const std::int64_t from : {start, start + 100, end - 1, end, start - 1}) {
+                const auto file = AudioFile::open(path);
+                QCOMPARE(file->afterGap(from), from < start ? from : end);
+                std::vector<float> range(2000);
+                QCOMPARE(file->read(from, range), std::size_t{1000});
+                QVERIFY(std::equal(range.begin(), range.end(), all.begin() + 2 * from));
+            }
+            QCOMPARE(all.size(), std::size_t{2 * 8000 * 606});
+            QVERIFY(all[2 * end - 1] == 0 && all[2 * end + 1] != 0);
+        }
+    }
+
   private:
     MediaMaker media_;
 };

@@ -23,10 +23,20 @@ int refuseOtherFiles(AVFormatContext*, AVIOContext** context, const char*, int, 
     return AVERROR(EPERM);
 }
 
+void check(int result, const RegularFile& file, const char* why) {
+    if (result == AVERROR(ENOMEM)) {
+        throw std::bad_alloc();
+    }
+    if (result < 0) {
+        throw cannotOpen(file.path(), AudioFileError::Reason::unreadable, why);
+    }
+}
+
 } // namespace
 
 AudioDecoder::AudioDecoder(const RegularFile& file)
-    : file_(file), reader_(file), packet_(av_packet_alloc()), frame_(av_frame_alloc()) {
+    : file_(file), limit_(file.size()), reader_(file), packet_(av_packet_alloc()),
+      frame_(av_frame_alloc()) {
     if (packet_ == nullptr || frame_ == nullptr) {
         throw std::bad_alloc();
     }
@@ -35,6 +45,8 @@ AudioDecoder::AudioDecoder(const RegularFile& file)
 }
 
 void AudioDecoder::openContainer() {
+    // The file extension helps to distinguish similar formats.
+    const std::string name = file_.path().filename().string();
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
         throw std::bad_alloc();
@@ -42,17 +54,10 @@ void AudioDecoder::openContainer() {
     context->pb = reader_.context();
     context->io_open = refuseOtherFiles;
     context->probesize = probeBytes;
-    // The file extension helps to distinguish similar formats.
-    const std::string name = file_.path().filename().string();
-    if (avformat_open_input(&context, name.c_str(), nullptr, nullptr) < 0) {
-        throw cannotOpen(file_.path(), AudioFileError::Reason::unreadable,
-                         "its format is not known");
-    }
+    constexpr const char* unknown = "its format is not known";
+    check(avformat_open_input(&context, name.c_str(), nullptr, nullptr), file_, unknown);
     container_.reset(context);
-    if (avformat_find_stream_info(context, nullptr) < 0) {
-        throw cannotOpen(file_.path(), AudioFileError::Reason::unreadable,
-                         "its format is not known");
-    }
+    check(avformat_find_stream_info(context, nullptr), file_, unknown);
     for (unsigned i = 0; i < context->nb_streams; ++i) {
         AVStream* const stream = context->streams[i];
         if (stream_ == nullptr && stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
@@ -78,15 +83,11 @@ void AudioDecoder::openDecoder() {
         throw std::bad_alloc();
     }
     decoder_->thread_count = 1;
-    if (avcodec_parameters_to_context(decoder_.get(), stream_->codecpar) >= 0) {
-        // Otherwise the decoder keeps the stamp of a block whose start it trims.
-        decoder_->pkt_timebase = stream_->time_base;
-        if (avcodec_open2(decoder_.get(), codec, nullptr) >= 0) {
-            return;
-        }
-    }
-    throw cannotOpen(file_.path(), AudioFileError::Reason::unreadable,
-                     "its sound cannot be decoded");
+    constexpr const char* undecodable = "its sound cannot be decoded";
+    check(avcodec_parameters_to_context(decoder_.get(), stream_->codecpar), file_, undecodable);
+    // Otherwise the decoder keeps the stamp of a block whose start it trims.
+    decoder_->pkt_timebase = stream_->time_base;
+    check(avcodec_open2(decoder_.get(), codec, nullptr), file_, undecodable);
 }
 
 bool AudioDecoder::seek(std::int64_t stamp) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "platform/sound/file/Libav.h"
+#include "platform/sound/file/MemoryLimit.h"
 #include "platform/sound/file/RegularFile.h"
 
 namespace ambrel {
@@ -56,6 +57,7 @@ class AudioDecoder {
     bool sendPacket();
 
     const RegularFile& file_;
+    MemoryLimit limit_;
     RegularFileReader reader_;
     libav::Owned<AVFormatContext> container_;
     libav::Owned<AVCodecContext> decoder_;

@@ -27,12 +27,15 @@ DecodedAudioFile::DecodedAudioFile(const std::filesystem::path& path, Layout lay
 }
 
 bool DecodedAudioFile::nextBlock() {
+    const std::int64_t reached = blockStart_ + blockFrames_;
+    const bool continues = !lost_;
     blockFrames_ = 0;
     lost_ = true;
     if (!track_.next()) {
         return false;
     }
     blockStart_ = track_.place();
+    gapStart_ = continues ? std::min(reached, blockStart_) : blockStart_;
     blockFrames_ = converter_.prepare(track_.block());
     track_.setBlockFrames(blockFrames_);
     lost_ = false;
@@ -42,15 +45,36 @@ bool DecodedAudioFile::nextBlock() {
 bool DecodedAudioFile::seek(std::int64_t place) {
     blockFrames_ = 0;
     lost_ = !track_.seek(place);
-    blockStart_ = track_.place();
+    gapStart_ = blockStart_ = track_.place();
     return !lost_;
 }
 
 bool DecodedAudioFile::goTo(std::int64_t place) {
     const auto across = static_cast<std::int64_t>(decodeAcrossSeconds * sampleRate());
     const std::int64_t reached = blockStart_ + blockFrames_;
-    const bool near = !lost_ && place >= blockStart_ && place <= reached + across;
+    const bool near = !lost_ && place >= gapStart_ && place <= reached + across;
     return near || seek(place);
+}
+
+/// Goes to the block that holds the frame, or follows it.
+bool DecodedAudioFile::reach(std::int64_t place) {
+    bool there = goTo(place);
+    while (there && (blockFrames_ == 0 || place >= blockStart_ + blockFrames_)) {
+        there = nextBlock();
+    }
+    return there;
+}
+
+std::int64_t DecodedAudioFile::afterGap(std::int64_t first) noexcept {
+    if (first < 0 || first >= length_) {
+        return first;
+    }
+    try {
+        return reach(first) ? std::clamp(blockStart_, first, length_) : first;
+    } catch (const std::exception&) {
+        lost_ = true;
+        return first;
+    }
 }
 
 std::size_t DecodedAudioFile::read(std::int64_t first, std::span<float> out) noexcept {
@@ -68,27 +92,16 @@ std::size_t DecodedAudioFile::read(std::int64_t first, std::span<float> out) noe
 
 std::int64_t DecodedAudioFile::readFrames(std::int64_t first, std::int64_t count, float* out) {
     std::int64_t done = 0;
-    if (count < 1 || !goTo(first)) {
-        return 0;
-    }
-    while (done < count) {
+    while (done < count && reach(first + done)) {
         const std::int64_t at = first + done;
-        const std::int64_t end = blockStart_ + blockFrames_;
-        if (blockFrames_ == 0 || at >= end) {
-            if (!nextBlock()) {
-                break;
-            }
-            continue;
-        }
         float* const target = out + done * samplesPerFrame();
         if (at < blockStart_) {
-            // A block that could not be decoded is missing here.
             const std::int64_t silent = std::min(blockStart_ - at, count - done);
             std::fill_n(target, silent * samplesPerFrame(), 0.0F);
             done += silent;
             continue;
         }
-        const std::int64_t some = std::min(end - at, count - done);
+        const std::int64_t some = std::min(blockStart_ + blockFrames_ - at, count - done);
         if (!converter_.write(track_.block(), at - blockStart_, some, target)) {
             break;
         }

@@ -20,6 +20,7 @@ class DecodedAudioFile : public AudioFile {
     std::int64_t length() const noexcept override { return length_; }
     int samplesPerFrame() const noexcept override { return converter_.samplesPerFrame(); }
     std::size_t read(std::int64_t first, std::span<float> out) noexcept override;
+    std::int64_t afterGap(std::int64_t first) noexcept override;
 
   private:
     /// Result of decoding from a position to the end of the file.
@@ -32,6 +33,7 @@ class DecodedAudioFile : public AudioFile {
     bool nextBlock();
     bool seek(std::int64_t place);
     bool goTo(std::int64_t place);
+    bool reach(std::int64_t place);
     std::int64_t readFrames(std::int64_t first, std::int64_t count, float* out);
     std::int64_t findLength();
     std::int64_t searchEnd(std::int64_t known, std::int64_t stated);
@@ -41,6 +43,7 @@ class DecodedAudioFile : public AudioFile {
     AudioTrack track_;
     SampleConverter converter_;
     int channels_;
+    std::int64_t gapStart_ = 0; ///< where what lies before the block ends; mostly blockStart_
     std::int64_t blockStart_ = 0;
     std::int64_t blockFrames_ = 0; ///< 0: the next block begins at blockStart_
     bool lost_ = true;             ///< the next read must seek

@@ -20,6 +20,9 @@ constexpr int mostMixed = 64;
 /// Twice the longest frame of any codec, and far too little to exhaust memory.
 constexpr int maximumBlockFrames = 1 << 24;
 
+/// FLAC's longest frame, 64 times as long: damage makes a block's rate any fraction of the track's.
+constexpr int maximumResampledFrames = 1 << 22;
+
 std::uint64_t maskOf(const AVChannelLayout& layout) {
     return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
 }
@@ -108,7 +111,7 @@ std::int64_t SampleConverter::prepare(const AVFrame& block) {
         return block.nb_samples;
     }
     const int room = swr_get_out_samples(swr_.get(), block.nb_samples);
-    check(room);
+    check(room <= maximumResampledFrames ? room : -1);
     resampled_.resize(static_cast<std::size_t>(room) * samplesPerFrame_);
     auto* out = reinterpret_cast<std::uint8_t*>(resampled_.data());
     const int made =

@@ -58,7 +58,7 @@ void Stretcher::warmUp(const std::stop_token& stop) {
 void Stretcher::feedSine(double& phase, const std::stop_token& stop) {
     std::array<float, 2 * feedFrames> sound{};
     std::array<float, 2 * takeFrames> heard{};
-    const std::size_t frames = 2 * pad_ + 1024;
+    const std::size_t frames = pad_ + 1024; // some hops at any speed
     for (std::size_t fed = 0; fed < frames && !stop.stop_requested(); fed += feedFrames) {
         for (float& sample : sound)
             sample = static_cast<float>(0.1 * std::sin(phase += 0.05));
