@@ -7,13 +7,16 @@ class QMenu;
 namespace ambrel {
 
 /// A button that opens a menu below it. Unlike with Qt's own, screen readers find the menu's items
-/// under the button.
+/// under the button, and a key opens the menu at its first item.
 class MenuButton : public PushButton {
     Q_OBJECT
 
   public:
     /// Takes ownership of the menu.
     MenuButton(const QString& text, QMenu* menu, QWidget* parent = nullptr);
+
+  protected:
+    void keyPressEvent(QKeyEvent* event) override;
 };
 
 } // namespace ambrel
