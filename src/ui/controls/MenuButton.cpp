@@ -1,7 +1,5 @@
 #include "ui/controls/MenuButton.h"
 
-#include <QMenu>
-
 #include "ui/controls/MenuOwnerInterface.h"
 #include "ui/look/AccessibleFactory.h"
 
@@ -29,16 +27,6 @@ MenuButton::MenuButton(const QString& text, QMenu* menu, QWidget* parent)
     describeBy<MenuButton, MenuButtonInterface>();
     menu->setParent(this, menu->windowFlags());
     setMenu(menu);
-}
-
-/// Screen readers say the selected item, and nothing of a menu without one.
-void MenuButton::keyPressEvent(QKeyEvent* event) {
-    const auto selectFirst = [menu = menu()] {
-        if (menu->isVisible() && !menu->activeAction())
-            menu->setActiveAction(menu->actions().value(0));
-    };
-    QMetaObject::invokeMethod(menu(), selectFirst, Qt::QueuedConnection);
-    PushButton::keyPressEvent(event); // the menu may have been closed when this returns
 }
 
 } // namespace ambrel
