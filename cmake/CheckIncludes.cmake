@@ -26,9 +26,9 @@ set(rules
     "app:            platform/desktop platform/sound store audio waveform"
     "waveform/view:  audio waveform app"
     "ui/look:"
-    "ui/controls:    app ui/look"
+    "ui/controls:    platform/desktop app ui/look"
     "ui/sheets:      store app ui/look ui/controls"
-    "download/sheet: download app ui/look ui/controls ui/sheets"
+    "download/sheet: platform/desktop download app ui/look ui/controls ui/sheets"
     "ui/panels:      audio app ui/look ui/controls"
     "ui/settings:    platform/desktop store waveform app ui/look ui/controls ui/sheets"
     "ui/window:      platform/desktop store audio waveform app waveform/view ui/look ui/controls ui/sheets

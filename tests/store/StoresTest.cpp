@@ -35,6 +35,9 @@ class StoresTest : public QObject {
     void recentFilesAreTheLastTenNewestFirst() {
         preferences_.set(u"recentFiles"_qs, u"[\"/a\"]"_qs); // no list of texts
         QVERIFY(settings_.recentFiles().all().isEmpty());
+        preferences_.set(u"recentFiles"_qs, QStringList(10'000, u"/b"_qs)); // not by Ambrel
+        QCOMPARE(settings_.recentFiles().all().size(), 10);
+        settings_.recentFiles().clear();
         for (const char letter : std::string("abcdefghijgk"))
             settings_.recentFiles().push(QUrl::fromLocalFile(u"/%1"_qs.arg(QLatin1Char(letter))));
         QCOMPARE(preferences_.strings(u"recentFiles"_qs).value().join(QString()),

@@ -1,9 +1,15 @@
 #include "ui/sheets/FilePanel.h"
 
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include <QDir>
 
 namespace ambrel {
 namespace {
+
+constexpr std::chrono::milliseconds kPatience(300);
 
 QString nearestExisting(const QString& folder) {
     QString path = QDir::cleanPath(QDir::home().absoluteFilePath(folder));
@@ -12,13 +18,21 @@ QString nearestExisting(const QString& folder) {
     return path;
 }
 
+/// The home folder instead of one on a disk that does not answer, for which the dialog would wait.
+QString answeringFolder(const QString& folder) {
+    std::packaged_task<QString()> looking([folder] { return nearestExisting(folder); });
+    std::future<QString> found = looking.get_future();
+    std::thread(std::move(looking)).detach();
+    const bool isFound = found.wait_for(kPatience) == std::future_status::ready;
+    return isFound ? found.get() : QDir::homePath();
+}
+
 } // namespace
 
 FilePanel::FilePanel(const QString& title, const QUrl& folder, QWidget* parent)
-    : QFileDialog(parent, title) {
+    : QFileDialog(parent, title, answeringFolder(folder.toLocalFile())) {
     setAcceptMode(QFileDialog::AcceptOpen);
     setSupportedSchemes({QStringLiteral("file")});
-    setDirectory(nearestExisting(folder.toLocalFile()));
     connect(this, &QFileDialog::accepted, this, [this] {
         const QList<QUrl> urls = selectedUrls();
         if (!urls.isEmpty() && urls.first().isLocalFile())

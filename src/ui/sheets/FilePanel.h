@@ -10,7 +10,8 @@ class FilePanel : public QFileDialog {
     Q_OBJECT
 
   public:
-    /// Starts in `folder`, or in its nearest parent that exists.
+    /// Starts in `folder` or its nearest parent that exists; in the home folder if they do not
+    /// answer within 0.3 s.
     FilePanel(const QString& title, const QUrl& folder, QWidget* parent);
 
   Q_SIGNALS:
