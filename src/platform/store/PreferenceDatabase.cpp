@@ -194,7 +194,7 @@ void PreferenceDatabase::write(const std::function<Changes()>& changes) {
     SQLite::Statement remove(database_, "DELETE FROM preference WHERE key = ?");
     for (const auto& [key, value] : changes()) {
         SQLite::Statement& statement = value ? set : remove;
-        run(statement, [&] {
+        run(statement, [&, &key = key, &value = value] {
             statement.bind(1, key.toStdString());
             if (value)
                 PreferenceRow::bind(statement, 2, *value);
