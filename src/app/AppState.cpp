@@ -52,6 +52,10 @@ std::shared_ptr<void> AppState::observeLoop(std::function<void()> notify) {
     return observation;
 }
 
+double AppState::eqGain(std::size_t band) const {
+    return band < eqGains().size() ? eqGains()[band] : 0;
+}
+
 void AppState::setLoadingState(const LoadingState& value) {
     assign(loadingState_, value, Field::loadingState);
 }

@@ -79,6 +79,7 @@ class AppState : public QObject,
     double pitch() const { return settings_.pitch; }              ///< cents
     bool eqEnabled() const { return settings_.eqEnabled; }
     const std::vector<double>& eqGains() const { return settings_.eqGains; } ///< dB per band
+    double eqGain(std::size_t band) const; ///< 0 where a record holds too few
     bool loopEnabled() const override { return settings_.loopEnabled; }
     std::int64_t loopDelaySeconds() const override { return settings_.loopDelaySeconds; }
     std::int64_t loopDelayMilliseconds() const override { return settings_.loopDelayMilliseconds; }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "app/TypedNumber.h"
+
 namespace ambrel {
 
 std::int64_t wholeMilliseconds(double seconds) {
@@ -27,6 +29,17 @@ QString timeText(double seconds, int minuteDigits) {
         .arg(total / 60000, minuteDigits, 10, zero)
         .arg(total / 1000 % 60, 2, 10, zero)
         .arg(total % 1000, 3, 10, zero);
+}
+
+QString spokenTime(double seconds) {
+    const std::int64_t total = wholeMilliseconds(seconds);
+    const std::int64_t rest = total % 60000;
+    QStringList parts;
+    if (total >= 60000)
+        parts << counted(double(total / 60000), "minute");
+    if (rest > 0 || parts.isEmpty())
+        parts << counted(double(rest) / 1000, "second");
+    return parts.join(QLatin1Char(' '));
 }
 
 } // namespace ambrel

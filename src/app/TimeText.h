@@ -11,6 +11,9 @@ namespace ambrel {
 /// Milliseconds are truncated and minutes never fold into hours. Negative times and NaN give zero.
 QString timeText(double seconds, int minuteDigits = 1);
 
+/// The same time in words, as a screen reader says it: "1 minute 23.045 seconds".
+QString spokenTime(double seconds);
+
 /// The time in whole milliseconds, truncated; zero for negative times and NaN.
 std::int64_t wholeMilliseconds(double seconds);
 

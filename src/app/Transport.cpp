@@ -79,8 +79,8 @@ void pushSettings(const AppState& state, AudioEngine& engine) {
     pushSpeed(state, engine);
     pushPitch(state, engine);
     engine.setEQEnabled(state.eqEnabled());
-    for (std::size_t band = 0; band < state.eqGains().size(); ++band)
-        engine.setEQGain(state.eqGains()[band], static_cast<int>(band));
+    for (std::size_t band = 0; band < AudioEngine::eqFrequencies.size(); ++band)
+        engine.setEQGain(state.eqGain(band), static_cast<int>(band));
 }
 
 } // namespace ambrel::transport

@@ -84,4 +84,9 @@ QString oneDecimal(double value) {
     return QString::fromLatin1(text.data(), end.ptr - text.data());
 }
 
+QString counted(double number, const char* unit) {
+    const QString plural = std::abs(number) == 1 ? QString() : QStringLiteral("s");
+    return QString::number(number) + QLatin1Char(' ') + QLatin1String(unit) + plural;
+}
+
 } // namespace ambrel

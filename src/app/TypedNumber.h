@@ -33,4 +33,7 @@ QString wholePart(double value);
 /// As "%.1f" in the C locale, exactly: 6.25 gives 6.2 (Qt gives 6.3).
 QString oneDecimal(double value);
 
+/// With its unit, in the singular where it is one: "1 cent", "-2.5 cents".
+QString counted(double number, const char* unit);
+
 } // namespace ambrel

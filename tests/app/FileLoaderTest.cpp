@@ -94,6 +94,10 @@ class FileLoaderTest : public QObject {
         QVERIFY(!player_->graph->bypass);
         QCOMPARE(player_->graph->gains,
                  (std::map<int, float>{{0, 1}, {1, 2}, {2, 3}, {3, 4}, {4, 5}}));
+        player_->settings.store().save({.eqGains = {9}}, fileC_); // and bands too few are at 0
+        load(fileC_, true);
+        QCOMPARE(player_->graph->gains,
+                 (std::map<int, float>{{0, 9}, {1, 0}, {2, 0}, {3, 0}, {4, 0}}));
 
         state_->setZoomLevel(7);
         state_->setPanOffset(70);

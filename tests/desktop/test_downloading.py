@@ -118,6 +118,26 @@ class DownloadingTest(Scenario):
         program.click(name="Cancel")
         program.wait_until_gone(name="Download & Open")
 
+    def test_hanging_owner_of_the_clipboard_holds_nothing_up(self):
+        def typed(text, *keys):
+            """The field of a new window's sheet, once it has that text; the keys are pressed first."""
+            program = self.start("--new-window")
+            program.wait_for_window()
+            program.key("ctrl+shift+o")
+            self.wait_until_asked(program)
+            program.key(*keys)
+            program.type(text)
+            field = program.wait_for(name="URL", role="text")
+            wait_until(lambda: field.get_text(0, 99) == text, f"the text {text}")
+            return program, field
+        owner, field = typed("cut", "ctrl+a")
+        owner.key("ctrl+a", "ctrl+x")
+        wait_until(lambda: field.get_text(0, 99) == "", "the cut")
+        owner.process.send_signal(signal.SIGSTOP)
+        started = time.monotonic()
+        typed("typed", "ctrl+v", "Menu")
+        self.assertLess(time.monotonic() - started, 5 * SLOWNESS)  # Qt alone waits for 15 s, each time
+
     def test_end_meanwhile_leaves_nothing(self):
         ends = {
             "Ctrl+Q": lambda program: program.key("ctrl+q"),

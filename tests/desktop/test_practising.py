@@ -57,6 +57,40 @@ class PractisingTest(Scenario):
         cents = 1200 * np.log2(peak_hz / (TONE_HZ * 2 ** (300 / 1200)))
         self.assertLess(abs(cents), 1)
 
+    def test_what_changes_out_of_focus_is_said(self):
+        from gi.repository import Atspi, GLib
+        said, focused = [], []
+
+        def hear(event):
+            if event.source.get_role_name() == "notification":
+                said.append(event.source.get_name())
+            elif "focused" in event.type and event.detail1:
+                focused.append(event.source.get_name())
+        listener = Atspi.EventListener.new(hear)
+        for event in ("showing", "focused"):
+            listener.register(f"object:state-changed:{event}")
+            self.addCleanup(listener.deregister, f"object:state-changed:{event}")
+
+        def is_said(text):
+            while GLib.MainContext.default().iteration(False):
+                pass
+            return said and said[-1] == text
+        wait_until(lambda: is_said("song.wav, 8 seconds"), "the file to be said")
+        for act, text in ((lambda: self.program.key("space"), "Playing"),
+                          (lambda: self.program.key("ctrl+r"), "Stopped"),
+                          (lambda: self.program.key(*["ctrl+Right"] * 3), "Speed 115%"),
+                          (lambda: self.program.key("ctrl+Down"), "Pitch -1 cent"),
+                          (lambda: self.program.key("ctrl+l"), "Loop on"),
+                          (lambda: self.enter("Start minutes", "5"), "Start 8 seconds"),
+                          (lambda: self.enter("Start minutes", "5"), "Start 8 seconds"),
+                          (lambda: self.type("Speed", "80"), "Speed 80%")):
+            with self.subTest(text):
+                said.clear()
+                act()
+                wait_until(lambda: is_said(text), f"{text} to be said, not {said}")
+                self.assertEqual(said, [text])
+        self.assertEqual(focused[-1], "")  # not the field that was left
+
     def test_a_held_step_button_repeats_until_it_is_let_go_or_left(self):
         from application import extents
         program = self.program

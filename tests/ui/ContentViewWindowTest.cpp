@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include <QDialog>
 #include <QMimeData>
@@ -197,28 +198,34 @@ class ContentViewWindowTest : public QObject {
 
     void whateverIsStoredIsBorne() {
         Practice w;
-        w.state->setEqEnabled(true);
-        w.state->setLoopEnabled(true);
-        for (const double number : {1e308, -1e308, 0.0})
-            for (const std::size_t gains : {0, 3, 10'000}) {
-                FileSettings settings;
-                settings.regionStart = number;
-                settings.regionEnd = -number;
-                settings.speed = settings.speedStep = settings.pitch = number;
-                settings.eqGains.assign(gains, number);
-                settings.loopEnabled = true;
-                settings.loopDelaySeconds = std::numeric_limits<std::int64_t>::max();
-                settings.loopDelayMilliseconds = std::numeric_limits<std::int64_t>::min();
-                w.state->applySettings(settings);
-                w.window.grab();
-                QTRY_VERIFY(w.find(u"Loop delay seconds up"_qs));
-                for (const auto& button :
-                     {u"Increase speed"_qs, u"Start seconds up"_qs, u"End seconds down"_qs,
-                      u"Loop delay seconds up"_qs, u"Loop delay milliseconds down"_qs})
-                    w.click(button);
-                QVERIFY(std::isfinite(w.state->speed()) && std::isfinite(w.state->regionStart()));
-                QCOMPARE(w.state->loopDelaySeconds(), 999);
-            }
+        std::mt19937 random(1);
+        const auto any = [&](const auto& values) { return values[random() % std::size(values)]; };
+        const auto number = [&] {
+            return any(std::to_array({1e308, -1e308, 0.0, -0.0, 5e-324, -3.0, 2.5, 9.99, 1e19}));
+        };
+        const auto whole = [&] {
+            using Limits = std::numeric_limits<std::int64_t>;
+            return any(std::to_array<std::int64_t>({Limits::max(), Limits::min(), 0, 998, -1}));
+        };
+        for (int record = 0; record < 200; ++record) {
+            FileSettings settings{number(), number(), number(), number(), number(),
+                                  true,     {},       true,     whole(),  whole()};
+            settings.eqGains.resize(any(std::to_array<std::size_t>({0, 3, 5, 10'000})));
+            std::ranges::generate(settings.eqGains, number);
+            w.state->applySettings(settings);
+            w.window.grab();
+            QTRY_VERIFY(w.find(u"Loop delay seconds up"_qs));
+            for (const auto& button :
+                 {u"Increase speed"_qs, u"Raise pitch"_qs, u"Start seconds up"_qs,
+                  u"End seconds down"_qs, u"Loop delay seconds up"_qs,
+                  u"Loop delay milliseconds down"_qs})
+                w.click(button);
+            w.press(Qt::Key_Space);
+            const auto saved = w.state->currentSettings();
+            QVERIFY(saved.loopDelaySeconds <= 999);
+            w.state->saveSettings();
+            QCOMPARE(w.settings.store().load(*w.state->audioFileURL()), saved);
+        }
     }
 
     void whatIsDroppedOpensWhileNothingIsAsked() {

@@ -12,6 +12,7 @@
 #include "platform/desktop/BackgroundQueue.h"
 #include "platform/desktop/RunningInstance.h"
 #include "store/WindowStore.h"
+#include "ui/controls/PasteGuard.h"
 #include "ui/settings/SettingsScene.h"
 #include "ui/window/KeyHandler.h"
 
@@ -47,6 +48,7 @@ class AmbrelApp {
     std::shared_ptr<AppState> appState_;
     std::shared_ptr<AudioEngine> engine_;
     KeyHandler keyHandler_;
+    PasteGuard pasteGuard_;
     std::optional<SettingsScene> settingsScene_; ///< until the application ends
     std::unique_ptr<QMainWindow> mainWindow_;
     std::optional<WindowStore::Place> firstPlace_; ///< where the desktop has put the window

@@ -13,6 +13,7 @@
 
 #include "app/TypedNumber.h"
 #include "download/URLDownloader.h"
+#include "platform/desktop/ClipboardOwner.h"
 #include "ui/controls/PushButton.h"
 #include "ui/look/ErrorText.h"
 #include "ui/look/Spinner.h"
@@ -26,11 +27,15 @@ namespace {
 constexpr int kWidth = 440;
 constexpr int kPadding = 20;
 
+/// No address is so long. Much longer texts take seconds to lay out, in some alphabets.
+constexpr int kLongestAddress = 8000;
+
 /// Invalid for text that is not an address, or that begins with "-", which the helper would take
 /// for an option.
 QUrl addressFrom(const QString& text) {
     const QString trimmed = trimmedBlanks(text);
-    return trimmed.startsWith(QLatin1Char('-')) ? QUrl() : QUrl(trimmed);
+    const bool isWhole = text.size() <= kLongestAddress;
+    return isWhole && !trimmed.startsWith(QLatin1Char('-')) ? QUrl(trimmed) : QUrl();
 }
 
 /// A field or row with its label above.
@@ -55,6 +60,7 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
       download_(new PushButton(QStringLiteral("Download & Open"), PushButton::Prominence::filled)) {
     setWindowTitle(QStringLiteral("Open from URL"));
     address_->setAccessibleName(QStringLiteral("URL"));
+    address_->setMaxLength(kLongestAddress + 1); // one that was cut is none
     Theme::showPlaceholder(address_, QStringLiteral("https://example.com/song.mp3"));
     download_->setDefault(true);
     auto* column = new QVBoxLayout(this);
@@ -66,7 +72,8 @@ OpenFromURLSheet::OpenFromURLSheet(URLDownloader& downloader, DownloadSettingsSt
     Theme::follow(this, &OpenFromURLSheet::fitHeight);
     setErrorMessage({});
     setDownloading(false);
-    fillIn(webAddressIn(QGuiApplication::clipboard()->text()));
+    if (clipboardOwnerAnswers(QClipboard::Clipboard))
+        fillIn(webAddressIn(QGuiApplication::clipboard()->text()));
 }
 
 void OpenFromURLSheet::addRows(QBoxLayout& column) {
@@ -95,6 +102,7 @@ void OpenFromURLSheet::addRows(QBoxLayout& column) {
 QString OpenFromURLSheet::webAddressIn(const QString& text) {
     const QString word = text.trimmed();
     const bool isOneWord =
+        word.size() <= kLongestAddress &&
         std::none_of(word.begin(), word.end(), [](QChar c) { return c.isSpace(); });
     const bool isAddress =
         isOneWord && (word.startsWith(QLatin1String("http://"), Qt::CaseInsensitive) ||

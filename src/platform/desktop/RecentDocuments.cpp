@@ -260,7 +260,8 @@ void RecentDocuments::add(const QUrl& document, const QString& program, const QS
             return;
         QDir().mkpath(QFileInfo(list).path());
         QSaveFile file(list); // keeps the permissions of the one it takes the place of
-        if (!file.open(QFile::WriteOnly) || file.write(after) != after.size())
+        // Qt would put in place also what did not reach the disk from its buffer.
+        if (!file.open(QFile::WriteOnly) || file.write(after) != after.size() || !file.flush())
             return;
         if (before->isEmpty()) // none of anybody else's business
             file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);

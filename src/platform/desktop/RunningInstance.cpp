@@ -16,7 +16,7 @@ const QString kInterface = QStringLiteral("org.freedesktop.Application");
 const QStringList kTokenKeys = {QStringLiteral("activation-token"),
                                 QStringLiteral("desktop-startup-id")}; // Wayland, X11
 const QString kDisplayKey = QStringLiteral("ambrel-display");          // among Ambrels only
-constexpr int kPatienceMs = 2000;
+constexpr int kLongestAnswerMs = 2000;
 
 // Of what any program on the bus may send:
 constexpr qsizetype kMostURLs = 100;
@@ -118,7 +118,8 @@ bool RunningInstance::handOver(const Request& request) {
     const auto isTaken = [this](const QString& method, const QVariantList& arguments) {
         auto message = QDBusMessage::createMethodCall(name_, pathOf(name_), kInterface, method);
         message.setArguments(arguments);
-        const auto answer = QDBusConnection::sessionBus().call(message, QDBus::Block, kPatienceMs);
+        const auto answer =
+            QDBusConnection::sessionBus().call(message, QDBus::Block, kLongestAnswerMs);
         return answer.type() == QDBusMessage::ReplyMessage;
     };
     // Coming to the front does no harm should it happen late. Opening would: the file would be open

@@ -145,6 +145,7 @@ void PendingChanges::leave() {
         std::erase_if(pending_.changes, [](const auto& item) { return !item.second.isInFile; });
     } catch (const std::exception&) {
         fs::remove(hidden, ignored);
+        fs::remove(folder_, ignored); // unless there are others
     }
 }
 

@@ -192,12 +192,12 @@ void PreferenceDatabase::write(const std::function<Changes()>& changes) {
                                      "ON CONFLICT(key) DO UPDATE "
                                      "SET type = excluded.type, value = excluded.value");
     SQLite::Statement remove(database_, "DELETE FROM preference WHERE key = ?");
-    for (const auto& [key, value] : changes()) {
-        SQLite::Statement& statement = value ? set : remove;
-        run(statement, [&, &key = key, &value = value] {
-            statement.bind(1, key.toStdString());
-            if (value)
-                PreferenceRow::bind(statement, 2, *value);
+    for (const auto& change : changes()) {
+        SQLite::Statement& statement = change.second ? set : remove;
+        run(statement, [&] {
+            statement.bind(1, change.first.toStdString());
+            if (change.second)
+                PreferenceRow::bind(statement, 2, *change.second);
         });
     }
     transaction.commit();

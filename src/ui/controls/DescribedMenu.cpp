@@ -145,6 +145,14 @@ class MenuInterface : public QAccessibleWidget {
 DescribedMenu::DescribedMenu(const QString& title, QWidget* parent) : QMenu(title, parent) {
     describeBy<DescribedMenu, MenuInterface>();
     setToolTipsVisible(true);
+    // Qt tells of the selected item only: screen readers would say nothing of a menu without one.
+    const auto tell = [this] {
+        if (!isVisible() || activeAction())
+            return;
+        QAccessibleEvent opened(this, QAccessible::Focus);
+        QAccessible::updateAccessibility(&opened);
+    };
+    connect(this, &QMenu::aboutToShow, this, tell, Qt::QueuedConnection);
 }
 
 } // namespace ambrel

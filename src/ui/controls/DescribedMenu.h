@@ -5,8 +5,8 @@
 namespace ambrel {
 
 /// A menu that shows its items' tooltips, and gives their status tips to screen readers as
-/// descriptions (Qt's menus give names only). It closes when a screen reader presses an item, as
-/// after a click.
+/// descriptions (Qt's menus give names only). They are told of it when it opens. It closes when a
+/// screen reader presses an item, as after a click.
 class DescribedMenu : public QMenu {
     Q_OBJECT
 

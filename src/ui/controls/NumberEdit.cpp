@@ -52,10 +52,12 @@ class NumberInterface : public QAccessibleWidget,
     int characterCount() const override { return int(edit()->text().size()); }
     int cursorPosition() const override { return edit()->cursorPosition(); }
     void setCursorPosition(int position) override { edit()->setCursorPosition(position); }
-    int selectionCount() const override { return edit()->hasSelectedText() ? 1 : 0; }
+    int selectionCount() const override {
+        return edit()->hasSelectedText() && !edit()->isOffered() ? 1 : 0;
+    }
     void selection(int, int* start, int* end) const override {
-        *start = edit()->hasSelectedText() ? edit()->selectionStart() : cursorPosition();
-        *end = edit()->hasSelectedText() ? edit()->selectionEnd() : cursorPosition();
+        *start = selectionCount() > 0 ? edit()->selectionStart() : cursorPosition();
+        *end = selectionCount() > 0 ? edit()->selectionEnd() : cursorPosition();
     }
     void addSelection(int start, int end) override { setSelection(0, start, end); }
     void setSelection(int, int start, int end) override {

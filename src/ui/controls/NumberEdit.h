@@ -31,6 +31,10 @@ class NumberEdit : public QLineEdit {
     Range range() const { return number_.range(); }
     virtual void setValue(double value) { number_.set(value); }
 
+    /// Whether the text is selected only to be typed over. Screen readers are not told of that:
+    /// they would say at each step what has been selected, and that a selection has been deleted.
+    virtual bool isOffered() const { return false; }
+
   protected:
     /// Tells screen readers that the value has changed.
     void valueChanged();

@@ -60,16 +60,23 @@ void NumberField::refresh() {
 }
 
 void NumberField::showValue() {
-    setText(rules_.text());
+    // Screen readers would take the same text again for a new one.
+    if (const QString value = rules_.text(); value != text() || isModified())
+        setText(value);
     tellValue();
 }
 
 void NumberField::tellValue() {
-    const QString told = rules_.text();
+    const QString told = rules_.spoken ? rules_.spoken() : rules_.text();
     if (told == accessibleDescription())
         return;
     setAccessibleDescription(told);
-    valueChanged();
+    if (!hasFocus()) // or they repeat name, role and text
+        valueChanged();
+}
+
+bool NumberField::isOffered() const {
+    return state_ == State::shown && selectedText() == text();
 }
 
 void NumberField::editSelected() {

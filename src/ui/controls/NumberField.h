@@ -10,8 +10,8 @@ namespace ambrel {
 /// A field for typing a number. Gaining the focus clears it; Return and losing the focus commit the
 /// text; Escape leaves without committing. refresh() does not disturb typing. Any text can be
 /// typed; an invalid one is discarded on commit. Switching to another window and back keeps the
-/// focus and the text. The accessible description is always the current value, even while another
-/// is being typed.
+/// focus and the text. The accessible description is always the current value, with its unit, even
+/// while another is being typed.
 class NumberField : public NumberEdit {
     Q_OBJECT
 
@@ -26,6 +26,8 @@ class NumberField : public NumberEdit {
     struct Rules {
         /// The text that shows the value.
         std::function<QString()> text;
+        /// The value as screen readers say it, with its unit. May be empty: as the text.
+        std::function<QString()> spoken = {};
         /// Sets the model from a text; false if it is invalid. `anchor` is the value when typing
         /// began.
         std::function<bool(const QString& text, double anchor)> commit;
@@ -50,6 +52,8 @@ class NumberField : public NumberEdit {
 
     /// Commits the text being typed, if any, as losing the focus would.
     void commitTyping();
+
+    bool isOffered() const override;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }

@@ -39,6 +39,7 @@ NumberField* TimePickerField::makeField(const QString& accessibleName) {
                             .set = [this](double value) { set(value); },
                             .range = [range] { return range; }},
                            {.text = [this] { return valueText(); },
+                            .spoken = [this] { return QString::number(value_.get()); },
                             .commit = [this](const QString& text, double) { return commit(text); },
                             .step = [this](int direction) { step(direction); },
                             .afterReturn = NumberField::AfterReturn::stay});

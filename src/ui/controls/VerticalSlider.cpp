@@ -51,6 +51,7 @@ VerticalSlider::VerticalSlider(const QString& accessibleName, QWidget* parent)
     : QAbstractSlider(parent) {
     describeBy<VerticalSlider, SliderInterface>();
     setAccessibleName(accessibleName);
+    setAccessibleDescription(QStringLiteral("dB"));
     setOrientation(Qt::Vertical);
     setRange(-stepsOf(kHighest), stepsOf(kHighest));
     setSingleStep(1);

@@ -13,6 +13,9 @@ namespace {
 constexpr double kRoomForTheRest = 400; // of the screen's height, for what stands around the text
 constexpr int kRoomBeside = 40;         // of its width
 
+/// In characters. Much longer texts take seconds to lay out, in some alphabets.
+constexpr int kMostShown = 8000;
+
 } // namespace
 
 ErrorText::ErrorText(int width, QWidget* parent) : QTextEdit(parent), width_(width) {
@@ -29,8 +32,10 @@ ErrorText::ErrorText(int width, QWidget* parent) : QTextEdit(parent), width_(wid
 }
 
 void ErrorText::setMessage(const QString& message) {
-    setPlainText(message);
-    setAccessibleName(message);
+    const QString shown =
+        message.size() > kMostShown ? QStringLiteral("…") + message.right(kMostShown) : message;
+    setPlainText(shown);
+    setAccessibleName(shown);
     fitHeight();
 }
 

@@ -5,7 +5,7 @@
 namespace ambrel {
 
 /// An error message: plain, red, selectable, wrapped, and scrolling if it does not fit on the
-/// screen.
+/// screen. Of an endless one the end is shown.
 class ErrorText : public QTextEdit {
     Q_OBJECT
 

@@ -66,17 +66,12 @@ QWidget* EQView::makeBand(std::size_t band) {
     return column;
 }
 
-/// A stored record may hold fewer gains than there are bands.
-double EQView::gainOf(std::size_t band) const {
-    return band < state_->eqGains().size() ? state_->eqGains()[band] : 0;
-}
-
 void EQView::setGain(std::size_t band, double gain) {
     auto gains = state_->eqGains();
     gains.resize(std::max(gains.size(), band + 1));
     gains[band] = gain;
     state_->setEqGains(std::move(gains));
-    engine_->setEQGain(gainOf(band), int(band));
+    engine_->setEQGain(state_->eqGain(band), int(band));
 }
 
 void EQView::resetGains() {
@@ -92,8 +87,8 @@ void EQView::showSwitch() {
 
 void EQView::showGains() {
     for (std::size_t band = 0; band < kBands; ++band) {
-        sliders_.at(band)->showGain(gainOf(band));
-        labels_.at(band)->showGain(gainOf(band));
+        sliders_.at(band)->showGain(state_->eqGain(band));
+        labels_.at(band)->showGain(state_->eqGain(band));
     }
     setResetEnabled(!std::ranges::all_of(state_->eqGains(), [](double gain) { return gain == 0; }));
 }

@@ -26,7 +26,6 @@ class EQView : public ControlPanel {
 
     QWidget* makeBandRow();
     QWidget* makeBand(std::size_t band);
-    double gainOf(std::size_t band) const;
     void setGain(std::size_t band, double gain);
     void resetGains();
     void showSwitch();

@@ -1,5 +1,6 @@
 #include "ui/panels/PitchControl.h"
 
+#include <cmath>
 #include <utility>
 
 #include "app/Transport.h"
@@ -46,6 +47,7 @@ QWidget* PitchControl::makeValueRow() {
          .set = [this](double cents) { transport::setPitch(*state_, *engine_, cents); },
          .range = [] { return kRange; }},
         {.text = [this] { return pitchText(state_->pitch()); },
+         .spoken = [this] { return counted(std::trunc(state_->pitch()), "cent"); },
          .commit = [this](const QString& text,
                           double anchor) { return commit(trimmedBlanks(text), anchor); },
          .step = step,

@@ -34,6 +34,10 @@ QString stepText(double step) {
     return text;
 }
 
+QString percentText(double step) {
+    return QStringLiteral("%1%").arg(step);
+}
+
 } // namespace
 
 SpeedControl::SpeedControl(std::shared_ptr<AppState> state, std::shared_ptr<AudioEngine> engine,
@@ -75,7 +79,7 @@ QWidget* SpeedControl::makeValueRow() {
 QWidget* SpeedControl::makeStepRow() {
     step_ = new Picker(QStringLiteral("Speed step"));
     for (const double preset : kStepPresets)
-        step_->addItem(QStringLiteral("%1%").arg(preset));
+        step_->addItem(percentText(preset));
     step_->addItem(QStringLiteral("Custom"));
     connect(step_, &QComboBox::activated, this, &SpeedControl::chooseStep);
     customStep_ =
@@ -87,6 +91,7 @@ QWidget* SpeedControl::makeStepRow() {
                                  return NumberEdit::Range{0, kHighestStep, 0};
                              }},
                         {.text = [this] { return stepText(state_->speedStep()); },
+                         .spoken = [this] { return percentText(state_->speedStep()); },
                          .commit =
                              [this](const QString& text, double) {
                                  const auto step = typedNumber(text);

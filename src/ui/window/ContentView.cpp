@@ -20,6 +20,7 @@
 #include "ui/sheets/HelpSheet.h"
 #include "ui/sheets/OpenPanel.h"
 #include "ui/sheets/SheetBlocker.h"
+#include "ui/window/Announcer.h"
 #include "ui/window/DropTarget.h"
 #include "ui/window/HeaderBar.h"
 #include "ui/window/LoadingScreen.h"
@@ -88,6 +89,7 @@ ContentView::ContentView(const Services& services, QWidget* parent)
     connect(header, &HeaderBar::donationRequested, this,
             [page = services.donationPage] { QDesktopServices::openUrl(page); });
     observeNotifications(services.notifications);
+    new Announcer(state_, this);
 }
 
 ContentView::~ContentView() {

@@ -70,9 +70,12 @@ void HeaderBar::addIconButtons(ControlRow& row, bool takesDonations) {
         button->setToolTip(toolTip);
         row.add(button);
         connect(button, &SymbolButton::clicked, this, requested);
+        return button;
     };
+    // The tool tip would be read after the name: the name again, and the name of a sign.
     add(Symbol::gearshape, QStringLiteral("Settings"), QStringLiteral("Settings (⌘,)"),
-        &HeaderBar::settingsRequested);
+        &HeaderBar::settingsRequested)
+        ->setAccessibleDescription(QStringLiteral("Ctrl+,"));
     add(Symbol::question, QStringLiteral("Help"), QStringLiteral("Help"),
         &HeaderBar::helpRequested);
     if (takesDonations)

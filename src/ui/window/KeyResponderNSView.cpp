@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QKeyEvent>
 
@@ -52,7 +53,7 @@ void KeyResponderNSView::focusChanged(QWidget* old, QWidget* now) {
         // An inactive window has no focus, yet remembers where it was.
         QWidget* kept = window()->focusWidget();
         if (isHere(old) && !kept && canHoldFocus(old))
-            setFocus(); // let go on purpose: a Space that was pressed since is meant for playing
+            takeFocus(); // let go on purpose: a Space that was pressed since is meant for playing
         else if (isHere(old) && (!kept || kept == window()))
             takeFocusFrom(kept);
         return;
@@ -64,6 +65,18 @@ void KeyResponderNSView::focusChanged(QWidget* old, QWidget* now) {
     if (now == window() || (now != this && isStray))
         takeFocusFrom(now);
     holder_ = now;
+}
+
+void KeyResponderNSView::takeFocus() {
+    setFocus();
+    // QWidget::clearFocus() tells screen readers in the end that the widget that it left has the
+    // focus, whose changes they would go on to read.
+    mainQueue_.async([self = QPointer(this)] {
+        if (!self || !self->hasFocus())
+            return;
+        QAccessibleEvent event(self, QAccessible::Focus);
+        QAccessible::updateAccessibility(&event);
+    });
 }
 
 /// Later, when Qt has done with changing the focus, unless it has moved on by then.

@@ -32,6 +32,7 @@ class KeyResponderNSView : public QWidget {
 
   private:
     void focusChanged(QWidget* old, QWidget* now);
+    void takeFocus();
     void takeFocusFrom(QWidget* holder);
 
     std::shared_ptr<AppState> state_;

@@ -1,7 +1,10 @@
+#include <csignal>
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/resource.h>
 
 #include "platform/desktop/RecentDocuments.h"
 
@@ -89,6 +92,18 @@ class RecentDocumentsTest : public QObject {
         afterAdding(kSong);
         QCOMPARE(QFile::symLinkTarget(list_), elsewhere);
         QCOMPARE(QFile(elsewhere).size(), kOthers.size());
+    }
+
+    void fullDiskLeavesTheListAlone() {
+        write(kOthers);
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit small = {100, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+        const QByteArray after = afterAdding(kSong);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        QCOMPARE(after, kOthers);
     }
 };
 

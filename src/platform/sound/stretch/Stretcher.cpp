@@ -16,6 +16,18 @@ constexpr RubberBandStretcher::Options options =
     RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionEngineFiner |
     RubberBandStretcher::OptionPitchHighConsistency | RubberBandStretcher::OptionChannelsTogether;
 
+/// With the smaller windows that the engine (3.1) takes for lower rates, it reads beyond the
+/// largest when sound is both sped up and transposed down: its hops are then too long for it.
+constexpr int lowestHz = 33'000;
+
+std::unique_ptr<RubberBandStretcher> makeEngine(int sampleRateHz, Stretcher::Windows windows) {
+    const bool isShort = windows == Stretcher::Windows::Short;
+    const int hz = std::clamp(sampleRateHz, isShort ? 8000 : lowestHz, 192'000);
+    return std::make_unique<RubberBandStretcher>(
+        static_cast<std::size_t>(hz), 2,
+        isShort ? options | RubberBandStretcher::OptionWindowShort : options);
+}
+
 /// The engine works in hops, so it is ahead of the exact position by up to one. The largest lag
 /// within this period is what counts.
 constexpr double observedSeconds = 0.1;
@@ -29,10 +41,7 @@ constexpr double weakestCorrection = 0.01;
 } // namespace
 
 Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop, Windows windows)
-    : sampleRateHz_(sampleRateHz),
-      engine_(std::make_unique<RubberBandStretcher>(
-          static_cast<std::size_t>(std::clamp(sampleRateHz, 8000, 192000)), 2,
-          windows == Windows::Short ? options | RubberBandStretcher::OptionWindowShort : options)) {
+    : sampleRateHz_(sampleRateHz), engine_(makeEngine(sampleRateHz, windows)) {
     engine_->setMaxProcessSize(feedFrames);
     pad_ = (engine_->getPreferredStartPad() + feedFrames - 1) / feedFrames * feedFrames;
     warmUp(stop);
