@@ -21,7 +21,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 add_library(ambrel_options INTERFACE)
 target_compile_options(ambrel_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wimplicit-fallthrough
-    -Werror -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -fno-omit-frame-pointer)
+    $<$<CXX_COMPILER_ID:GNU>:-Werror> -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -fno-omit-frame-pointer)
 target_compile_definitions(ambrel_options INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS AMBREL_VERSION="${PROJECT_VERSION}")
 target_include_directories(ambrel_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
@@ -29,7 +29,7 @@ target_include_directories(ambrel_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 # Several sources compiled as one read Qt's headers once, which is most of the work: that was measured
 # six times as fast as precompiled headers, which are hundreds of megabytes here. The debug preset
 # compiles each file alone, so that a header that leans on another is found.
-if(CMAKE_UNITY_BUILD)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # A type in an unnamed namespace is suspected in every source but the main one.
     target_compile_options(ambrel_options INTERFACE -Wno-subobject-linkage)
 endif()

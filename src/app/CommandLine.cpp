@@ -17,10 +17,14 @@ const QString kHelp = QStringLiteral("Usage: ambrel [--new-window] [FILE]\n"
 QUrl fileURL(const QString& argument, const QString& folder) {
     if (argument.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) {
         QUrl url(argument);
-        if (!url.toLocalFile().isEmpty())
+        if (url.toLocalFile().startsWith(QLatin1Char('/')))
             return url;
     }
-    return QUrl::fromLocalFile(QDir::cleanPath(QDir(folder).absoluteFilePath(argument)));
+    // Not by QDir, to which a path that begins with a colon is absolute: the program's own
+    // resource.
+    const bool isAbsolute = argument.startsWith(QLatin1Char('/'));
+    return QUrl::fromLocalFile(
+        QDir::cleanPath(isAbsolute ? argument : folder + QLatin1Char('/') + argument));
 }
 
 } // namespace

@@ -43,16 +43,6 @@ ChildProcess::Outcome fetch(const ChildProcess::Command& command,
     return outcome;
 }
 
-QUrl reportedFile(const ChildProcess::Outcome& outcome) {
-    if (!outcome.isSuccess())
-        throw DownloadError::processFailed(
-            outcome.signal != 0 ? outcome.signal : outcome.exitStatus, trimmedText(outcome.errors));
-    const QString path = trimmedText(outcome.output);
-    if (path.isEmpty())
-        throw DownloadError(DownloadError::Reason::noOutputFile);
-    return QUrl::fromLocalFile(QDir::isAbsolutePath(path) ? path : QDir::current().filePath(path));
-}
-
 } // namespace
 
 URLDownloader& URLDownloader::shared() {
@@ -71,17 +61,26 @@ void URLDownloader::stop() {
     stop_.request_stop();
 }
 
-QString URLDownloader::helperDirectory() const {
-    if (folder_.isEmpty())
-        throw DownloadError(DownloadError::Reason::helperNotFound);
-    return folder_;
+QUrl URLDownloader::reportedFile(const ChildProcess::Outcome& outcome) {
+    if (!outcome.isSuccess())
+        throw DownloadError::processFailed(
+            outcome.signal != 0 ? outcome.signal : outcome.exitStatus, trimmedText(outcome.errors));
+    const QString path = trimmedText(outcome.output);
+    if (path.isEmpty())
+        throw DownloadError(DownloadError::Reason::noOutputFile);
+    // To QDir, a path that begins with a colon is absolute: one of the program's own resources.
+    const bool isAbsolute = path.startsWith(QLatin1Char('/'));
+    return QUrl::fromLocalFile(
+        QDir::cleanPath(isAbsolute ? path : QDir::currentPath() + QLatin1Char('/') + path));
 }
 
-ChildProcess::Command URLDownloader::command(const QUrl& source, const QUrl& directory) const {
+ChildProcess::Command URLDownloader::command(const QString& folder, const QUrl& source,
+                                             const QUrl& directory) {
     const QString address = source.toString(QUrl::FullyEncoded);
     if (!source.isValid() || address.startsWith(QLatin1Char('-')))
         throw DownloadError(DownloadError::Reason::notAWebAddress);
-    const QString folder = helperDirectory();
+    if (folder.isEmpty())
+        throw DownloadError(DownloadError::Reason::helperNotFound);
     const QString helper =
         executable(folder, QStringLiteral("my-executable"), DownloadError::Reason::helperNotFound);
     const QString ffmpeg =
@@ -100,7 +99,7 @@ ChildProcess::Command URLDownloader::command(const QUrl& source, const QUrl& dir
 }
 
 QCoro::Task<QUrl> URLDownloader::download(QUrl source, QUrl directory) {
-    auto work = [command = command(source, directory), stop = stop_.get_token(),
+    auto work = [command = command(folder_, source, directory), stop = stop_.get_token(),
                  folder = QFile::encodeName(directory.toLocalFile()).toStdString()] {
         return fetch(command, folder, stop);
     };

@@ -42,10 +42,14 @@ class URLDownloader {
     /// can be started.
     void stop();
 
-  private:
-    QString helperDirectory() const;
-    ChildProcess::Command command(const QUrl& source, const QUrl& directory) const;
+    /// What download() runs: the helper in `folder`. Throws DownloadError.
+    static ChildProcess::Command command(const QString& folder, const QUrl& source,
+                                         const QUrl& directory);
 
+    /// The file that the helper named. Throws DownloadError if it named none, or failed.
+    static QUrl reportedFile(const ChildProcess::Outcome& outcome);
+
+  private:
     QString folder_;
     std::stop_source stop_;
     BackgroundQueue helpers_;

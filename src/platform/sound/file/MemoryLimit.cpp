@@ -12,11 +12,11 @@ namespace ambrel {
 namespace {
 
 /// What a decoder may need for a file of a few bytes.
-constexpr std::int64_t leastBytes = 24 << 20;
+constexpr std::int64_t leastBytes = 32 << 20;
 
-/// The largest piece is the seek index: 24 bytes for a packet that takes hardly fewer than 12 in
-/// the file, its place in the file's own tables included.
-constexpr std::int64_t bytesPerFileByte = 2;
+/// The largest piece is the seek index of silence: 24 bytes for a packet of 4 bytes with 4 more in
+/// the file's own table, in a piece that grows to twice the size and a sixteenth.
+constexpr std::int64_t bytesPerFileByte = 8;
 
 constexpr std::int64_t mostBytes = std::numeric_limits<int>::max(); // FFmpeg's own limit
 
