@@ -98,8 +98,9 @@ class Desktop:
             config.parent.mkdir(parents=True, exist_ok=True)
             config.write_text("context.properties = { default.clock.min-quantum = 4096 "
                               "default.clock.max-quantum = 4096 }")
-            for server in self.SOUND:
+            for server in self.SOUND:  # the others end when the first does not answer yet
                 self._daemon(server)
+                wait_until(lambda: _output("pw-cli", "info", "0"), "PipeWire")
         sink = f"sink_name={self.SINK} norewinds=1 format=float32le rate={self.RATE} channels=2"
         wait_until(lambda: _output("pactl", "load-module", "module-null-sink", *sink.split()),
                    "a sound server")
