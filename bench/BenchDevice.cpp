@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 /// Silence, that notes when it is asked for.
 class TimedSource : public FrameSource {
   public:
-    void prepare(int sampleRateHz, std::size_t /*largestRequest*/) override {
+    void prepare(int sampleRateHz, std::size_t /*request*/) override {
         sampleRateHz_ = sampleRateHz;
     }
 

@@ -33,8 +33,8 @@ class TappedDevice final : public AudioOutput, private FrameSource {
     std::int64_t framesHeard() const noexcept override { return device_.framesHeard(); }
 
   private:
-    void prepare(int sampleRateHz, std::size_t largestRequest) override {
-        source_->prepare(sampleRateHz, largestRequest);
+    void prepare(int sampleRateHz, std::size_t request) override {
+        source_->prepare(sampleRateHz, request);
         tap_.prepared(sampleRateHz);
     }
     void render(float* stereo, std::size_t frames) noexcept override {

@@ -43,6 +43,7 @@ class Desktop:
 
     SINK = "speakers"
     RATE = 48_000  # frames per second of the sink
+    SOUND = os.environ.get("AMBREL_SOUND_SERVERS", "pulseaudio").split()
 
     def __init__(self):
         # Orphans (the accessibility bus daemonises) become ours, so that stop() finds them.
@@ -83,25 +84,40 @@ class Desktop:
                 **{variable: str(home / name) for variable, name in folders.items()}}
 
     def start_sound_server(self):
-        """Without rewinds, or the null sink's first start stalls for nearly two seconds."""
-        socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
-        self._daemon(
-            "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
-            "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
-            "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}",
-            "-L", f"module-null-sink sink_name={self.SINK} norewinds=1 format=float32le "
-                  f"rate={self.RATE} channels=2")
-        wait_until(lambda: self.SINK in _output("pactl", "list", "short", "sinks"), "a sound server")
-        # Its sink's thread runs in real time, but the main one, which hands it the sound, does not:
+        """PulseAudio without rewinds, or the null sink's first start stalls for nearly two seconds.
+        PipeWire with long cycles: it plays silence instead of one that is late, and a virtual
+        machine may stand still for tens of milliseconds."""
+        if self.SOUND[0] == "pulseaudio":
+            socket = os.environ["PULSE_SERVER"].removeprefix("unix:")
+            self._daemon(
+                "pulseaudio", "-n", "--daemonize=no", "--use-pid-file=no", "--disable-shm=yes",
+                "--exit-idle-time=-1", "--realtime=yes", "--high-priority=yes",
+                "-L", f"module-native-protocol-unix auth-anonymous=1 socket={socket}")
+        else:
+            config = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "pipewire/pipewire.conf.d/long.conf"
+            config.parent.mkdir(parents=True, exist_ok=True)
+            config.write_text("context.properties = { default.clock.min-quantum = 4096 "
+                              "default.clock.max-quantum = 4096 }")
+            for server in self.SOUND:  # the others end when the first does not answer yet
+                self._daemon(server)
+                wait_until(lambda: _output("pw-cli", "info", "0"), "PipeWire")
+        sink = f"sink_name={self.SINK} norewinds=1 format=float32le rate={self.RATE} channels=2"
+        wait_until(lambda: _output("pactl", "load-module", "module-null-sink", *sink.split()),
+                   "a sound server")
+        # The sink's thread runs in real time, but the main one, which hands it the sound, does not:
         # on a busy machine what that is late with is heard as a hole.
-        with contextlib.suppress(PermissionError):
-            os.sched_setscheduler(self._processes[-1].pid, os.SCHED_RR, os.sched_param(4))
+        for server in self._sound_servers():
+            with contextlib.suppress(PermissionError):
+                os.sched_setscheduler(server.pid, os.SCHED_RR, os.sched_param(4))
 
     def kill_sound_server(self):
-        server, = (process for process in self._processes if process.args[0] == "pulseaudio")
-        self._processes.remove(server)
-        server.kill()
-        server.wait()
+        for server in self._sound_servers():
+            self._processes.remove(server)
+            server.kill()
+            server.wait()
+
+    def _sound_servers(self):
+        return [process for process in self._processes if process.args[0] in self.SOUND]
 
     def _set_environment(self):
         runtime = self.folder / "runtime"
@@ -112,7 +128,7 @@ class Desktop:
                 del os.environ[variable]
         os.environ.update(
             XDG_RUNTIME_DIR=str(runtime),
-            PULSE_SERVER=f"unix:{runtime}/sound",
+            PULSE_SERVER=f"unix:{runtime}/pulse/native",
             PULSE_COOKIE=str(runtime / "cookie"),
             QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
             LC_ALL="C.UTF-8",

@@ -38,6 +38,12 @@ class ClockedOutput final : public AudioOutput {
         return written_;
     }
 
+    /// From now on, unannounced, it asks for so many frames at a time.
+    void askFor(std::size_t request) {
+        const std::scoped_lock lock(mutex_);
+        request_ = request;
+    }
+
     std::int64_t framesWritten() const { return written_; }
     /// The frames given so far, interleaved.
     std::vector<float> frames() const {

@@ -20,16 +20,14 @@ class ToneSource : public FrameSource {
     static constexpr double frequencyHz = 1'000;
     static constexpr double amplitude = 0.25;
 
-    void prepare(int sampleRateHz, std::size_t largestRequest) override {
+    void prepare(int sampleRateHz, std::size_t /*request*/) override {
         const std::lock_guard lock(mutex_);
         rates_.push_back(sampleRateHz);
-        largestRequest_ = largestRequest;
         phaseStep_ = 2 * std::numbers::pi * frequencyHz / sampleRateHz;
     }
 
     void render(float* stereo, std::size_t frames) noexcept override {
         overlapped_ = overlapped_ || inside_.exchange(true);
-        tooLarge_ = tooLarge_ || frames > largestRequest_;
         for (std::size_t frame = 0; frame < frames; ++frame) {
             stereo[2 * frame] = static_cast<float>(amplitude * std::sin(phase_));
             stereo[2 * frame + 1] = stereo[2 * frame];
@@ -47,19 +45,17 @@ class ToneSource : public FrameSource {
         return rates_;
     }
 
-    /// Whether each request came alone and was no larger than announced.
-    bool wasAskedProperly() const { return !overlapped_ && !tooLarge_; }
+    /// Whether each request came alone.
+    bool wasAskedProperly() const { return !overlapped_; }
 
   private:
     mutable std::mutex mutex_;
     std::vector<int> rates_;
     double phaseStep_ = 0;
     double phase_ = 0;
-    std::atomic<std::size_t> largestRequest_ = 0;
     std::atomic<std::int64_t> rendered_ = 0;
     std::atomic<bool> inside_ = false;
     std::atomic<bool> overlapped_ = false;
-    std::atomic<bool> tooLarge_ = false;
 };
 
 } // namespace ambrel

@@ -21,7 +21,7 @@ static_assert(AudioGraph::bandCount == EqualiserUnit::bandCount);
 
 namespace {
 
-/// What the render thread keeps ready beyond the device's largest request: little, so that changes
+/// What the render thread keeps ready beyond the device's next request: little, so that changes
 /// are heard soon, but more than the blocks it is still at work on.
 constexpr int aheadMs = 3;
 constexpr std::size_t leastAhead = 2 * RenderBlock::capacity;
@@ -66,7 +66,7 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     void setEqualiserGain(int band, float gain) override;
 
   private:
-    void prepare(int sampleRateHz, std::size_t largestRequest) override;
+    void prepare(int sampleRateHz, std::size_t request) override;
     void render(float* stereo, std::size_t frames) noexcept override;
     std::size_t awaitFrames(std::size_t frames) override;
     void setPlaying(bool playing);
@@ -101,8 +101,8 @@ class SoundGraph final : public AudioGraph, private FrameSource {
     FileReader reader_; ///< its thread fills the cache's blocks
     Mailbox<PlayRequest> requests_;
     Mailbox<ExpectedStart> expectations_;
-    std::size_t largestRequest_ = 0;             ///< used by the thread that opens the device
-    std::unique_ptr<RenderThread> renderThread_; ///< the same; also in awaitFrames()
+    /// Used by the thread that opens the device, and in awaitFrames().
+    std::unique_ptr<RenderThread> renderThread_;
     std::unique_ptr<AudioOutput> output_;
     bool isOpen_ = false; ///< the output
     SegmentWatch watch_;  ///< uses all of them
@@ -121,21 +121,24 @@ SoundGraph::~SoundGraph() {
 
 /// On the thread that opens the device. The same rate continues where the last device ended;
 /// another rate needs a new render thread, and the rest of the segment starts from where it was.
-void SoundGraph::prepare(int sampleRateHz, std::size_t largestRequest) {
+void SoundGraph::prepare(int sampleRateHz, std::size_t request) {
     {
         const std::scoped_lock lock(mutex_);
-        if (renderThread_ && rateHz_ == sampleRateHz && largestRequest <= largestRequest_)
+        if (renderThread_ && rateHz_ == sampleRateHz) {
+            renderThread_->ring().begin(request);
+            renderWake_.signal();
             return;
+        }
     }
     renderThread_ = nullptr;
-    largestRequest_ = largestRequest;
     const std::size_t ahead =
         isPaced_ ? std::max(std::size_t(sampleRateHz) * aheadMs / 1000, leastAhead) : 0;
     auto renderThread = std::make_unique<RenderThread>(
         RenderThread::Wiring{transport_, settings_, requests_, expectations_, cache_, renderWake_,
                              demandMet_, isPaced_ ? nullptr : &demand_, ending_.get_token()},
-        sampleRateHz, largestRequest + ahead);
-    stage_.attach(renderThread->ring(), sampleRateHz, largestRequest);
+        sampleRateHz, ahead);
+    renderThread->ring().begin(request);
+    stage_.attach(renderThread->ring(), sampleRateHz);
     renderThread_ = std::move(renderThread);
     const std::scoped_lock lock(mutex_);
     rateHz_ = sampleRateHz;

@@ -12,13 +12,14 @@ class FrameSource {
     virtual ~FrameSource() = default;
 
     /// Called before the first render() at a rate, and never during one, on a thread of the output
-    /// that is not the device's: it may allocate and take its time. `largestRequest` is the most
-    /// frames that one render() asks for. If it throws, for want of memory, render() is not called
-    /// until a later call has succeeded.
-    virtual void prepare(int sampleRateHz, std::size_t largestRequest) = 0;
+    /// that is not the device's: it may allocate and take its time. `request` is how many frames
+    /// one render() is expected to ask for. If it throws, for want of memory, render() is not
+    /// called until a later call has succeeded.
+    virtual void prepare(int sampleRateHz, std::size_t request) = 0;
 
-    /// Fills `frames` interleaved stereo frames. Called on the device's thread: must not lock,
-    /// allocate, log, do file I/O or call Qt.
+    /// Fills `frames` interleaved stereo frames; if that is more than was ever expected, what is
+    /// not ready is silent, this once. Called on the device's thread: must not lock, allocate, log,
+    /// do file I/O or call Qt.
     virtual void render(float* stereo, std::size_t frames) noexcept = 0;
 
     /// Only for an output that is not paced, before each render(): waits until `frames` frames are

@@ -206,12 +206,9 @@ void DeviceOutput::nameDevice(SoundClock::time_point now) {
 
 void DeviceOutput::closeDevice() {
     heard_.rest(access_->rendered());
-    make([access = access_](Device device) {
+    make([](Device device) {
         device.stream.reset();
         device.callback.reset();
-        if (const int rateHz = access->sampleRateHz(); rateHz > 0) {
-            access->prepare(rateHz, 0); // it may have asked for more than it was expected to
-        }
         return device;
     });
 }

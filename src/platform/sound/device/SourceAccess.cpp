@@ -1,6 +1,5 @@
 #include "platform/sound/device/SourceAccess.h"
 
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -33,29 +32,26 @@ void SourceAccess::close() {
     source_ = nullptr;
 }
 
-void SourceAccess::prepare(int sampleRateHz, std::size_t largestRequest) {
+void SourceAccess::prepare(int sampleRateHz, std::size_t request) {
     const Hold hold(*this);
-    prepareHeld(sampleRateHz, largestRequest);
+    prepareHeld(sampleRateHz, request);
 }
 
-void SourceAccess::prepareIfNever(int sampleRateHz, std::size_t largestRequest) {
+void SourceAccess::prepareIfNever(int sampleRateHz, std::size_t request) {
     const Hold hold(*this); // waits for a prepare() in progress
     if (sampleRateHz_ == 0) {
-        prepareHeld(sampleRateHz, largestRequest);
+        prepareHeld(sampleRateHz, request);
     }
 }
 
-void SourceAccess::prepareHeld(int sampleRateHz, std::size_t largestRequest) {
-    largestRequest = std::max({largestRequest, largestRequest_, largestSeen_});
-    const bool prepared = sampleRateHz_ == sampleRateHz && largestRequest == largestRequest_;
-    if (source_ == nullptr || prepared) {
+void SourceAccess::prepareHeld(int sampleRateHz, std::size_t request) {
+    if (source_ == nullptr) {
         return;
     }
-    largestRequest_ = largestRequest;
     sampleRateHz_ = 0;
     preparing_ = true;
     try {
-        source_->prepare(sampleRateHz, largestRequest);
+        source_->prepare(sampleRateHz, request);
     } catch (...) {
         preparing_ = false;
         throw;
@@ -73,12 +69,7 @@ std::optional<std::int64_t> SourceAccess::render(Puller puller, int sampleRateHz
     if (source_ != nullptr && puller_ == puller && sampleRateHz > 0 &&
         sampleRateHz_ == sampleRateHz) {
         first = rendered_;
-        largestSeen_ = std::max(frames, largestSeen_);
-        for (std::size_t done = 0; done < frames;) {
-            const std::size_t request = std::min(frames - done, largestRequest_);
-            source_->render(stereo + 2 * done, request);
-            done += request;
-        }
+        source_->render(stereo, frames);
         rendered_ += static_cast<std::int64_t>(frames);
     }
     held_ = false;

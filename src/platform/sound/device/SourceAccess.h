@@ -27,23 +27,20 @@ class SourceAccess {
     /// The source is never called afterwards.
     void close();
 
-    /// Prepares the source for a sample rate, and for requests of `largestRequest` or the largest
-    /// yet seen, unless it already is. Exceptions of the source are passed on; it then counts as
-    /// not prepared.
-    void prepare(int sampleRateHz, std::size_t largestRequest);
+    /// Prepares the source. Its exceptions are passed on; it then counts as not prepared.
+    void prepare(int sampleRateHz, std::size_t request);
 
     /// The same, only if it has never been prepared.
-    void prepareIfNever(int sampleRateHz, std::size_t largestRequest);
+    void prepareIfNever(int sampleRateHz, std::size_t request);
 
     bool isPreparing() const noexcept { return preparing_; }
 
     void setPuller(Puller puller) noexcept { puller_ = puller; }
     Puller puller() const noexcept { return puller_; }
 
-    /// Fills `frames` interleaved stereo frames, in requests no larger than the source was prepared
-    /// for. Returns the number of the first, counted from the first ever rendered. Absent, with
-    /// nothing written, if another is the puller or the source is being prepared, not prepared for
-    /// `sampleRateHz`, or closed.
+    /// Fills `frames` interleaved stereo frames. Returns the number of the first, counted from the
+    /// first ever rendered. Absent, with nothing written, if another is the puller or the source is
+    /// being prepared, not prepared for `sampleRateHz`, or closed.
     std::optional<std::int64_t> render(Puller puller, int sampleRateHz, float* stereo,
                                        std::size_t frames) noexcept;
 
@@ -56,7 +53,7 @@ class SourceAccess {
   private:
     class Hold;
 
-    void prepareHeld(int sampleRateHz, std::size_t largestRequest);
+    void prepareHeld(int sampleRateHz, std::size_t request);
 
     std::atomic<bool> held_ = false;
     std::atomic<bool> preparing_ = false;
@@ -64,10 +61,7 @@ class SourceAccess {
     std::atomic<int> sampleRateHz_ = 0;
     std::atomic<Puller> puller_ = Puller::nobody;
 
-    // Used only by the thread that holds the access.
-    FrameSource* source_ = nullptr;
-    std::size_t largestRequest_ = 0; ///< that the source is prepared for
-    std::size_t largestSeen_ = 0;
+    FrameSource* source_ = nullptr; ///< used only by the thread that holds the access
 };
 
 } // namespace ambrel

@@ -8,10 +8,9 @@ namespace ambrel {
 OutputStage::OutputStage(const TransportState& transport, WakeUp& roomMade, WakeUp& segmentEnded)
     : transport_(transport), roomMade_(roomMade), segmentEnded_(segmentEnded) {}
 
-void OutputStage::attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin) {
+void OutputStage::attach(RenderRing& ring, int sampleRateHz) {
     fade_ = Fade(sampleRateHz);
     ring_ = &ring;
-    framesToBegin_ = framesToBegin;
     sampleRateHz_ = sampleRateHz;
     fadeStep_ = 0;
     decaying_ = false;
@@ -28,6 +27,8 @@ const OutputStage::Boundary* OutputStage::oldestBoundary() noexcept {
 }
 
 void OutputStage::render(float* stereo, std::size_t frames) noexcept {
+    if (ring_->expect(frames))
+        roomMade_.signal();
     const TransportState::Value transport = transport_.get();
     std::size_t done = 0;
     while (done < frames) {
@@ -61,8 +62,7 @@ bool OutputStage::mayBegin(TransportState::Value transport, std::size_t frames) 
         roomMade_.signal();
     if (!block || block->epoch != transport.epoch || !transport.playing)
         return false;
-    if (ring_->frames() < std::min(frames, framesToBegin_) &&
-        ring_->finishedEpoch() != transport.epoch)
+    if (!ring_->isReadyFor(frames) && ring_->finishedEpoch() != transport.epoch)
         return false;
     heardEpoch_ = transport.epoch;
     fadeStep_ = 1;

@@ -35,13 +35,13 @@ class OutputStage {
         Pass next;
     };
 
-    /// `roomMade` is signalled when frames have been taken, `segmentEnded` at each boundary and at
-    /// the end of the segment.
+    /// `roomMade` is signalled when frames have been taken or more are wanted, `segmentEnded` at
+    /// each boundary and at the end of the segment.
     OutputStage(const TransportState& transport, WakeUp& roomMade, WakeUp& segmentEnded);
 
-    /// Takes frames from `ring` from now on; what was playing is cut off. A segment begins once
-    /// `framesToBegin` frames of it are ready, or a whole request if that is less.
-    void attach(RenderRing& ring, int sampleRateHz, std::size_t framesToBegin);
+    /// Takes frames from `ring` from now on; what was playing is cut off. A segment begins once a
+    /// whole request of it is ready.
+    void attach(RenderRing& ring, int sampleRateHz);
 
     void render(float* stereo, std::size_t frames) noexcept;
 
@@ -77,7 +77,6 @@ class OutputStage {
     WakeUp& roomMade_;
     WakeUp& segmentEnded_;
     RenderRing* ring_ = nullptr;
-    std::size_t framesToBegin_ = 0;
     int sampleRateHz_ = 0;
     std::optional<Fade> fade_;
     PlayheadLog log_;

@@ -15,11 +15,20 @@ namespace ambrel {
 /// them. Neither ever waits.
 class RenderRing {
   public:
-    /// Holds `frames` frames of the current epoch and as many of a dropped one.
-    explicit RenderRing(std::size_t frames) : blocks_(2 * (frames / RenderBlock::capacity + 2)) {}
+    /// The most frames kept for one request: as many as PipeWire's longest cycle has.
+    static constexpr std::size_t largestRequest = 8'192;
+
+    /// `margin`: frames kept besides.
+    explicit RenderRing(std::size_t margin)
+        : margin_(margin), blocks_(2 * ((largestRequest + margin) / RenderBlock::capacity + 2)) {}
 
     /// @name The render thread's side
     /// @{
+
+    /// How many frames to keep in the ring.
+    std::size_t wanted() const noexcept {
+        return request_.load(std::memory_order_relaxed) + margin_;
+    }
 
     bool hasRoom() const noexcept { return blocks_.write_available() > 0; }
 
@@ -63,6 +72,34 @@ class RenderRing {
                                         popped_.load(std::memory_order_relaxed));
     }
 
+    /// For a device that is about to ask: keeps `request` frames for a request, or as many as the
+    /// latest asked for; the most at first, as a first request tells little of those that follow.
+    /// While the callback does not run.
+    void begin(std::size_t request) noexcept {
+        least_ = largest_ = std::min(request, largestRequest);
+        requests_ = 0;
+        request_.store(largestRequest, std::memory_order_relaxed);
+    }
+
+    /// Notes a request. True if more frames are wanted than before.
+    bool expect(std::size_t frames) noexcept {
+        const std::size_t before = request_.load(std::memory_order_relaxed);
+        largest_ = std::max(largest_, std::min(frames, largestRequest));
+        std::size_t request = std::max(before, largest_);
+        if (++requests_ == requestsPerStretch) {
+            request = largest_;
+            largest_ = least_;
+            requests_ = 0;
+        }
+        request_.store(request, std::memory_order_relaxed);
+        return request > before;
+    }
+
+    /// Whether a request for so many frames, or the most that are kept, can be met.
+    bool isReadyFor(std::size_t frames) const noexcept {
+        return this->frames() >= std::min(frames, largestRequest);
+    }
+
     /// @}
 
     /// Frames of this epoch in the ring. Either side.
@@ -81,6 +118,15 @@ class RenderRing {
     }
 
   private:
+    /// What the largest of so many asked for is kept for as many more.
+    static constexpr int requestsPerStretch = 8;
+
+    const std::size_t margin_;
+    std::atomic<std::size_t> request_{largestRequest}; ///< frames kept for one
+    // Used by the callback only.
+    std::size_t least_ = 0;   ///< to be kept
+    std::size_t largest_ = 0; ///< of the latest requests, or that
+    int requests_ = 0;        ///< how many those are
     boost::lockfree::spsc_queue<RenderBlock> blocks_;
     std::atomic<std::uint64_t> pushed_{0};
     std::atomic<std::uint64_t> popped_{0};

@@ -8,11 +8,11 @@
 
 namespace ambrel {
 
-RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead)
-    : wiring_(std::move(wiring)), sampleRateHz_(sampleRateHz), framesAhead_(framesAhead),
-      ring_(framesAhead), source_(wiring_.cache, sampleRateHz),
-      timePitch_(sampleRateHz, wiring_.ending), equaliser_(sampleRateHz), fade_(sampleRateHz),
-      limiter_(sampleRateHz), held_(limiter_.lookAhead() + 2), thread_([this] { run(); }) {}
+RenderThread::RenderThread(Wiring wiring, int sampleRateHz, std::size_t margin)
+    : wiring_(std::move(wiring)), sampleRateHz_(sampleRateHz), ring_(margin),
+      source_(wiring_.cache, sampleRateHz), timePitch_(sampleRateHz, wiring_.ending),
+      equaliser_(sampleRateHz), fade_(sampleRateHz), limiter_(sampleRateHz),
+      held_(limiter_.lookAhead() + 2), thread_([this] { run(); }) {}
 
 RenderThread::~RenderThread() {
     ending_ = true;
@@ -142,7 +142,7 @@ double RenderThread::framesOwed() noexcept {
 std::size_t RenderThread::room() const noexcept {
     if (wiring_.demand)
         return RenderBlock::capacity;
-    const std::size_t target = framesAhead_ + limiter_.lookAhead();
+    const std::size_t target = ring_.wanted() + limiter_.lookAhead();
     const std::size_t made = ring_.framesOf(epoch_) + limiter_.waiting() + block_.frames;
     return target > made ? target - made : 0;
 }

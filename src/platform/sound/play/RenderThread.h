@@ -39,7 +39,7 @@ struct SoundSettings {
 /// sleeps while the ring is full, frames are missing, or nothing plays. Blocks are held back until
 /// the limiter has seen what comes after them. Owned by the graph.
 ///
-/// Driven by a device, it keeps a fixed number of frames ready. Offline, it stops at the block that
+/// Driven by a device, it keeps the next request ready. Offline, it stops at the block that
 /// meets the demand, and renders only once the cache has everything wanted, so that the result does
 /// not depend on the speed of disk or machine.
 ///
@@ -58,9 +58,9 @@ class RenderThread {
         std::stop_token ending;                 ///< stops the warm-up
     };
 
-    /// Allocates, warms up the stretchers and starts the thread. `framesAhead`: frames kept ready
-    /// when driven by a device.
-    RenderThread(Wiring wiring, int sampleRateHz, std::size_t framesAhead);
+    /// Allocates, warms up the stretchers and starts the thread. `margin`: frames kept ready beyond
+    /// the device's next request.
+    RenderThread(Wiring wiring, int sampleRateHz, std::size_t margin);
     ~RenderThread();
 
     RenderRing& ring() noexcept { return ring_; }
@@ -86,7 +86,6 @@ class RenderThread {
 
     Wiring wiring_;
     int sampleRateHz_;
-    std::size_t framesAhead_;
     RenderRing ring_;
     RunSource source_;
     TimePitchUnit timePitch_;
