@@ -36,7 +36,7 @@ QString spokenTime(double seconds) {
     const std::int64_t rest = total % 60000;
     QStringList parts;
     if (total >= 60000)
-        parts << counted(double(total / 60000), "minute");
+        parts << counted(std::floor(double(total) / 60000), "minute");
     if (rest > 0 || parts.isEmpty())
         parts << counted(double(rest) / 1000, "second");
     return parts.join(QLatin1Char(' '));
