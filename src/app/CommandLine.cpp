@@ -17,7 +17,7 @@ const QString kHelp = QStringLiteral("Usage: ambrel [--new-window] [FILE]\n"
 QUrl fileURL(const QString& argument, const QString& folder) {
     if (argument.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) {
         QUrl url(argument);
-        if (url.toLocalFile().startsWith(QLatin1Char('/')))
+        if (url.path().startsWith(QLatin1Char('/')))
             return url;
     }
     // Not by QDir, to which a path that begins with a colon is absolute: the program's own

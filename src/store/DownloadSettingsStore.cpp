@@ -22,7 +22,7 @@ DownloadSettingsStore& DownloadSettingsStore::shared() {
 QUrl DownloadSettingsStore::downloadDirectory() const {
     const auto path = defaults_.string(kDirectoryKey);
     if (path && !path->isEmpty())
-        return QUrl::fromLocalFile(*path);
+        return storedFile(*path);
     return QUrl::fromLocalFile(QDir::home().filePath(QStringLiteral("Downloads")));
 }
 

@@ -24,7 +24,7 @@ QList<QUrl> RecentFilesStore::all() const {
     QList<QUrl> files;
     const QStringList paths = defaults_.strings(kRecentFilesKey).value_or(QStringList());
     for (const QString& path : paths.first(std::min(paths.size(), kMostRecentFiles)))
-        files << QUrl::fromLocalFile(path);
+        files << storedFile(path);
     return files;
 }
 

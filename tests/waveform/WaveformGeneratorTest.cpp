@@ -87,6 +87,16 @@ class WaveformGeneratorTest : public QObject {
         }
     }
 
+    /// Working through it as silence would take hours.
+    void aGapCostsNothing() {
+        const auto phrase = media_.wav("phrase.wav", MediaMaker::phrase(2, 8000, 1));
+        const auto path = media_.encode(phrase, "years.mka",
+                                        {u"-af"_qs, u"asetpts='PTS+gte(PTS,9000)*8000*3e7'"_qs});
+        const std::vector<float> peaks = extract(path);
+        QCOMPARE(peaks.size(), std::size_t(363));
+        QVERIFY(peaks.front() > 0 && peaks[180] == 0 && peaks.back() > 0);
+    }
+
   private:
     MediaMaker media_;
 };

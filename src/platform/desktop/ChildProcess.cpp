@@ -108,6 +108,8 @@ ChildProcess::Outcome ChildProcess::wait(const std::stop_token& stop, WrittenFil
     const std::stop_callback onStop(stop, [wake = stopped.number()] { ::eventfd_write(wake, 1); });
     auto nextLook = Clock::now();
     while (reports_.isOpen()) {
+        if (!control_.isOpen())
+            ::kill(supervisor_, SIGCONT); // the program may have suspended it
         std::array<pollfd, 5> watched = {{{output_.pipe.number(), POLLIN, 0},
                                           {errors_.pipe.number(), POLLIN, 0},
                                           {reports_.number(), POLLIN, 0},

@@ -108,8 +108,9 @@ class ChildProcessTest : public QObject {
     void stoppingEndsEverything() {
         Run run;
         const Outcome outcome = run.stoppedWhenReady(
-            "trap '' TERM\nsetsid sh -c 'trap \"\" TERM; echo $$ > child; touch ready; sleep 100' "
-            "&\necho $$ > self\nsleep 100; sleep 100");
+            "trap '' TERM; kill -STOP $PPID\n"
+            "setsid sh -c 'trap \"\" TERM; echo $$ > child; touch ready; sleep 100' &\n"
+            "echo $$ > self\nsleep 100; sleep 100");
         QVERIFY(run.ending.elapsed() < 900);
         QVERIFY(outcome.wasStopped);
         QVERIFY(run.isGone("self") && run.isGone("child"));
