@@ -27,9 +27,12 @@ void sum(const std::vector<float>& weights, const float* stereo, float* frame) n
 
 } // namespace
 
+std::int64_t Decimation::factorAt(int sampleRateHz) noexcept {
+    return std::max<std::int64_t>(1, std::llround(sampleRateHz / lowRateHz));
+}
+
 Decimation::Decimation(int sampleRateHz)
-    : factor_(std::max<std::int64_t>(1, std::llround(sampleRateHz / lowRateHz))),
-      raising_(static_cast<std::size_t>(factor_)) {
+    : factor_(factorAt(sampleRateHz)), raising_(static_cast<std::size_t>(factor_)) {
     double sum = 0;
     std::vector<double> filter;
     for (std::int64_t i = -reach(); i <= reach(); ++i) {

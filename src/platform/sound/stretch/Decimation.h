@@ -14,6 +14,7 @@ class Decimation {
     explicit Decimation(int sampleRateHz);
 
     /// Frames of the sound in a frame at the lower rate.
+    static std::int64_t factorAt(int sampleRateHz) noexcept;
     std::int64_t factor() const noexcept { return factor_; }
 
     /// How many frames on either side a frame is made of: at the lower rate, and of the sound.

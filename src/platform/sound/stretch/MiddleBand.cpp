@@ -34,14 +34,21 @@ Spectrum::Bin between(Spectrum::Bin from, Spectrum::Bin to, float part) {
     return std::polar(std::lerp(std::abs(from), std::abs(to), part), std::arg(from) + part * turn);
 }
 
+int lowRateAt(int sampleRateHz) {
+    return sampleRateHz / static_cast<int>(Decimation::factorAt(sampleRateHz));
+}
+
 } // namespace
 
-MiddleBand::MiddleBand(RunInput& input, int sampleRateHz, const std::stop_token& stop)
-    : input_(input), decimation_(sampleRateHz),
-      lowRateHz_(sampleRateHz / static_cast<int>(decimation_.factor())),
+MiddleBand::Stretchers::Stretchers(int sampleRateHz, const std::stop_token& stop)
+    : normal(lowRateAt(sampleRateHz), stop, Stretcher::Windows::Short, Stretcher::Pitch::Normal),
+      transposing(lowRateAt(sampleRateHz), stop, Stretcher::Windows::Short) {}
+
+MiddleBand::MiddleBand(RunInput& input, Stretchers& stretchers, int sampleRateHz)
+    : input_(input), decimation_(sampleRateHz), lowRateHz_(lowRateAt(sampleRateHz)),
       lateFrames_(static_cast<std::size_t>(lateSeconds * sampleRateHz)),
-      settleFrames_(std::llround(settleSeconds * sampleRateHz)),
-      stretcher_(lowRateHz_, stop, Stretcher::Windows::Short), spectrum_(lowRateHz_, windowFrames),
+      settleFrames_(std::llround(settleSeconds * sampleRateHz)), stretchers_(stretchers),
+      spectrum_(lowRateHz_, windowFrames),
       whole_(static_cast<std::size_t>(decimation_.factor()) * 2 * windowFrames),
       middle_(4 * windowFrames), reduced_(2 * windowFrames),
       correction_(static_cast<std::size_t>(decimation_.factor()) * windowFrames),
@@ -101,11 +108,12 @@ void MiddleBand::follow(const TimeMap& map, std::int64_t mapped, std::int64_t fe
 void MiddleBand::start(const TimeMap& map, std::int64_t mapped) {
     const std::int64_t factor = decimation_.factor();
     isRunning_ = true;
-    stretcher_.reset(rate_, cents_);
-    startDelay_ = static_cast<double>(stretcher_.startDelay());
+    stretcher_ = cents_ == 0 ? &stretchers_.normal : &stretchers_.transposing;
+    stretcher_->reset(rate_, cents_);
+    startDelay_ = static_cast<double>(stretcher_->startDelay());
     const double lateSeconds = inputLateSeconds / rate_ - outputEarlySeconds;
-    stretcher_.discard(std::llround(startDelay_ + lateSeconds * lowRateHz_));
-    fed_ = mapped - static_cast<std::int64_t>(stretcher_.pad()) * factor;
+    stretcher_->discard(std::llround(startDelay_ + lateSeconds * lowRateHz_));
+    fed_ = mapped - static_cast<std::int64_t>(stretcher_->pad()) * factor;
     begun_ = map.outputAt(static_cast<double>(mapped)) / static_cast<double>(factor);
     middleFirst_ = std::llround(begun_);
     middle_.restart(middleFirst_);
@@ -118,15 +126,15 @@ void MiddleBand::feed(const TimeMap& map) {
     input_.copyRest(fed_ - decimation_.reach(), stereo_.data(),
                     static_cast<std::size_t>(step + 2 * decimation_.reach()));
     decimation_.reduce(stereo_.data(), low.data(), Stretcher::feedFrames);
-    stretcher_.feed(low.data());
+    stretcher_->feed(low.data());
     fed_ += step;
     const auto centre =
-        static_cast<double>(fed_ - static_cast<std::int64_t>(stretcher_.pad()) * factor);
+        static_cast<double>(fed_ - static_cast<std::int64_t>(stretcher_->pad()) * factor);
     const double due = map.outputAt(centre) / static_cast<double>(factor) - begun_;
     if (due > 0)
-        stretcher_.correct(startDelay_ + due - stretcher_.committed());
+        stretcher_->correct(startDelay_ + due - stretcher_->committed());
     std::array<float, 128> made;
-    while (const std::size_t frames = stretcher_.take(made.data(), made.size() / 2))
+    while (const std::size_t frames = stretcher_->take(made.data(), made.size() / 2))
         middle_.add(made.data(), frames);
 }
 

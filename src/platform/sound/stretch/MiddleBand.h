@@ -26,8 +26,15 @@ namespace ambrel {
 /// One of each stretching voice; render thread only. Allocates in the constructor only.
 class MiddleBand {
   public:
-    /// As for Stretcher.
-    MiddleBand(RunInput& input, int sampleRateHz, const std::stop_token& stop);
+    /// The second stretchers, of which the pitch decides. Voices may share them, as only one at a
+    /// time is so far that frames are ahead.
+    struct Stretchers {
+        /// As for Stretcher.
+        Stretchers(int sampleRateHz, const std::stop_token& stop);
+        Stretcher normal, transposing;
+    };
+
+    MiddleBand(RunInput& input, Stretchers& stretchers, int sampleRateHz);
 
     /// Begins anew: the next frame added is output frame `first`. Frames are gathered at once or
     /// only after a while.
@@ -81,7 +88,8 @@ class MiddleBand {
     int lowRateHz_;
     std::size_t lateFrames_;
     std::int64_t settleFrames_;
-    Stretcher stretcher_;
+    Stretchers& stretchers_;
+    Stretcher* stretcher_ = nullptr; ///< the one in use
     Spectrum spectrum_;
 
     double rate_ = 1, cents_ = 0;

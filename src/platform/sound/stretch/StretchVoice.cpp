@@ -9,10 +9,12 @@
 
 namespace ambrel {
 
-StretchVoice::StretchVoice(RunInput& input, const FrameHistory& heard, int sampleRateHz,
-                           const std::stop_token& stop)
-    : input_(input), heard_(heard), dropped_(comparedFrames), stretcher_(sampleRateHz, stop),
-      middle_(input, sampleRateHz, stop), restorer_(input, sampleRateHz), attacks_(input),
+StretchVoice::StretchVoice(RunInput& input, const FrameHistory& heard,
+                           MiddleBand::Stretchers& middle, int sampleRateHz,
+                           const std::stop_token& stop, Stretcher::Pitch pitch)
+    : input_(input), heard_(heard), dropped_(comparedFrames),
+      stretcher_(sampleRateHz, stop, Stretcher::Windows::Several, pitch),
+      middle_(input, middle, sampleRateHz), restorer_(input, sampleRateHz), attacks_(input),
       fadeOut_(static_cast<double>(Fade::framesAt(sampleRateHz) + blockFrames)) {}
 
 void StretchVoice::begin(std::int64_t first, double rate, double cents, std::size_t lead) {
@@ -37,7 +39,7 @@ void StretchVoice::begin(std::int64_t first, double rate, double cents, std::siz
 void StretchVoice::set(double rate, double cents) {
     if (rate == rate_ && cents == cents_)
         return;
-    if (middle_.isAhead()) {
+    if (middle_.isAhead() || (cents != cents_ && !canTranspose())) {
         isOutdated_ = true;
         return;
     }

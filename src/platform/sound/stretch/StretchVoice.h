@@ -18,11 +18,13 @@ namespace ambrel {
 class StretchVoice final : public Voice {
   public:
     /// As for Stretcher. `heard`: at least the last comparedFrames frames rendered.
-    StretchVoice(RunInput& input, const FrameHistory& heard, int sampleRateHz,
-                 const std::stop_token& stop);
+    StretchVoice(RunInput& input, const FrameHistory& heard, MiddleBand::Stretchers& middle,
+                 int sampleRateHz, const std::stop_token& stop, Stretcher::Pitch pitch);
 
     /// Frames compared to find out how much it sounds like what is heard.
     static constexpr std::size_t comparedFrames = 512;
+
+    bool canTranspose() const noexcept { return stretcher_.canTranspose(); }
 
     /// Half the analysis window, in input frames.
     std::size_t pad() const noexcept { return stretcher_.pad(); }
@@ -38,8 +40,9 @@ class StretchVoice final : public Voice {
     /// The input frame from which on a change of speed is heard.
     std::int64_t reached() const noexcept { return mapped_; }
 
-    /// If more has been made ahead than a change may be late, that does not change: the voice is
-    /// outdated. A rate that would not leave enough of the run for its fade-out is not reached.
+    /// If more has been made ahead than a change may be late, or the voice cannot transpose, it
+    /// stays as it is, and is outdated. A rate that would not leave enough of the run for its
+    /// fade-out is not reached.
     void set(double rate, double cents) override;
     /// Follows the waveform of what is heard if that has the same speed and pitch.
     std::optional<double> lineUp(double position, std::size_t frames, double mostInput) override;

@@ -11,21 +11,25 @@ namespace {
 
 using RubberBand::RubberBandStretcher;
 
-/// The default pitch option clicks when the pitch crosses 0 cents.
-constexpr RubberBandStretcher::Options options =
-    RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionEngineFiner |
-    RubberBandStretcher::OptionPitchHighConsistency | RubberBandStretcher::OptionChannelsTogether;
+constexpr RubberBandStretcher::Options options = RubberBandStretcher::OptionProcessRealTime |
+                                                 RubberBandStretcher::OptionEngineFiner |
+                                                 RubberBandStretcher::OptionChannelsTogether;
 
 /// With the smaller windows that the engine (3.1) takes for lower rates, it reads beyond the
 /// largest when sound is both sped up and transposed down: its hops are then too long for it.
 constexpr int lowestHz = 33'000;
 
-std::unique_ptr<RubberBandStretcher> makeEngine(int sampleRateHz, Stretcher::Windows windows) {
+std::unique_ptr<RubberBandStretcher> makeEngine(int sampleRateHz, Stretcher::Windows windows,
+                                                Stretcher::Pitch pitch) {
+    // The others click when the pitch crosses 0 cents, but do not resample at 0 cents.
+    const int pitchOption = pitch == Stretcher::Pitch::Any
+                                ? RubberBandStretcher::OptionPitchHighConsistency
+                                : RubberBandStretcher::OptionPitchHighSpeed;
     const bool isShort = windows == Stretcher::Windows::Short;
     const int hz = std::clamp(sampleRateHz, isShort ? 8000 : lowestHz, 192'000);
     return std::make_unique<RubberBandStretcher>(
         static_cast<std::size_t>(hz), 2,
-        isShort ? options | RubberBandStretcher::OptionWindowShort : options);
+        options | pitchOption | (isShort ? RubberBandStretcher::OptionWindowShort : 0));
 }
 
 /// The engine works in hops, so it is ahead of the exact position by up to one. The largest lag
@@ -40,8 +44,9 @@ constexpr double weakestCorrection = 0.01;
 
 } // namespace
 
-Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop, Windows windows)
-    : sampleRateHz_(sampleRateHz), engine_(makeEngine(sampleRateHz, windows)) {
+Stretcher::Stretcher(int sampleRateHz, const std::stop_token& stop, Windows windows, Pitch pitch)
+    : sampleRateHz_(sampleRateHz), pitch_(pitch),
+      engine_(makeEngine(sampleRateHz, windows, pitch)) {
     engine_->setMaxProcessSize(feedFrames);
     pad_ = (engine_->getPreferredStartPad() + feedFrames - 1) / feedFrames * feedFrames;
     warmUp(stop);
@@ -53,14 +58,18 @@ void Stretcher::warmUp(const std::stop_token& stop) {
     double phase = 0;
     for (const double rate : {1.0, minRate, maxRate}) {
         for (const double cents : {0.0, -maxCents, maxCents}) {
+            if (cents != 0 && !canTranspose())
+                continue;
             reset(rate, cents);
             feedSine(phase, stop);
         }
     }
-    // While running: that is when the engine's resampler starts to retain sound.
-    setCents(-maxCents);
-    feedSine(phase, stop);
-    measureKept();
+    if (canTranspose()) {
+        // While running: that is when the engine's resampler starts to retain sound.
+        setCents(-maxCents);
+        feedSine(phase, stop);
+        measureKept();
+    }
     reset(1, 0);
 }
 

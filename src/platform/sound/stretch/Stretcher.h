@@ -31,9 +31,11 @@ class Stretcher {
     /// Several: by frequency, as the engine chooses them. Short: one window of about 1,024 frames,
     /// which suits rates of about 15 kHz.
     enum class Windows { Several, Short };
+    /// Normal: 0 cents for ever. Nothing is resampled, which saves a quarter of the work.
+    enum class Pitch { Normal, Any };
 
     explicit Stretcher(int sampleRateHz, const std::stop_token& stop = {},
-                       Windows windows = Windows::Several);
+                       Windows windows = Windows::Several, Pitch pitch = Pitch::Any);
     ~Stretcher();
 
     /// Half the analysis window in frames: input to feed before the first frame meant to be heard.
@@ -49,6 +51,7 @@ class Stretcher {
 
     void setRate(double rate);
     void setCents(double cents);
+    bool canTranspose() const noexcept { return pitch_ == Pitch::Any; }
 
     /// Feeds feedFrames interleaved stereo frames.
     void feed(const float* stereo);
@@ -77,6 +80,7 @@ class Stretcher {
     static constexpr std::size_t takeFrames = 256;
 
     int sampleRateHz_;
+    Pitch pitch_;
     std::unique_ptr<RubberBand::RubberBandStretcher> engine_;
     std::size_t pad_ = 0;
     double rate_ = 1;

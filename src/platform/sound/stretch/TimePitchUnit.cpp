@@ -35,10 +35,16 @@ constexpr int mostLagMs = 3;
 } // namespace
 
 TimePitchUnit::TimePitchUnit(int sampleRateHz, const std::stop_token& stop)
-    : sampleRateHz_(sampleRateHz), stretchers_{StretchVoice(input_, heard_, sampleRateHz, stop),
-                                               StretchVoice(input_, heard_, sampleRateHz, stop)},
+    : sampleRateHz_(sampleRateHz),
+      middle_(sampleRateHz, stop), stretchers_{voice(Stretcher::Pitch::Normal, stop),
+                                               voice(Stretcher::Pitch::Any, stop),
+                                               voice(Stretcher::Pitch::Any, stop)},
       input_(8 * stretchers_[0].pad() + 2 * framesIn(takeOverFadeMs), stretchers_[0].pad()),
       heard_(BypassVoice::comparedFrames), bypass_(input_, heard_, framesIn(mostLagMs)) {}
+
+StretchVoice TimePitchUnit::voice(Stretcher::Pitch pitch, const std::stop_token& stop) {
+    return StretchVoice(input_, heard_, middle_, sampleRateHz_, stop, pitch);
+}
 
 std::size_t TimePitchUnit::framesIn(int ms) const noexcept {
     return std::max<std::size_t>(1, std::size_t(sampleRateHz_) * std::size_t(ms) / 1000);
@@ -61,8 +67,10 @@ void TimePitchUnit::begin(FrameInput& source) {
         bypass_.begin();
         current_ = &bypass_;
     } else {
-        stretchers_[0].begin(0, rate_, cents_, leadFrames);
-        current_ = &stretchers_[0];
+        current_ = &bypass_;
+        StretchVoice& first = spare();
+        first.begin(0, rate_, cents_, leadFrames);
+        current_ = &first;
     }
 }
 
@@ -109,22 +117,28 @@ void TimePitchUnit::setVoices() {
     current_->set(rate, cents_);
     if (!next_)
         return;
-    const bool isLater = next_ == &spare() && current_ != &bypass_ &&
-                         static_cast<double>(spare().reached()) >= position();
+    const auto* stretched = dynamic_cast<StretchVoice*>(next_);
+    const bool isLater = stretched && current_ != &bypass_ &&
+                         static_cast<double>(stretched->reached()) >= position();
     next_->set(isFading_ || isLater ? rate : current_->rate(),
                isFading_ ? cents_ : current_->cents());
 }
 
+/// One that may take over: it begins like the current voice.
 StretchVoice& TimePitchUnit::spare() noexcept {
-    return stretchers_[current_ == &stretchers_[0] ? 1 : 0];
+    const bool isNormal = current_->cents() == 0 && cents_ == 0;
+    return *std::ranges::find_if(stretchers_, [&](const StretchVoice& voice) {
+        return &voice != current_ && (isNormal || voice.canTranspose());
+    });
 }
 
 void TimePitchUnit::chooseNext() {
     const bool isBypassed = current_ == &bypass_;
     if (isBypassed ? !isNeutral() : current_->isOutdated()) {
-        spare().begin(static_cast<std::int64_t>(position()) - settleFrames, current_->rate(),
-                      current_->cents());
-        next_ = &spare();
+        StretchVoice& voice = spare();
+        voice.begin(static_cast<std::int64_t>(position()) - settleFrames, current_->rate(),
+                    current_->cents());
+        next_ = &voice;
         fadeFrames_ = framesIn(takeOverFadeMs);
     } else if (!isBypassed && neutralFor_ >= framesIn(neutralMs) &&
                framesLeft() > static_cast<std::int64_t>(framesIn(returnBeforeEndMs))) {

@@ -67,13 +67,15 @@ class TimePitchUnit {
     bool isNeutral() const noexcept { return rate_ == 1 && cents_ == 0; }
     void setVoices();
     StretchVoice& spare() noexcept;
+    StretchVoice voice(Stretcher::Pitch pitch, const std::stop_token& stop);
     void chooseNext();
     void lineUp(std::size_t frames);
     void fade(float* stereo, std::size_t frames);
     std::size_t framesIn(int ms) const noexcept;
 
     int sampleRateHz_;
-    std::array<StretchVoice, 2> stretchers_;
+    MiddleBand::Stretchers middle_;
+    std::array<StretchVoice, 3> stretchers_; ///< the first is the one for the normal pitch
     RunInput input_;
     FrameHistory heard_;
     BypassVoice bypass_;
