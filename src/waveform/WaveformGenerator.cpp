@@ -52,10 +52,11 @@ class Reduction {
         if (file.sampleRate() != rate_ || file.length() != length_) {
             return;
         }
+        std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
         for (std::size_t part; (part = next_++) < parts_.size() && !ending_;) {
             const auto start = static_cast<std::int64_t>(part) * partLength_;
-            parts_[part].isWhole =
-                reduce(file, start, std::min(start + partLength_, length_), parts_[part].means);
+            parts_[part].isWhole = reduce(file, start, std::min(start + partLength_, length_),
+                                          frames, parts_[part].means);
         }
     }
 
@@ -99,8 +100,8 @@ class Reduction {
     /// Reduces the frames to means, the last one perhaps of a partial bucket. Stops where the file
     /// stops decoding, and after the read during which `ending_` became true: a bucket of a long
     /// file takes many reads. Returns whether all frames were read.
-    bool reduce(AudioFile& file, std::int64_t at, std::int64_t end, std::vector<float>& means) {
-        std::vector<float> frames(static_cast<std::size_t>(framesPerRead));
+    bool reduce(AudioFile& file, std::int64_t at, std::int64_t end, std::vector<float>& frames,
+                std::vector<float>& means) {
         float sum = 0.0F;
         std::int64_t count = 0;
         const auto take = [&](const float* samples, std::int64_t left) { // null: silence
