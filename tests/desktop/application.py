@@ -25,7 +25,7 @@ class Application:
     def __init__(self, desktop, *arguments, home=None):
         """`home` is another run's, to come back to what that one stored."""
         self.home = home or desktop.fresh_home()
-        self._found = {}
+        self._desktop, self._found = desktop, {}
         self._log = tempfile.TemporaryFile("w+", dir=desktop.folder)
         self.process = desktop.spawn(str(PROGRAM), *map(str, arguments), env=self.home,
                                      stdin=subprocess.DEVNULL, stdout=self._log, stderr=self._log)
@@ -163,6 +163,20 @@ class Application:
                 steps += ["mousemove", round(x1 + (x2 - x1) * step / 8),
                           round(y1 + (y2 - y1) * step / 8)]
         _xdotool(*steps, "mouseup", 1)
+
+    def drop(self, *dragged):
+        """Drags files, or a text, onto the middle of the window, from another program's."""
+        self.wait_for_window()
+        x, y, width, height = extents(self.wait_for(role="frame", name="Ambrel"))
+        source = self._desktop.spawn(str(PROGRAM.parent.parent / "tests" / "DragSource"), *map(str, dragged))
+        wait_until(lambda: subprocess.run(
+            ["xdotool", "search", "--onlyvisible", "--pid", str(source.pid)],
+            capture_output=True).stdout, "what can be dragged")
+        steps = ["mousemove", 10, 10, "mousedown", 1, "mousemove", 30, 30]
+        for distance in 4, 2, 1:  # as slowly as a hand: each step is answered by the window
+            steps += ["sleep", 0.2, "mousemove", x + width // 2 - distance, y + height // 2]
+        _xdotool(*steps, "sleep", 0.2, "mouseup", 1)
+        wait_until(lambda: source.poll() is not None, "the end of the drag")
 
     def mark(self, start_s, end_s):
         """Drags over the waveform of the whole file; the region it got, (start, end) in seconds."""

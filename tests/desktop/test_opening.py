@@ -61,6 +61,19 @@ class OpeningTest(Scenario):
         program.wait_until_loaded()
         program.wait_for(name=path.name)
 
+    def test_what_is_dropped_opens(self):
+        text, song = self.folder / "notes.txt", write_wav(self.folder / "dropped.wav", tone(440, 0.5))
+        text.write_text("No music in here.")
+        program = self.start()
+        program.wait_for(name="Open File…")
+        program.drop(text, song)
+        program.wait_until_loaded()
+        program.wait_for(name=song.name)
+        address = "https://example.org/a%20b?c=d"
+        program.drop(address)
+        field = program.wait_for(name="URL", role="text")
+        wait_until(lambda: field.get_text(0, 99) == address, "the address in the sheet")
+
 
 if __name__ == "__main__":
     unittest.main()
