@@ -78,7 +78,7 @@ class HoleCounter:
         threading.Thread(target=self._listen, daemon=True).start()
 
     def _listen(self):
-        was_quiet = False
+        was_quiet = True  # until the recording begins
         while block := self._process.stdout.read(4 * HOLE_FRAMES):
             is_quiet = np.abs(np.frombuffer(block, "<f4")).max() < QUIET
             if is_quiet and not was_quiet:
