@@ -89,7 +89,7 @@ class Application:
         hidden = wanted.get("role") == "menu item"
         key = tuple(wanted.items())
         last = self._found.get(key)
-        if last and (hidden or is_showing(last)) and _matches(last, wanted):
+        if last and (hidden or has_state(last, "SHOWING")) and _matches(last, wanted):
             return last
         self._found[key] = next((control for control in self.controls(hidden)
                                  if _matches(control, wanted)), None)
@@ -216,7 +216,10 @@ def extents(control):
 
 
 def has_state(control, state):
-    return control.get_state_set().contains(getattr(Atspi.StateType, state))
+    """False also for one that is gone."""
+    with contextlib.suppress(GLib.Error):
+        return control.get_state_set().contains(getattr(Atspi.StateType, state))
+    return False
 
 
 def actions(control):
@@ -229,13 +232,6 @@ def perform(control, action):
     control.do_action(actions(control).index(action))
 
 
-def is_showing(control):
-    """False also for one that is gone."""
-    with contextlib.suppress(GLib.Error):
-        return has_state(control, "SHOWING")
-    return False
-
-
 def _below(control, hidden):
     for index in range(control.get_child_count()):
         child = control.get_child_at_index(index)
@@ -245,9 +241,12 @@ def _below(control, hidden):
 
 
 def _matches(control, wanted):
+    """Not one that is gone."""
     found = {"name": control.get_name, "role": control.get_role_name,
              "description": control.get_description, "group": lambda: control.get_parent().get_name()}
-    return all(found[key]() == value for key, value in wanted.items())
+    with contextlib.suppress(GLib.Error):
+        return all(found[key]() == value for key, value in wanted.items())
+    return False
 
 
 def _seconds(text):

@@ -50,11 +50,11 @@ def has(state, is_there, **control):
 
 def opened(**window):
     """And closed again."""
-    from application import is_showing
+    from application import has_state
     found = []
 
     def is_over(program, _):
-        if found and not is_showing(found[0]):
+        if found and not has_state(found[0], "SHOWING"):
             return True
         if control := found[0] if found else program.find(**window):
             found[:] = [control]
