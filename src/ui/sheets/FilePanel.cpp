@@ -4,6 +4,7 @@
 #include <future>
 #include <thread>
 
+#include <QApplication>
 #include <QDir>
 
 namespace ambrel {
@@ -38,6 +39,15 @@ FilePanel::FilePanel(const QString& title, const QUrl& folder, QWidget* parent)
         if (!urls.isEmpty() && urls.first().isLocalFile())
             Q_EMIT chosen(urls.first());
     });
+}
+
+// Return reaches the field for the name first, and closes the dialog with the list of completions
+// still open. While a list is, Qt overlooks that the window becomes active again: keys would do
+// what they should, but nothing would have the focus for a screen reader.
+void FilePanel::done(int result) {
+    if (QWidget* completions = QApplication::activePopupWidget())
+        completions->close();
+    QFileDialog::done(result);
 }
 
 } // namespace ambrel

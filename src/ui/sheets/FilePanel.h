@@ -14,6 +14,8 @@ class FilePanel : public QFileDialog {
     /// answer within 0.3 s.
     FilePanel(const QString& title, const QUrl& folder, QWidget* parent);
 
+    void done(int result) override;
+
   Q_SIGNALS:
     void chosen(const QUrl& url);
 };
