@@ -24,6 +24,7 @@ const QColor endColour(255, 59, 48);
 const QColor outsideColour(128, 128, 128, 102); // 40 % opaque
 const QColor playheadEdgeColour(0, 0, 0, 140);
 constexpr double playheadEdgeWidth = 0.75; // points on either side
+constexpr double leastPlayheadStep = 0.25; // pixels of the screen; a shorter one is not seen
 
 constexpr double scrollFactor = 2;       // points of pan per point of scrolling
 constexpr double anglePerPoint = 8;      // angle units of a wheel that has no points
@@ -88,6 +89,9 @@ void WaveformNSView::setRegionEnd(double seconds) {
 }
 
 void WaveformNSView::setPlaybackPosition(double seconds) {
+    const double step = geometry().toX(seconds) - geometry().toX(playbackPosition_);
+    if (isPlaying_ && std::abs(step) * devicePixelRatioF() < leastPlayheadStep)
+        return;
     updatePlayhead();
     playbackPosition_ = seconds;
     updatePlayhead();

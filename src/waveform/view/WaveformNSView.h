@@ -37,7 +37,8 @@ class WaveformNSView : public QWidget {
     void setDuration(double seconds);
     void setRegionStart(double seconds);
     void setRegionEnd(double seconds);
-    /// Repaints two narrow strips while playing, otherwise nothing.
+    /// Repaints two narrow strips while playing, otherwise nothing. A play head that is shown moves
+    /// once it is a quarter of a pixel away.
     void setPlaybackPosition(double seconds);
     void setIsPlaying(bool playing); ///< whether the play head is shown
     void setZoomLevel(double zoom);
