@@ -30,6 +30,8 @@ std::pair<float, float> SyntheticFile::at(std::int64_t frame) const {
 }
 
 std::size_t SyntheticFile::read(std::int64_t first, std::span<float> out) noexcept {
+    readsBack += first < readTo_;
+    readTo_ = first + std::int64_t(out.size() / 2);
     const std::int64_t there = std::min(length_, brokenFrom) - first;
     const auto count =
         std::size_t(std::clamp<std::int64_t>(there, 0, std::int64_t(out.size() / 2)));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -33,12 +34,14 @@ class SyntheticFile final : public AudioFile {
 
     /// From this frame on the file no longer decodes.
     std::int64_t brokenFrom = INT64_MAX;
+    std::atomic<int> readsBack = 0; ///< that began before the last one's end
 
   private:
     std::filesystem::path path_ = "/synthetic";
     int sampleRateHz_;
     std::int64_t length_;
     Formula formula_;
+    std::atomic<std::int64_t> readTo_ = 0;
 };
 
 } // namespace ambrel::test

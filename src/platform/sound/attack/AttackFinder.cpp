@@ -113,36 +113,42 @@ void AttackFinder::takeApart(std::span<const float> stereo) {
 }
 
 /// Of the spectrum centred on `hop` hops into the file.
-AttackFinder::Powers AttackFinder::powersAt(std::int64_t hop) {
-    Powers powers(spectrum_.bins());
-    std::vector<Spectrum::Bin> bins(spectrum_.bins());
-    const auto at = std::size_t(hop * hop_ - std::int64_t(spectrum_.size()) / 2 - origin_);
-    for (const std::vector<float>& channel : channels_) {
-        spectrum_.forward(channel.data() + at, bins);
-        for (std::size_t i = 0; i < bins.size(); ++i)
-            powers[i] += std::norm(bins[i]);
-    }
-    return powers;
+const AttackFinder::Powers& AttackFinder::powersAt(std::int64_t hop) {
+    return powers_.at(hop, [&] {
+        Powers powers(spectrum_.bins());
+        std::vector<Spectrum::Bin> bins(spectrum_.bins());
+        const auto at = std::size_t(hop * hop_ - std::int64_t(spectrum_.size()) / 2 - origin_);
+        for (const std::vector<float>& channel : channels_) {
+            spectrum_.forward(channel.data() + at, bins);
+            for (std::size_t i = 0; i < bins.size(); ++i)
+                powers[i] += std::norm(bins[i]);
+        }
+        return powers;
+    });
+}
+
+/// As much as the powers of that spectrum add up to, about.
+double AttackFinder::energyAt(std::int64_t hop) {
+    return energies_.at(hop, [&] {
+        const auto size = std::int64_t(spectrum_.size());
+        const std::int64_t from = hop * hop_ - size / 2 - origin_;
+        double energy = 0;
+        for (const std::vector<float>& channel : channels_)
+            for (std::int64_t i = std::max<std::int64_t>(0, from);
+                 i < std::min(from + size, std::int64_t(channel.size())); ++i)
+                energy += double(channel[std::size_t(i)]) * channel[std::size_t(i)];
+        return energy * 3 / 8 * double(size) / 2;
+    });
 }
 
 /// For each hop, the peak of the energies around it and of those before, which fades.
-std::vector<double> AttackFinder::loudness(std::int64_t first, std::int64_t end) const {
+std::vector<double> AttackFinder::loudness(std::int64_t first, std::int64_t end) {
     const std::int64_t ahead = hopsIn(loudAhead), behind = hopsIn(loudBehind);
     const double fall =
         std::pow(10, -0.1 * loudFallDbPerMs * 1000 * double(hop_) / double(sampleRateHz_));
     std::vector<double> energies; // from first − behind − ahead on
-    const auto size = std::int64_t(spectrum_.size());
-    for (std::int64_t hop = first - behind - ahead; hop < end + ahead; ++hop) {
-        double energy = 0;
-        for (const std::vector<float>& channel : channels_) {
-            const std::int64_t from = hop * hop_ - size / 2 - origin_;
-            for (std::int64_t i = std::max<std::int64_t>(0, from);
-                 i < std::min(from + size, std::int64_t(channel.size())); ++i)
-                energy += double(channel[std::size_t(i)]) * channel[std::size_t(i)];
-        }
-        // As much as a spectrum's powers add up to.
-        energies.push_back(energy * 3 / 8 * double(spectrum_.size()) / 2);
-    }
+    for (std::int64_t hop = first - behind - ahead; hop < end + ahead; ++hop)
+        energies.push_back(energyAt(hop));
     std::vector<double> loudness;
     double loud = 0;
     for (std::int64_t hop = first - behind; hop < end; ++hop) {
@@ -162,7 +168,7 @@ std::vector<std::int64_t> AttackFinder::onsets(std::int64_t first, std::int64_t 
     const std::int64_t begin = first - hopsIn(apart) - peakHops;
     std::vector<Bands> energies; // from begin − from on
     for (std::int64_t hop = begin - from; hop < end + peakHops; ++hop) {
-        const Powers powers = powersAt(hop);
+        const Powers& powers = powersAt(hop);
         Bands& bands = energies.emplace_back();
         for (std::size_t band = 0; band < bands.size(); ++band)
             for (std::size_t i = spectrum_.bandEdges()[band]; i < spectrum_.bandEdges()[band + 1];

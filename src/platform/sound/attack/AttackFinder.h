@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -32,9 +33,11 @@ struct Attack {
 /// all of the last 46 ms; a steady tone, chord, swell or noise has none. In each bin of its
 /// spectra, only what exceeds the level before and after it is lifted out (a soft mask).
 ///
-/// One thread at a time.
+/// What has been worked out for a range is kept for the next: ranges that follow one another take a
+/// quarter of the time. One thread at a time.
 class AttackFinder {
   public:
+    /// For one file, of this rate.
     explicit AttackFinder(int sampleRateHz);
 
     /// Frames that find() must see before and after the range that it looks at.
@@ -52,12 +55,31 @@ class AttackFinder {
     /// Of one spectrum, summed over the channels.
     using Powers = std::vector<float>;
 
+    /// What was worked out for the hops asked for last; `Count` is a power of two.
+    template <typename Value, std::size_t Count> class Latest {
+      public:
+        template <typename WorkOut> const Value& at(std::int64_t hop, WorkOut workOut) {
+            Entry& entry = entries_[std::size_t(hop) % Count];
+            if (entry.hop != hop)
+                entry = {hop, workOut()};
+            return entry.value;
+        }
+
+      private:
+        struct Entry {
+            std::int64_t hop = std::numeric_limits<std::int64_t>::min();
+            Value value{};
+        };
+        std::vector<Entry> entries_ = std::vector<Entry>(Count);
+    };
+
     std::int64_t framesIn(double ms) const noexcept;
     std::int64_t hopsIn(double ms) const noexcept;
     void takeApart(std::span<const float> stereo);
-    Powers powersAt(std::int64_t hop);
+    const Powers& powersAt(std::int64_t hop);
+    double energyAt(std::int64_t hop);
     std::vector<std::int64_t> onsets(std::int64_t first, std::int64_t end);
-    std::vector<double> loudness(std::int64_t first, std::int64_t end) const;
+    std::vector<double> loudness(std::int64_t first, std::int64_t end);
     bool lift(std::int64_t onsetHop, Attack& attack);
     std::vector<float> maskFor(std::span<const Powers> powers, std::size_t onset) const;
     std::int64_t settingIn(const Attack& attack, std::int64_t onset) const;
@@ -68,6 +90,8 @@ class AttackFinder {
     std::int64_t hop_;
     std::int64_t origin_ = 0; ///< file frame of the first frame of channels_
     std::vector<float> channels_[2];
+    Latest<Powers, 128> powers_;
+    Latest<double, 512> energies_;
 };
 
 } // namespace ambrel

@@ -94,9 +94,13 @@ void FileReader::serve(FileBlock& block) {
         return;
     }
     block.attacks.clear();
-    fill(block);
-    if (finder_) // soon looked for
-        recent_[static_cast<std::size_t>(block.index) % recent_.size()] = block;
+    if (finder_) { // it has decoded ahead, and will look at this block
+        const FileBlock& recent = decoded(block.index);
+        block.stereo = recent.stereo;
+        block.isWhole = recent.isWhole;
+    } else {
+        fill(block);
+    }
 }
 
 void FileReader::fill(FileBlock& block) {
@@ -121,19 +125,23 @@ void FileReader::findAttacks(FileBlock& block) {
     const std::int64_t begin = first - finder_->framesBefore();
     const std::int64_t end = first + FileBlock::frameCount + finder_->framesAfter();
     surroundings_.assign(static_cast<std::size_t>(2 * (end - begin)), 0.0F);
+    bool isWhole = true;
     for (std::int64_t from = std::max<std::int64_t>(0, begin);
          from < std::min(end, file_->length());) {
         const std::int64_t index = from / FileBlock::frameCount;
         const std::int64_t to = std::min(end, (index + 1) * FileBlock::frameCount);
-        const float* const frames =
-            decoded(index).stereo.data() + 2 * (from - index * FileBlock::frameCount);
-        std::copy_n(frames, 2 * (to - from), surroundings_.data() + 2 * (from - begin));
+        const FileBlock& recent = decoded(index);
+        isWhole = isWhole && recent.isWhole;
+        std::copy_n(recent.stereo.data() + 2 * (from - index * FileBlock::frameCount),
+                    2 * (to - from), surroundings_.data() + 2 * (from - begin));
         from = to;
     }
     block.attacks.clear();
     for (Attack& attack :
          finder_->find(surroundings_, first, FileBlock::frameCount, file_->length()))
         block.attacks.push_back(std::make_shared<const Attack>(std::move(attack)));
+    if (!isWhole) // it keeps what it has worked out, and the file may be read the next time
+        finder_.emplace(file_->sampleRate());
 }
 
 const FileBlock& FileReader::decoded(std::int64_t index) {
