@@ -34,7 +34,7 @@ class SyntheticFile final : public AudioFile {
 
     /// From this frame on the file no longer decodes.
     std::int64_t brokenFrom = INT64_MAX;
-    std::atomic<int> readsBack = 0; ///< that began before the last one's end
+    std::atomic<int> readsBack = 0; ///< reads that began before the end of the one before
 
   private:
     std::filesystem::path path_ = "/synthetic";

@@ -72,12 +72,13 @@ std::int64_t AttackFinder::hopsIn(double ms) const noexcept {
 }
 
 std::int64_t AttackFinder::framesBefore() const noexcept {
-    return (hopsIn(loudBehind + loudAhead + pastFrom) + 4) * hop_;
+    // Half a window before the first hop that loudness() looks at.
+    return (hopsIn(apart) + peakHops + hopsIn(loudBehind) + hopsIn(loudAhead) + 2) * hop_;
 }
 
 std::int64_t AttackFinder::framesAfter() const noexcept {
-    // Until the next attack, which ends this one, and as far as that is lifted.
-    return (hopsIn(2 * mostOff + 2 * (whole + fadeOut)) + peakHops + 10) * hop_;
+    // Until the next attack, which ends this one, and as far as loudness() looks for that.
+    return (hopsIn(whole + fadeOut + mostOff) + hopsIn(loudAhead) + 2 * peakHops + 4) * hop_;
 }
 
 std::vector<Attack> AttackFinder::find(std::span<const float> stereo, std::int64_t first,
@@ -112,14 +113,18 @@ void AttackFinder::takeApart(std::span<const float> stereo) {
     }
 }
 
-/// Of the spectrum centred on `hop` hops into the file.
+/// Index in channels_ of the window that is centred on `hop` hops into the file.
+std::size_t AttackFinder::windowAt(std::int64_t hop) const {
+    return std::size_t(hop * hop_ - origin_) - spectrum_.size() / 2;
+}
+
+/// Of the spectrum of that window.
 const AttackFinder::Powers& AttackFinder::powersAt(std::int64_t hop) {
     return powers_.at(hop, [&] {
         Powers powers(spectrum_.bins());
         std::vector<Spectrum::Bin> bins(spectrum_.bins());
-        const auto at = std::size_t(hop * hop_ - std::int64_t(spectrum_.size()) / 2 - origin_);
         for (const std::vector<float>& channel : channels_) {
-            spectrum_.forward(channel.data() + at, bins);
+            spectrum_.forward(channel.data() + windowAt(hop), bins);
             for (std::size_t i = 0; i < bins.size(); ++i)
                 powers[i] += std::norm(bins[i]);
         }
@@ -127,16 +132,14 @@ const AttackFinder::Powers& AttackFinder::powersAt(std::int64_t hop) {
     });
 }
 
-/// As much as the powers of that spectrum add up to, about.
+/// As much as those powers add up to, about.
 double AttackFinder::energyAt(std::int64_t hop) {
     return energies_.at(hop, [&] {
-        const auto size = std::int64_t(spectrum_.size());
-        const std::int64_t from = hop * hop_ - size / 2 - origin_;
+        const std::size_t size = spectrum_.size();
         double energy = 0;
         for (const std::vector<float>& channel : channels_)
-            for (std::int64_t i = std::max<std::int64_t>(0, from);
-                 i < std::min(from + size, std::int64_t(channel.size())); ++i)
-                energy += double(channel[std::size_t(i)]) * channel[std::size_t(i)];
+            for (const float sample : std::span(channel).subspan(windowAt(hop), size))
+                energy += double(sample) * sample;
         return energy * 3 / 8 * double(size) / 2;
     });
 }

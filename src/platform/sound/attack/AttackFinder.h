@@ -55,7 +55,7 @@ class AttackFinder {
     /// Of one spectrum, summed over the channels.
     using Powers = std::vector<float>;
 
-    /// What was worked out for the hops asked for last; `Count` is a power of two.
+    /// Values of hops, kept until that of another hop takes their place. `Count` is a power of two.
     template <typename Value, std::size_t Count> class Latest {
       public:
         template <typename WorkOut> const Value& at(std::int64_t hop, WorkOut workOut) {
@@ -76,6 +76,7 @@ class AttackFinder {
     std::int64_t framesIn(double ms) const noexcept;
     std::int64_t hopsIn(double ms) const noexcept;
     void takeApart(std::span<const float> stereo);
+    std::size_t windowAt(std::int64_t hop) const;
     const Powers& powersAt(std::int64_t hop);
     double energyAt(std::int64_t hop);
     std::vector<std::int64_t> onsets(std::int64_t first, std::int64_t end);

@@ -35,7 +35,8 @@ struct FileBlock {
 };
 
 /// Decodes blocks of a file on its own thread, in the order asked for, and finds the attacks in
-/// them, for which it decodes what lies around them. Owned by the graph.
+/// them, for which it decodes what lies around them; the latest of these blocks are kept and not
+/// decoded again. Owned by the graph.
 ///
 /// Frames outside the file, and those that cannot be decoded, are silence; so are NaN and infinity.
 /// Samples are limited to 1,000 times full scale, so that a broken one cannot blow up the filters
