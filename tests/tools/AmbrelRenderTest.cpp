@@ -32,6 +32,7 @@ class AmbrelRenderTest : public QObject {
             {"in:% out --rate 0.5 --pitch -350", 2, 44100},
             {"in:% out --rate 2.5 --eq 6,0,-6,3,12", 0.4, 44100},
             {"in:% out --device-rate 48000", 1, 48000},
+            {"slow out --to 5 --rate 2 --device-rate 44100", 2.5, 44100},
             {"in:% out --set 0.5:rate=0.5 --set 0.2:pitch=100", 1.5, 44100},
         };
         for (const auto& [arguments, seconds, rateHz] : cases) {
@@ -46,7 +47,7 @@ class AmbrelRenderTest : public QObject {
     }
 
   private:
-    /// In a folder with the phrase as “in:%”.
+    /// In a folder with the phrase as “in:%” and, with 1,000 frames a second, as “slow”.
     int run(const char* arguments) {
         process_.setWorkingDirectory(QString::fromStdString(media_.folder().string()));
         process_.start(qEnvironmentVariable("AMBREL_BINARY_DIR") + u"/tools/ambrel-render"_qs,
@@ -64,6 +65,7 @@ class AmbrelRenderTest : public QObject {
     const MediaMaker media_;
     const ambrel::test::Sound phrase_ = MediaMaker::phrase(1);
     const std::filesystem::path input_ = media_.wav("in:%", phrase_);
+    const std::filesystem::path slow_ = media_.wav("slow", {1000, 2, phrase_.samples});
     const std::filesystem::path output_ = media_.path("out");
 };
 

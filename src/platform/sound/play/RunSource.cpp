@@ -15,6 +15,10 @@ constexpr std::int64_t filterFrames = 1024;
 /// Frames of a region that must be cached before it may follow; the rest is read while it plays.
 constexpr std::int64_t startFrames = 4096;
 
+/// Read ahead at least: more than the resampler and the stretcher take before the first frame that
+/// they give. Nothing would ask for the rest otherwise, where a second of the file is less.
+constexpr std::int64_t leastAhead = 2 * startFrames;
+
 /// Read ahead at most: of so many blocks next to each other each goes into another set of the
 /// cache, so that all places that are read ahead find room.
 constexpr std::int64_t mostAhead = 60 * FileBlock::frameCount;
@@ -108,7 +112,7 @@ std::optional<std::int64_t> RunSource::update(double changeable, bool attacks) {
     return from;
 }
 
-/// A second of what is being read, and of whatever may come after it.
+/// A second, or leastAhead, of what is being read, and of whatever may come after it.
 void RunSource::wantAhead(bool attacks) {
     want(passes_.nextInFile(), passes_.leftInPass(), attacks);
     const std::int64_t next = passes_.next() + passes_.leftInPass();
@@ -126,8 +130,8 @@ void RunSource::wantAhead(bool attacks) {
 /// And of what is faded into it.
 void RunSource::want(std::int64_t first, std::int64_t frames, bool attacks) {
     const std::int64_t before = passes_.longestCrossfade();
-    cache_.want(first - before, before + std::min({frames, std::int64_t{fileHz_}, mostAhead}),
-                attacks);
+    const std::int64_t ahead = std::clamp<std::int64_t>(fileHz_, leastAhead, mostAhead);
+    cache_.want(first - before, before + std::min(frames, ahead), attacks);
 }
 
 bool RunSource::hasStart(const std::optional<Announcement>& next) const noexcept {
